@@ -1,0 +1,38 @@
+#pragma once
+// The process's event fan-out: row changes (CMSubscribe), settings changes (the root) and the
+// player's state go in as contract-form JSON objects; every subscriber (an open events stream) takes
+// them out of its own bounded queue. Publishing never blocks on a subscriber: when a queue is full its
+// oldest event is dropped and the subscriber is marked as having lost events. Thread-safe throughout.
+#include <QVariantHash>
+#include <memory>
+
+class CMEventSubscriber
+{
+public:
+    virtual ~CMEventSubscriber() = default;
+    // Waits up to timeoutMs for the next event. False on timeout or once closed.
+    virtual bool next(QVariantHash* event, int timeoutMs) = 0;
+    // How many events were dropped because the queue was full, since the last call (then reset to 0).
+    virtual int takeDroppedCount() = 0;
+    // Wakes a waiting next() and makes it return false from now on.
+    virtual void close() = 0;
+};
+
+class CMEventHub
+{
+public:
+    static CMEventHub& instance();
+
+    static constexpr int DefaultQueueLimit = 4096;
+    // The subscriber is removed from the hub when the returned pointer's last copy goes away.
+    std::shared_ptr<CMEventSubscriber> subscribe(int queueLimit = DefaultQueueLimit);
+    void publish(const QVariantHash& event);
+    int subscriberCount() const;
+    // Closes every subscriber (at shutdown, so that open streams end).
+    void closeAll();
+
+private:
+    CMEventHub() = default;
+    struct Impl;
+    std::shared_ptr<Impl> impl();
+};

@@ -1,0 +1,40 @@
+#pragma once
+// Small framework helpers: the rows filter, assertions that stay in release builds, and the
+// connection routine that asserts every connection.
+#include <QMetaMethod>
+#include <QObject>
+#include <QStringList>
+#include <QThread>
+#include <QVariant>
+
+#include "KeloRoles.h"
+
+// Ends the process with the text when cond is false, in every build type.
+#define KELO_ASSERT(cond, text)                                                                \
+    do {                                                                                       \
+        if (!(cond))                                                                           \
+            qFatal("ASSERT failure: \"%s\" in %s (%s:%d)", text, Q_FUNC_INFO, __FILE__, __LINE__); \
+    } while (0)
+
+namespace CMGlobal {
+// A row of a rows reply: the roles, only with the keys in roleNames when that list is not empty.
+QVariant itemRolesToList(const KeloRoles& roles, const QStringList& roleNames);
+
+// True when every parameter of signal that is not a pointer is a registered meta-type.
+bool verifyConnectionSignalParameters(const QMetaMethod& signal);
+
+// QObject::connect that asserts "connection" and, across threads, that the signal's parameters can
+// be queued ("verifyConnectionSignalParameters(sender, signal, receiver, type)").
+template <typename Sender, typename Signal, typename Receiver, typename Slot>
+QMetaObject::Connection connect(const Sender* sender, Signal signal, const Receiver* receiver, Slot slot,
+                                Qt::ConnectionType type = Qt::AutoConnection)
+{
+    if (sender && receiver && sender->thread() != receiver->thread() && type != Qt::DirectConnection) {
+        KELO_ASSERT(verifyConnectionSignalParameters(QMetaMethod::fromSignal(signal)),
+                    "verifyConnectionSignalParameters(sender, signal, receiver, type)");
+    }
+    QMetaObject::Connection connection = QObject::connect(sender, signal, receiver, slot, type);
+    KELO_ASSERT(connection, "connection");
+    return connection;
+}
+}  // namespace CMGlobal

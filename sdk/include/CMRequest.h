@@ -1,0 +1,57 @@
+#pragma once
+// Requests: a path, what is asked, and the reply that answers it. Value types; copies share one
+// request. When the last copy of a request is destroyed while its reply is still unfinished, the
+// reply is finished with the error NoAnswer, so a request that a handler drops never hangs its
+// client. A client keeps the reply, not the request.
+#include <QSharedPointer>
+#include <QStringList>
+#include <QVariant>
+
+#include "CMPath.h"
+#include "CMReply.h"
+#include "KeloRoles.h"
+
+class CMRequest
+{
+public:
+    bool isValid() const { return !d.isNull(); }
+    CMPath path() const;
+    QStringList roleNames() const;
+
+protected:
+    struct State;
+    QSharedPointer<State> d;
+};
+
+class CMSetDataRequest : public CMRequest
+{
+public:
+    CMSetDataRequest() = default;  // invalid
+    CMSetDataRequest(const CMPath& path, const QVariant& value, const CMVoidReply& reply = CMVoidReply());
+    QVariant value() const;
+    CMVoidReply reply() const;
+};
+
+class CMGetRowsRequest : public CMRequest
+{
+public:
+    CMGetRowsRequest() = default;
+    CMGetRowsRequest(const CMPath& path, int fromRow, int toRow, const QStringList& roleNames = {},
+                     const CMReply<KeloRowsRoles>& reply = CMReply<KeloRowsRoles>());
+    int fromRow() const;
+    int toRow() const;
+    CMReply<KeloRowsRoles> reply() const;
+};
+
+class CMGetDataRequest : public CMRequest
+{
+public:
+    CMGetDataRequest() = default;
+    CMGetDataRequest(const CMPath& path, const QStringList& roleNames = {},
+                     const CMReply<QVariant>& reply = CMReply<QVariant>());
+    CMReply<QVariant> reply() const;
+};
+
+Q_DECLARE_METATYPE(CMSetDataRequest)
+Q_DECLARE_METATYPE(CMGetRowsRequest)
+Q_DECLARE_METATYPE(CMGetDataRequest)
