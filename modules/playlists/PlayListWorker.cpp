@@ -90,7 +90,7 @@ void PlayListWorker::on_databaseVacuum_needed(bool needed)
     CMRoot()->setValue(KeloPlayListSettingsDataBaseVacuumPath(), KeloValue::fromBool(needed), CMVoidReply());
 }
 
-PlayListWorker* worker_create(void* /*unused*/, const QHash<QString, QVariant>& config)
+CMAbstractWorker* worker_create(void* /*unused*/, const QHash<QString, QVariant>& config)
 {
     return new PlayListWorker(config);
 }
