@@ -94,9 +94,16 @@ private:
     bool clAddItem(CMSetDataRequest request, QString& msg);
     bool clRemoveItem(CMSetDataRequest request, QString& msg);
 
+    // Asks the owner of every path prefix to prepare its paths; the group's finish answers the add.
+    void sendPrepareRequests(const ReqGroupProperties& properties, const QList<CMPath>& paths);
+    void appendEntry(int uid, const QString& path, QVariantList* prepared);
+    void appendPlayList(int uid, const QString& path, QVariantList* prepared);
     // Adds the items of every finished prepare reply; number added or negative on failure.
     int addItemsFromAllReplays(const ReqGroupProperties& properties, CMRequestGroup* group, QString* msg);
-    void startAddedItem(PlayListBase* pl, int added, QString* msg);
+    // In add mode "now": starts the first of the added entries; false when it cannot be read.
+    bool startAddedItem(PlayListBase* pl, int added);
+    // Answers a finished prepare group's add request.
+    void finishAddItems(const ReqGroupProperties& properties, int added, QString msg);
 
     PlayListWorker* worker;
     PlayListManager* manager;
