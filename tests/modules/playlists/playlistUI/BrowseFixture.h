@@ -111,10 +111,11 @@ protected:
         root->setInitialValue(KeloPlayListSettingsCollectionsVisibilityPath(), KeloValue::fromBool(collections));
     }
 
+    // A node that is not registered: several of one class may exist in a test.
     template <class Node>
     Node* make(const CMPath& path)
     {
-        Node* node = Node::create(&registry, path, manager.get());
+        Node* node = Node::create(nullptr, path, manager.get());
         owned.emplace_back(node);
         return node;
     }
@@ -125,8 +126,9 @@ protected:
         QList<KeloPlayListItem> items;
         for (int i = 0; i < tracks; ++i)
             items.append(track(name + QStringLiteral("-") + QString::number(i)));
-        if (tracks > 0)
+        if (tracks > 0) {
             EXPECT_EQ(pl->addItems(KeloPlayListAddPosition::Append, items), tracks);
+        }
         return pl;
     }
 
