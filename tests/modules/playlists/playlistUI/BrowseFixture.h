@@ -37,7 +37,9 @@ public:
     bool setDataRequest(const CMSetDataRequest& request) override
     {
         sent.push_back({request.path().toEncoded(), request.value().toHash()});
-        if (!error.isNull())
+        if (answerLater)
+            held.push_back(request);
+        else if (!error.isNull())
             request.reply().setError(error);
         else
             request.reply().setValue(answer);
@@ -46,6 +48,8 @@ public:
     std::vector<SentCommand> sent;
     QVariant answer = QStringLiteral("command answer");
     CMError error;
+    bool answerLater = false;  // keeps the requests in held, unanswered, as an asynchronous command does
+    std::vector<CMSetDataRequest> held;
 };
 
 inline void ensureApplication()
