@@ -64,7 +64,9 @@ KeloRoles BaseNode::addContextMenuToRoles(KeloRoles roles, int plid) const
     path.addParameter(QStringLiteral("plid"), toStr(plid));
     path.addParameter(QStringLiteral("itemid"), roles.id());
     path.addParameter(QStringLiteral("seqnum"), toStr(roles.value().i32_()));
-    roles.setContext(contextRoles(KELO_TRS("Playlist"), path));
+    // Every track row of a page carries this menu: its translation context is worked out once.
+    static const QString context = trExtractContext(Q_FUNC_INFO);
+    roles.setContext(contextRoles(TrString(context, QStringLiteral("Playlist")), path));
     return roles;
 }
 
@@ -176,10 +178,13 @@ KeloRoles BaseNode::playlistRow(int uid, const QString& name, bool playable)
 
 KeloMediaData BaseNode::playLogicMediaData()
 {
-    KeloMetaData metaData;
-    metaData.setPlayLogicPath(KeloPlayListsPlayLogicPath());
-    KeloMediaData mediaData;
-    mediaData.setMetaData(metaData);
+    static const KeloMediaData mediaData = [] {
+        KeloMetaData metaData;
+        metaData.setPlayLogicPath(KeloPlayListsPlayLogicPath());
+        KeloMediaData data;
+        data.setMetaData(metaData);
+        return data;
+    }();
     return mediaData;
 }
 

@@ -24,6 +24,7 @@ bool RootNode::getRowsRequest(const CMGetRowsRequest& request)
                                          << " toRow: " << request.toRow());
     QVariantList rows;
     if (manager) {
+        rows.reserve(5 + manager->getAllPlayList().size() + manager->getAllCollection().size());
         if (playqueueVisible)
             appendPlayQueueRow(rows, request);
         appendPlayListRows(rows, request);
@@ -60,10 +61,12 @@ void RootNode::appendPlayListRows(QVariantList& rows, const CMGetRowsRequest& re
               inputEntry(KELO_TRS("Create New Playlist"), pathWith(path(), request.path(), {{"action", "createPl"}}),
                          KeloValue::fromString(QString())),
               request);
+    // One translation context for every row of the request.
+    const QString context = trExtractContext(Q_FUNC_INFO);
     for (PlayListBase* pl : manager->getAllPlayList()) {
         KELO_LOG_TRACE("PlayLists", "plname: " << pl->getName() << " plid: " << pl->getUid());
         KeloRoles roles = playlistRow(pl->getUid(), pl->getName(), true);
-        roles.setContext(contextRoles(KELO_TRS("Playlist Context Menu - %1", QList<TrArg>{pl->getName()}),
+        roles.setContext(contextRoles(TrString(context, QStringLiteral("Playlist Context Menu - %1"), {pl->getName()}),
                                       pathWith(KeloPlayListPlContextPath(), {{"plid", toStr(pl->getUid())}})));
         appendRow(rows, roles, request);
     }
