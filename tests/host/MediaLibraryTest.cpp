@@ -69,17 +69,6 @@ TEST(MediaCatalogue, TheDemoHoldsAFewHundredPlayableTracksAndOneAlbumOfUnplayabl
     EXPECT_EQ(demo.album(demo.albumCount() + 1), nullptr);
 }
 
-TEST(MediaCatalogue, TheDemoIsTheSameOnEveryStart)
-{
-    const Catalogue a = Catalogue::demo();
-    const Catalogue b = Catalogue::demo();
-    ASSERT_EQ(a.trackCount(), b.trackCount());
-    for (int id = 1; id <= a.trackCount(); ++id) {
-        EXPECT_EQ(a.track(id)->title, b.track(id)->title);
-        EXPECT_EQ(a.track(id)->duration, b.track(id)->duration);
-    }
-}
-
 TEST(MediaCatalogue, AFolderOfAudioFilesIsReadThroughItsTagsAndGroupedByAlbum)
 {
     QTemporaryDir dir;
