@@ -3,6 +3,10 @@
 // statements prepared once, texts already in UTF-8). At the end a table gives each operation's
 // time and its ratio to the floor.
 //
+// Run (from the repository root):
+//   cmake -S . -B build -DKELO_BENCH=ON && cmake --build build -j2 --target kelo-bench-storage &&
+//   build/bin/kelo-bench-storage --benchmark_repetitions=3
+//
 // The files live in memory (/dev/shm, or $KELO_BENCH_DIR) so that the figures compare CPU work and
 // not the disk's sync latency, which is the same for both and would hide the difference.
 #include <benchmark/benchmark.h>
