@@ -52,20 +52,6 @@ TEST(FrameworkReply, WaitingEndsWhenAnotherThreadFinishesOrWhenTheTimeoutPasses)
     EXPECT_TRUE(reply.waitForFinished(0)) << "a finished reply answers at once";
 }
 
-TEST(FrameworkReply, TypedRepliesCarryRecordsThroughCopies)
-{
-    const CMReply<KeloRowsRoles> reply;
-    const CMReply<KeloRowsRoles> copy = reply;
-    KeloRowsRoles rows;
-    rows.setRowsCount(3);
-    rows.setRows({QVariantHash{{QStringLiteral("title"), QStringLiteral("a")}}});
-
-    ASSERT_TRUE(copy.setValue(rows));
-    EXPECT_TRUE(reply.isSameReply(copy));
-    EXPECT_EQ(reply.value().rowsCount(), 3);
-    EXPECT_EQ(reply.value().rows().size(), 1);
-}
-
 TEST(FrameworkRequest, TheLastCopyOfAnUnansweredRequestAnswersNoAnswer)
 {
     const CMVoidReply reply;
@@ -82,14 +68,3 @@ TEST(FrameworkRequest, TheLastCopyOfAnUnansweredRequestAnswersNoAnswer)
     EXPECT_TRUE(reply.error().Message().contains(QStringLiteral("playlists:pl/create")));
 }
 
-TEST(FrameworkRequest, AnAnsweredRequestKeepsItsAnswerWhenDropped)
-{
-    const CMReply<QVariant> reply;
-    {
-        const CMGetDataRequest request(CMPath("settings:x"), {QStringLiteral("title")}, reply);
-        request.reply().setValue(QStringLiteral("done"));
-        EXPECT_EQ(request.roleNames(), QStringList{QStringLiteral("title")});
-    }
-    EXPECT_FALSE(reply.hasError());
-    EXPECT_EQ(reply.value().toString(), QStringLiteral("done"));
-}
