@@ -9,6 +9,7 @@
 #include "KeloLog.h"
 #include "KeloPaths.h"
 #include "KeloRoles.h"
+#include "Language.h"
 #include "PlayListManager.h"
 #include "playlistUI/PlayListUI.h"
 
@@ -62,7 +63,8 @@ bool PlayListWorker::on_setDataRequest(const CMSetDataRequest& request)
         return true;
     const bool taken = CMNodesWorker::setDataRequest(request);
     if (!taken && !request.reply().isFinished())
-        request.reply().setError(CMError(CMError::NotFoundName(), QStringLiteral("Not found: %1").arg(request.path().toEncoded())));
+        request.reply().setError(
+            CMError(CMError::NotFoundName(), KELO_TR("Nothing handles the path %1.").arg(request.path().toEncoded())));
     return taken;
 }
 

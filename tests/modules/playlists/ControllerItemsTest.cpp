@@ -1,0 +1,124 @@
+// Adding items through the controller: the roles check, add positions, the items limit and the
+// module's own prepare answer.
+#include "ControllerTestSupport.h"
+
+using namespace pltest;
+
+namespace {
+KeloPlayListItem withRoles(KeloPlayListItem item, const std::function<void(KeloRoles&)>& change)
+{
+    KeloRoles roles(KeloHash(KeloJson::parse(item.keloRoles()).toHash()));
+    change(roles);
+    item.setKeloRoles(KeloJson::stringify(roles.toVariant()));
+    return item;
+}
+
+const QString noneAdded = QStringLiteral("Could not add external items to playlist. No items were added.");
+}  // namespace
+
+TEST_F(ControllerTest, ExternalItemsAreAddedAtTheirPositionAndUnknownModesRefused)
+{
+    PlayListBase* pl = playlistWith("Ext", {"a", "b", "c"});
+    pl->setLastSequenceNumber(0);
+    const int uid = pl->getUid();
+    const auto addExternal = [&](const QStringList& titles, const QVariant& mode) {
+        QVariantHash value = args({{"plid", uid}, {"items", itemList(tracks(titles))}});
+        if (mode.isValid())
+            value.insert("mode", mode);
+        return send(KeloPlayListPlAddExternalItemsPath(), value);
+    };
+    EXPECT_TRUE(addExternal({"x", "y"}, "afterCurrent").ok);
+    EXPECT_TRUE(addExternal({"z"}, QVariant()).ok);
+    for (const QVariant& mode : {QVariant("soon"), QVariant(3), QVariant(-1)})
+        EXPECT_EQ(addExternal({"no"}, mode).message,
+                  QStringLiteral("Could not add external items to playlist. Invalid add mode. (mode)"));
+    EXPECT_EQ(send(KeloPlayListPlAddItemsPath(), args({{"plid", uid}, {"items", QVariantList{"media:track/1"}}, {"mode", "later"}}))
+                  .message,
+              QStringLiteral("Could not add items to playlist. Invalid add mode. (mode)"));
+    EXPECT_EQ(store().titles(uid), (QStringList{"a", "x", "y", "b", "c", "z"}));
+}
+
+TEST_F(ControllerTest, OneUnplayableItemRefusesTheWholeAddWhileItemsWithoutRolesAreSkipped)
+{
+    const int uid = createPlayList("Strict");
+    const QList<std::function<void(KeloRoles&)>> breakers = {
+        [](KeloRoles& r) { r.setTitle(QString()); },
+        [](KeloRoles& r) { r.setType(KeloRolesType::Container); },
+        [](KeloRoles& r) { r.setMediaData(KeloMediaData()); },
+    };
+    for (const auto& breaker : breakers) {
+        QList<KeloPlayListItem> items = tracks({"ok1", "ok2"});
+        items.insert(1, withRoles(track("bad"), breaker));
+        EXPECT_EQ(send(KeloPlayListPlAddExternalItemsPath(), args({{"plid", uid}, {"items", itemList(items)}})).message,
+                  noneAdded);
+    }
+    KeloPlayListItem bare = track("bare");
+    bare.setKeloRoles(QString());
+    // A pre-play path stands in for a missing resource uri.
+    const KeloPlayListItem prePlay = withRoles(track("pre"), [](KeloRoles& r) {
+        KeloMetaData metaData;
+        metaData.setPrePlayPath(CMPath("media:prePlay/7"));
+        KeloMediaData mediaData;
+        mediaData.setMetaData(metaData);
+        r.setMediaData(mediaData);
+    });
+    EXPECT_TRUE(send(KeloPlayListPlAddExternalItemsPath(), args({{"plid", uid}, {"items", itemList({bare, prePlay})}})).ok);
+    EXPECT_EQ(send(KeloPlayListPlAddExternalItemsPath(), args({{"plid", uid}, {"items", itemList({bare})}})).message,
+              noneAdded);
+    EXPECT_EQ(send(KeloPlayListPlAddExternalItemsPath(), args({{"plid", uid}, {"items", QVariantList{1, "x"}}})).message,
+              QStringLiteral("Could not add external items to playlist. Please select one or more items to add."));
+    EXPECT_EQ(store().titles(uid), QStringList{"pre"});
+}
+
+TEST_F(ControllerTest, TheItemsLimitKeepsTheFirstItemsThatFit)
+{
+    reopenWithLimit(10000);
+    const int uid = createPlayList("Huge");
+    QList<KeloPlayListItem> many;
+    for (int i = 0; i < 50000; ++i) {
+        KeloPlayListItem item = tracks({"t"}).first();
+        item.setTitle(QStringLiteral("t%1").arg(i));
+        many.append(item);
+    }
+    EXPECT_TRUE(send(KeloPlayListPlAddExternalItemsPath(), args({{"plid", uid}, {"items", itemList(many)}})).ok);
+    EXPECT_EQ(store().titles(uid).size(), 10000);
+    EXPECT_EQ(store().titles(uid).last(), QStringLiteral("t9999"));
+
+    // A full store: the external add fails, while the shared add step reports 0 added.
+    EXPECT_EQ(send(KeloPlayListPlAddExternalItemsPath(), args({{"plid", uid}, {"items", itemList(tracks({"x"}))}})).message,
+              noneAdded);
+    QString msg;
+    PlayListBase* pl = manager->getPlayListByUid(uid);
+    EXPECT_EQ(controller->addItemsToPlaylist(pl, tracks({"x"}), KeloPlayListAddPosition::Append, &msg), 0);
+    EXPECT_EQ(controller->addItemsToPlaylist(pl, {}, KeloPlayListAddPosition::Append, &msg), -1);
+    EXPECT_EQ(msg, QStringLiteral("No playitem found."));
+    EXPECT_EQ(pl->getSize(), 10000);
+}
+
+TEST_F(ControllerTest, ModuleEntriesAndPlaylistsArePreparedAsItems)
+{
+    PlayListBase* pl = playlistWith("Src", {"a", "b", "c"});
+    const int last = pl->getItems(2, 2).value(0).uid();
+    const QStringList paths = {
+        (KeloPlayListItemPath() + last).toEncoded(), (KeloPlayListPlGetItemsPath() + pl->getUid()).toEncoded(),
+        "playlists:item/abc", "playlists:item/987654", (KeloPlayListPlGetItemsPath() + 999).toEncoded(), "media:track/1"};
+    CMSetDataRequest request(KeloPlayListPlPrepareItemsPath(), paths);
+    EXPECT_TRUE(controller->handleSetData(request));
+    QStringList titles;
+    for (const QVariant& item : request.reply().variant().toList())
+        titles.append(KeloPlayListItem(KeloHash(item.toHash())).title());
+    EXPECT_EQ(titles, (QStringList{"c", "a", "b", "c"}));
+}
+
+TEST_F(ControllerTest, AnAddWithNothingToAddIsAnsweredAtOnce)
+{
+    const int uid = createPlayList("Target");
+    const int empty = createPlayList("Empty");
+    const QString nothing = QStringLiteral("Could not add items to playlist. Please select one or more items to add.");
+    EXPECT_EQ(send(KeloPlayListPlAddItemsPath(), args({{"plid", uid}})).message, nothing);
+    EXPECT_EQ(send(KeloPlayListPlAddItemsPath(), args({{"plid", uid}, {"fromPlid", empty}})).message, nothing);
+    EXPECT_EQ(send(KeloPlayListPlAddItemsPath(), args({{"plid", uid}, {"fromPlid", 4242}})).message,
+              QStringLiteral("Could not add items to playlist. There is no playlist with this ID. (4242)"));
+    EXPECT_EQ(send(KeloPlayListPlAddItemsPath(), args({{"items", QVariantList{"media:track/1"}}})).message,
+              QStringLiteral("Could not add items to playlist. Cannot find playlist with invalid ID."));
+}

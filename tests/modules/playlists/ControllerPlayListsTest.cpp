@@ -1,0 +1,150 @@
+// The playlist and collection commands through the controller: validation order, the exact answers,
+// and what the store holds afterwards.
+#include <QSignalSpy>
+
+#include "ControllerTestSupport.h"
+
+using namespace pltest;
+
+TEST_F(ControllerTest, MessagesKeepTheirTwoShapes)
+{
+    EXPECT_EQ(controller->buildOkMsg("Playlist created successfully.", "Mix", ""),
+              QStringLiteral("Playlist created successfully. (Mix)"));
+    EXPECT_EQ(controller->buildErrMsg("Could not create playlist.", "Create playlist error.", ""),
+              QStringLiteral("Could not create playlist. Create playlist error."));
+    EXPECT_EQ(controller->buildErrMsg("a", "b", "c"), QStringLiteral("a b (c)"));
+    // A name that looks like a placeholder is inserted as it is.
+    EXPECT_EQ(controller->buildOkMsg("Saved.", "100%1 %2", ""), QStringLiteral("Saved. (100%1 %2)"));
+}
+
+TEST_F(ControllerTest, CreatingAnswersTheUidAndDeletingAnnouncesIt)
+{
+    QSignalSpy created(controller.get(), &Controller::playlistCreated);
+    QSignalSpy deleted(controller.get(), &Controller::playlistDeleted);
+    const Answer answer = send(KeloPlayListPlCreatePath(), args({{"name", "Mix"}}));
+    ASSERT_TRUE(answer.ok && answer.value.isI32_());
+    const int uid = answer.value.i32_();
+    EXPECT_EQ(created, QList<QVariantList>{{uid}});
+    EXPECT_EQ(store().playlistRow(uid), QStringLiteral("Mix|0|0|-1"));
+
+    const Answer removed = send(KeloPlayListPlDeletePath(), args({{"plid", uid}}));
+    EXPECT_TRUE(removed.ok && removed.value.bool_() && removed.message.isEmpty());
+    EXPECT_EQ(deleted, QList<QVariantList>{{uid}});
+    EXPECT_EQ(store().playlistRow(uid), QString());
+}
+
+TEST_F(ControllerTest, EveryFailureNamesWhatCouldNotBeDoneAndWhy)
+{
+    const int uid = playlistWith("Five", names(5))->getUid();
+    const int empty = createPlayList("Quiet");
+    const int clid = send(KeloPlayListClCreatePath(), args({{"name", "Col"}})).value.i32_();
+    struct Case
+    {
+        CMPath path;
+        QVariant value;
+        QString message;
+    };
+    const QString noName = QStringLiteral("Please provide a non-empty string as field. (name)");
+    const Case cases[] = {
+        {KeloPlayListPlCreatePath(), args({{"name", ""}}), "Could not create playlist. " + noName},
+        {KeloPlayListPlCreatePath(), QStringLiteral("Mix"), "Could not create playlist. " + noName},
+        {KeloPlayListPlCreatePath(), args({{"name", QVariantList{"Mix"}}}), "Could not create playlist. " + noName},
+        {KeloPlayListPlDeletePath(), args({{"plid", -1}}), "Could not delete playlist. Cannot find playlist with invalid ID."},
+        {KeloPlayListPlDeletePath(), args({{"plid", "5"}}), "Could not delete playlist. Cannot find playlist with invalid ID."},
+        {KeloPlayListPlDeletePath(), args({{"plid", 77}}), "Could not delete playlist. There is no playlist with this ID. (77)"},
+        {KeloPlayListPlDeletePath(), args({{"plid", 0}}), "Could not delete playlist. Cannot delete PlayQueue."},
+        {KeloPlayListPlSetNamePath(), args({{"plid", 0}, {"name", "X"}}), "Could not set playlist name. Cannot rename PlayQueue."},
+        {KeloPlayListPlSetNamePath(), args({{"plid", uid}}), "Could not set playlist name. " + noName},
+        {KeloPlayListPlSetNamePath(), args({{"plid", -5}, {"name", "X"}}),
+         "Could not set playlist name. There is no playlist with this ID. (-5)"},
+        {KeloPlayListPlClearPath(), args({{"plid", 77}}), "Could not clear playlist. There is no playlist with this ID. (77)"},
+        {KeloPlayListPlRemoveItemsPath(), args({{"plid", uid}, {"items", QVariantList()}}),
+         "Could not remove items from playlist. Please select one or more items to remove."},
+        {KeloPlayListPlRemoveItemsPath(), args({{"plid", uid}, {"items", intList({1, 9})}}),
+         "Could not remove items from playlist. Remove items failed"},
+        {KeloPlayListPlMoveItemspath(), args({{"plid", uid}, {"items", QVariantList()}, {"to", 1}}),
+         "Could not move items in playlist. Please select one or more items to move."},
+        {KeloPlayListPlMoveItemspath(), args({{"plid", uid}, {"items", intList({0})}}),
+         "Could not move items in playlist. Cannot move items to negative position."},
+        {KeloPlayListPlPlayPath(), args({{"plid", -1}}), "Could not start playback on playlist. Cannot find playlist with invalid ID."},
+        {KeloPlayListPlPlayPath(), args({{"plid", empty}}),
+         "Could not start playback on playlist. There are no items in the playlist. (Quiet)"},
+        {KeloPlayListClCreatePath(), args({{"name", ""}}), "Could not create collection. " + noName},
+        {KeloPlayListClDeletePath(), args({{"clid", -1}}), "Could not delete collection. There is no collection with this ID."},
+        {KeloPlayListClAddItemPath(), args({{"clid", 999}, {"plid", -1}}),
+         "Could not add items to collection. Cannot find playlist with invalid ID."},
+        {KeloPlayListClAddItemPath(), args({{"clid", 999}, {"plid", uid}}),
+         "Could not add items to collection. There is no collection with this ID."},
+        {KeloPlayListClAddItemPath(), args({{"clid", clid}, {"plid", 555}}),
+         "Could not add items to collection. There is no playlist with this ID. (555)"},
+        {KeloPlayListClRemoveItemPath(), args({{"clid", clid}, {"plid", uid}}),
+         "Could not remove items from collection. Remove playlist from collection failed."},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(send(c.path, c.value).message, c.message) << c.path.toEncoded().toStdString();
+    EXPECT_EQ(store().titles(uid), names(5));
+    EXPECT_EQ(store().rows("SELECT name FROM playlists ORDER BY uid"), (QStringList{"PlayQueue", "Five", "Quiet"}));
+}
+
+TEST_F(ControllerTest, ShuffleAndRepeatAcceptLooselyAndSwitchOnOnlyForOnAndAll)
+{
+    const int uid = createPlayList("S");
+    PlayListBase* pl = manager->getPlayListByUid(uid);
+    // mode, accepted, flag afterwards
+    const QList<std::tuple<QVariant, bool, bool>> shuffle = {
+        {1, true, true}, {-1, true, false}, {"on", true, true}, {2, false, true}, {"bogus", false, true},
+        {QVariant(), false, true}, {"0", true, false}};
+    for (const auto& [mode, accepted, flag] : shuffle) {
+        const Answer answer = send(KeloPlayListPlSetShufflePath(), args({{"plid", uid}, {"mode", mode}}));
+        EXPECT_EQ(answer.ok, accepted) << mode.toString().toStdString();
+        EXPECT_EQ(answer.message, accepted ? QString() : QStringLiteral("Could not set shuffle mode on playlist. Invalid shuffle mode. (shuffle-mode)"));
+        EXPECT_EQ(pl->getShuffle(), flag) << mode.toString().toStdString();
+    }
+    const QList<std::tuple<QVariant, bool, bool>> repeat = {
+        {2, true, true}, {3, true, false}, {"all", true, true}, {"one", true, false}, {4, false, false},
+        {"All of them", false, false}};
+    for (const auto& [mode, accepted, flag] : repeat) {
+        const Answer answer = send(KeloPlayListPlSetRepeatPath(), args({{"plid", uid}, {"mode", mode}}));
+        EXPECT_EQ(answer.ok, accepted) << mode.toString().toStdString();
+        EXPECT_EQ(answer.message, accepted ? QString() : QStringLiteral("Could not set repeat mode on playlist. Invalid repeat mode. (repeat-mode)"));
+        EXPECT_EQ(pl->getRepeatAll(), flag) << mode.toString().toStdString();
+    }
+    EXPECT_EQ(store().playlistRow(uid), QStringLiteral("S|0|0|-1"));
+}
+
+TEST_F(ControllerTest, MovesStayInsideThePlaylistOrDoNothing)
+{
+    const int uid = playlistWith("M", names(5))->getUid();
+    const QString outOfRange =
+        QStringLiteral("Could not move items in playlist. Cannot move items, sequence number is not in valid range.");
+    QList<int> many;
+    for (int i = 0; i < 100000; ++i)
+        many.append(i);
+    // Past the end; sources outside; blocks running over either end; a source named twice; 100,000.
+    const QList<std::pair<QList<int>, int>> refused = {{{0}, 5},      {{7}, 2},      {{-1}, 2}, {{4, 3, 2}, 3},
+                                                         {{0, 1, 2}, 1}, {{1, 1}, 3}, {many, 0}};
+    for (const auto& [items, to] : refused)
+        EXPECT_EQ(send(KeloPlayListPlMoveItemspath(), args({{"plid", uid}, {"items", intList(items)}, {"to", to}})).message,
+                  outOfRange);
+    EXPECT_FALSE(send(KeloPlayListPlRemoveItemsPath(), args({{"plid", uid}, {"items", intList(many)}})).ok);
+    EXPECT_EQ(store().titles(uid), names(5));
+
+    EXPECT_TRUE(send(KeloPlayListPlMoveItemspath(), args({{"plid", uid}, {"items", intList({0})}, {"to", 4}})).ok);
+    EXPECT_TRUE(send(KeloPlayListPlMoveItemspath(), args({{"plid", uid}, {"items", intList({3, 4})}, {"to", 0}})).ok);
+    EXPECT_EQ(store().titles(uid), (QStringList{"t4", "t0", "t1", "t2", "t3"}));
+    EXPECT_TRUE(store().gaps().isEmpty());
+}
+
+TEST_F(ControllerTest, ThePlayQueueCanBeClearedAndOtherPathsAreLeftUntouched)
+{
+    manager->getPlayQueue()->addItems(KeloPlayListAddPosition::Append, tracks({"q1", "q2"}));
+    EXPECT_TRUE(send(KeloPlayListPlClearPath(), args({{"plid", 0}})).ok);
+    EXPECT_EQ(store().titles(0), QStringList());
+
+    for (const CMPath& path : {CMPath("playlists:pl/getlist"), CMPath("playlists:pl/create/x"), CMPath("media:pl/create")}) {
+        CMSetDataRequest request(path, args({{"name", "X"}}));
+        EXPECT_FALSE(controller->handleSetData(request));
+        EXPECT_FALSE(request.reply().isFinished());
+    }
+    EXPECT_EQ(manager->getPlayListsCount(), 0);
+}

@@ -1,0 +1,151 @@
+// PlayList against a real store: the last-played index through every edit, the signals with their
+// arguments, what reaches the row, and the role map of an entry.
+#include <QSignalSpy>
+
+#include "KeloPaths.h"
+#include "PlayListTestSupport.h"
+
+using namespace pltest;
+
+namespace {
+class PlayListModel : public ModelTest
+{
+protected:
+    // Six entries a..f, the last played one at lastPlayed.
+    PlayListBase* sixEntries(int lastPlayed)
+    {
+        PlayListBase* pl = playlistWith(QStringLiteral("Six"), {"a", "b", "c", "d", "e", "f"});
+        pl->setLastSequenceNumber(lastPlayed);
+        return pl;
+    }
+};
+}  // namespace
+
+TEST_F(PlayListModel, RemovalsInFrontOfTheLastPlayedEntryShiftItsIndexButNotItself)
+{
+    PlayListBase* pl = sixEntries(3);
+    QSignalSpy removed(pl, &PlayListBase::itemsRemoved);
+
+    EXPECT_EQ(pl->removeItems({4, 1}), 2);
+    EXPECT_EQ(pl->getLastSequenceNumber(), 2);
+    ASSERT_EQ(removed.count(), 1);
+    EXPECT_EQ(removed.at(0).at(0).value<QList<int>>(), (QList<int>{1, 4}));
+    EXPECT_EQ(removed.at(0).at(1).toInt(), 3);
+    EXPECT_EQ(store().titles(pl->getUid()), (QStringList{"a", "c", "d", "f"}));
+    EXPECT_EQ(store().playlistRow(pl->getUid()), QStringLiteral("Six|0|0|2"));
+
+    // The played entry itself is not counted: the index then names the entry that took its place.
+    EXPECT_EQ(pl->removeItems({2}), 1);
+    EXPECT_EQ(pl->getLastSequenceNumber(), 2);
+
+    // One number that names nothing: nothing is removed and nothing is announced.
+    EXPECT_LT(pl->removeItems({0, 17}), 1);
+    EXPECT_EQ(removed.count(), 2);
+    EXPECT_EQ(pl->getSize(), 3);
+}
+
+TEST_F(PlayListModel, MovesKeepTheLastPlayedEntryNamed)
+{
+    const int cases[][3] = {{5, 2, 4}, {1, 4, 2}, {3, 0, 0}, {3, 5, 5}, {0, 1, 3}, {4, 5, 3}};
+    for (const auto& c : cases) {
+        PlayListBase* pl = sixEntries(3);
+        const QString played = titlesOf(pl).at(3);
+        QSignalSpy moved(pl, &PlayListBase::itemMoved);
+
+        ASSERT_TRUE(pl->moveItem(c[0], c[1]));
+
+        EXPECT_EQ(pl->getLastSequenceNumber(), c[2]) << c[0] << "->" << c[1];
+        EXPECT_EQ(titlesOf(pl).at(c[2]), played) << c[0] << "->" << c[1];
+        EXPECT_EQ(moved.value(0), (QVariantList{c[0], c[1]}));
+        EXPECT_TRUE(pl->moveItem(2, 2));
+        EXPECT_EQ(moved.count(), 1);
+        EXPECT_TRUE(manager->deletePlayList(pl));
+    }
+}
+
+TEST_F(PlayListModel, BlockMovesRunAsSingleMovesInTheirOwnOrder)
+{
+    PlayListBase* front = playlistWith(QStringLiteral("front"), names(8));
+    QSignalSpy frontMoves(front, &PlayListBase::itemMoved);
+    ASSERT_TRUE(front->moveItems({5, 6}, 1));
+    EXPECT_EQ(titlesOf(front), (QStringList{"t0", "t5", "t6", "t1", "t2", "t3", "t4", "t7"}));
+    EXPECT_EQ(frontMoves, (QList<QVariantList>{{5, 1}, {6, 2}}));
+
+    PlayListBase* back = playlistWith(QStringLiteral("back"), names(8));
+    QSignalSpy backMoves(back, &PlayListBase::itemMoved);
+    ASSERT_TRUE(back->moveItems({1, 2}, 5));
+    EXPECT_EQ(backMoves, (QList<QVariantList>{{2, 4}, {1, 5}}));
+    EXPECT_EQ(titlesOf(back), (QStringList{"t0", "t3", "t4", "t2", "t5", "t1", "t6", "t7"}));
+
+    EXPECT_FALSE(back->moveItems({}, 3));
+    EXPECT_TRUE(store().gaps().isEmpty());
+}
+
+TEST_F(PlayListModel, AddsAnnounceTheirPositionFirstNumberAndTheCountTheLimitLeft)
+{
+    reopen(10);
+    PlayListBase* pl = sixEntries(1);
+    QSignalSpy added(pl, &PlayListBase::itemsAdded);
+
+    EXPECT_EQ(pl->addItems(KeloPlayListAddPosition::AfterCurrent, tracks({"x", "y"})), 2);
+    EXPECT_EQ(pl->addItems(KeloPlayListAddPosition::Append, tracks({"z", "cut", "cut"})), 2);
+    EXPECT_EQ(pl->addItems(KeloPlayListAddPosition::Append, tracks({"full"})), -1);
+
+    EXPECT_EQ(added, (QList<QVariantList>{{"afterCurrent", 2, 2}, {"append", 8, 2}}));
+    EXPECT_EQ(pl->getSize(), 10);
+    EXPECT_EQ(pl->getLastSequenceNumber(), 1);
+    EXPECT_EQ(store().titles(pl->getUid()), (QStringList{"a", "b", "x", "y", "c", "d", "e", "f", "z", "cut"}));
+}
+
+TEST_F(PlayListModel, ClearingEmptiesAndForgetsTheLastPlayedEntry)
+{
+    PlayListBase* pl = sixEntries(4);
+    QSignalSpy cleared(pl, &PlayListBase::itemsCleared);
+    EXPECT_TRUE(pl->clearItems());
+    EXPECT_EQ(cleared.count(), 1);
+    EXPECT_EQ(pl->getSize(), 0);
+    EXPECT_EQ(store().number("SELECT COUNT(*) FROM items"), 0);
+
+    // An empty playlist is cleared silently, but the index is still written.
+    pl->setLastSequenceNumber(7);
+    EXPECT_TRUE(pl->clearItems());
+    EXPECT_EQ(cleared.count(), 1);
+    EXPECT_EQ(store().playlistRow(pl->getUid()), QStringLiteral("Six|0|0|-1"));
+}
+
+TEST_F(PlayListModel, FlagsAnnounceChangesOnlyWhileNamesAnnounceEverySet)
+{
+    PlayListBase* pl = playlistWith(QStringLiteral("Mix"), {});
+    QSignalSpy shuffle(pl, &PlayListBase::shuffleChanged);
+    QSignalSpy repeat(pl, &PlayListBase::repeatAllChanged);
+    QSignalSpy name(pl, &PlayListBase::nameChanged);
+
+    pl->setShuffle(true);
+    pl->setShuffle(true);
+    pl->setRepeatAll(false);
+    pl->setRepeatAll(true);
+    pl->setName(QStringLiteral("Mix"));
+    pl->setName(QStringLiteral("Mix"));
+
+    EXPECT_EQ(shuffle, QList<QVariantList>{{true}});
+    EXPECT_EQ(repeat, QList<QVariantList>{{true}});
+    EXPECT_EQ(name.count(), 2);
+    EXPECT_EQ(store().playlistRow(pl->getUid()), QStringLiteral("Mix|1|1|-1"));
+}
+
+TEST_F(PlayListModel, AnEntryBecomesARoleMapThatPointsBackAtThisModule)
+{
+    PlayListBase* pl = playlistWith(QStringLiteral("Roles"), {"a", "b"});
+    const KeloPlayListItem entry = pl->getItems(1, 1).value(0);
+    const KeloRoles roles = pl->itemToKeloRoles(entry);
+    EXPECT_EQ(roles.id(), QString::number(entry.uid()));
+    EXPECT_EQ(roles.value().i32_(), 1);
+    EXPECT_EQ(roles.path(), KeloPlayListItemPath() + entry.uid());
+    EXPECT_EQ(roles.title(), QStringLiteral("b"));
+    EXPECT_EQ(roles.mediaData().metaData().playLogicPath(), KeloPlayListsPlayLogicPath());
+    EXPECT_EQ(roles.mediaData().resources().value(0).uri(), QStringLiteral("http://media.local/b.mp3"));
+
+    KeloPlayListItem broken = entry;
+    broken.setKeloRoles(QStringLiteral("{not json"));
+    EXPECT_FALSE(pl->itemToKeloRoles(broken).contains(KeloRoles::Id()));
+}
