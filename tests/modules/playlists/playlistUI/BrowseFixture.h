@@ -1,12 +1,9 @@
 #pragma once
-// Shared ground of the browse-tree tests: a real database and manager in a temporary directory, a
-// root worker for the settings, and a worker on "playlists:" that records every command the nodes
-// send instead of carrying it out.
+// Shared ground of the browse-tree tests: the model on a fresh store (pltest::ModelTest), and a worker
+// on "playlists:" that records every command the nodes send instead of carrying it out.
 #include <gtest/gtest.h>
 
 #include <QCoreApplication>
-#include <QDir>
-#include <QTemporaryDir>
 #include <memory>
 #include <vector>
 
@@ -14,14 +11,12 @@
 #include "CMNodes.h"
 #include "CMRoot.h"
 #include "CMWorker.h"
-#include "Database.h"
-#include "KeloJson.h"
 #include "KeloPaths.h"
-#include "KeloPlayList.h"
-#include "PlayList.h"
-#include "PlayListManager.h"
+#include "PlayListTestSupport.h"
 
 namespace browsetest {
+
+using pltest::track;
 
 struct SentCommand
 {
@@ -52,67 +47,28 @@ public:
     std::vector<CMSetDataRequest> held;
 };
 
-inline void ensureApplication()
-{
-    if (QCoreApplication::instance())
-        return;
-    static int argc = 1;
-    static char name[] = "playlists_tests";
-    static char* argv[] = {name, nullptr};
-    new QCoreApplication(argc, argv);
-}
-
-inline KeloPlayListItem track(const QString& title)
-{
-    KeloRoles roles;
-    roles.setTitle(title);
-    roles.setType(KeloRolesType::Audio);
-    KeloMediaResource resource;
-    resource.setUri(QStringLiteral("http://example.invalid/") + title);
-    KeloMediaData mediaData;
-    mediaData.setResources({resource});
-    mediaData.setMetaData(KeloMetaData());
-    roles.setMediaData(mediaData);
-    KeloPlayListItem item;
-    item.setTitle(title);
-    item.setUrl(resource.uri());
-    item.setServiceId(QStringLiteral("test"));
-    item.setKeloRoles(KeloJson::stringify(roles.toVariant()));
-    return item;
-}
-
-class BrowseTest : public ::testing::Test
+class BrowseTest : public pltest::ModelTest
 {
 protected:
-    static void SetUpTestSuite() { ensureApplication(); }
-
     void SetUp() override
     {
-        ASSERT_TRUE(dir.isValid());
-        previousDir = QDir::currentPath();
-        ASSERT_TRUE(QDir::setCurrent(dir.path()));
-        root = std::make_unique<CMRootWorker>();
+        pltest::ModelTest::SetUp();
         recorder = std::make_unique<RecordingWorker>();
-        database = std::make_unique<Database>(0, false);
-        manager = std::make_unique<PlayListManager>(database.get());
     }
 
     void TearDown() override
     {
         owned.clear();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        manager.reset();
-        database.reset();
         recorder.reset();
-        root.reset();
-        QDir::setCurrent(previousDir);
+        pltest::ModelTest::TearDown();
     }
 
     // Nodes read these once, when they are made.
     void setVisibility(bool playqueue, bool collections)
     {
-        root->setInitialValue(KeloPlayListSettingsPlayqueueVisibilityPath(), KeloValue::fromBool(playqueue));
-        root->setInitialValue(KeloPlayListSettingsCollectionsVisibilityPath(), KeloValue::fromBool(collections));
+        root.setInitialValue(KeloPlayListSettingsPlayqueueVisibilityPath(), KeloValue::fromBool(playqueue));
+        root.setInitialValue(KeloPlayListSettingsCollectionsVisibilityPath(), KeloValue::fromBool(collections));
     }
 
     // A node that is not registered: several of one class may exist in a test.
@@ -124,18 +80,11 @@ protected:
         return node;
     }
 
+    // A new playlist with tracks "<name>-0" ... "<name>-<tracks-1>".
     PlayListBase* playlist(const QString& name, int tracks = 0)
     {
-        PlayListBase* pl = manager->createPlayList(name);
-        QList<KeloPlayListItem> items;
-        for (int i = 0; i < tracks; ++i)
-            items.append(track(name + QStringLiteral("-") + QString::number(i)));
-        if (tracks > 0) {
-            EXPECT_EQ(pl->addItems(KeloPlayListAddPosition::Append, items), tracks);
-        }
-        return pl;
+        return playlistWith(name, pltest::names(tracks, name + QStringLiteral("-")));
     }
-
     static KeloRowsRoles rows(CMNode* node, const QString& path, int from = 0, int to = 99,
                               const QStringList& roleNames = {})
     {
@@ -186,12 +135,7 @@ protected:
 
     QString uid(PlayListBase* pl) const { return QString::number(pl->getUid()); }
 
-    QTemporaryDir dir;
-    QString previousDir;
-    std::unique_ptr<CMRootWorker> root;
     std::unique_ptr<RecordingWorker> recorder;
-    std::unique_ptr<Database> database;
-    std::unique_ptr<PlayListManager> manager;
     CMNodes registry;
     std::vector<std::unique_ptr<CMNode>> owned;
 };
