@@ -22,23 +22,7 @@ BaseNode::BaseNode(const CMPath& path, PlayListManager* manager)
     , manager(manager)
     , playqueueVisible(readVisibility(KeloPlayListSettingsPlayqueueVisibilityPath()))
     , collectionsVisible(readVisibility(KeloPlayListSettingsCollectionsVisibilityPath()))
-{
-}
-
-BaseNode* BaseNode::create(CMNodes* nodes, const CMPath& path, PlayListManager* manager)
-{
-    return createNode<BaseNode>(nodes, path, manager);
-}
-
-bool BaseNode::getRowsRequest(const CMGetRowsRequest&)
-{
-    return true;
-}
-
-bool BaseNode::setDataRequest(const CMSetDataRequest&)
-{
-    return true;
-}
+{}
 
 int BaseNode::toInt(const QString& text, int fallback)
 {
@@ -68,14 +52,6 @@ KeloRoles BaseNode::addContextMenuToRoles(KeloRoles roles, int plid) const
     static const QString context = trExtractContext(Q_FUNC_INFO);
     roles.setContext(contextRoles(TrString(context, QStringLiteral("Playlist")), path));
     return roles;
-}
-
-KeloEvent BaseNode::genClosePathEvent() const
-{
-    KeloEvent event;
-    event.setRowsType(1);
-    event.setPath(path());
-    return event;
 }
 
 void BaseNode::sendRowsReply(const QVariantList& rows, int rowsCount, const TrString& title, const KeloRoles& roles,
@@ -116,8 +92,8 @@ CMPath BaseNode::pathWith(const CMPath& base, const CMPath& from, const QList<QP
 {
     CMPath path = base.base();
     for (const auto& parameter : from.parameters()) {
-        const bool replaced = std::any_of(extra.begin(), extra.end(),
-                                          [&](const auto& e) { return e.first == parameter.first; });
+        const bool replaced =
+            std::any_of(extra.begin(), extra.end(), [&](const auto& e) { return e.first == parameter.first; });
         if (!replaced)
             path.addParameter(parameter.first, parameter.second);
     }

@@ -28,14 +28,6 @@ public:
     // settings of the play queue and of collections are read here, once; later changes are not seen.
     BaseNode(const CMPath& path, PlayListManager* manager);
 
-    // Registered in the node registry at path; the registry does not own it (retire it with the
-    // CMNode::deleteLater). Every node class has a create of this form.
-    static BaseNode* create(CMNodes* nodes, const CMPath& path, PlayListManager* manager);
-
-    // Both answer nothing and return true; the derived nodes answer.
-    bool getRowsRequest(const CMGetRowsRequest& request) override;
-    bool setDataRequest(const CMSetDataRequest& request) override;
-
     // Decimal conversions of path parameters: fallback when text is not a whole number.
     static int toInt(const QString& text, int fallback);
     static QString toStr(int value);
@@ -43,12 +35,12 @@ public:
     // The track row with its context menu (the track menu of playlist plid) attached.
     KeloRoles addContextMenuToRoles(KeloRoles roles, int plid) const;
 
-    // The event that, carried in an action reply, tells a user interface to close this menu.
-    KeloEvent genClosePathEvent() const;
-
 protected:
     static constexpr int ContextMenuType = KeloRolesContainerType::ContextMenu;
 
+    // A new Node registered in nodes at path (when nodes is not null); the registry does not own it:
+    // retire it with CMNode::deleteLater. Each node class offers a create of this form. Requests a
+    // node class does not answer keep the SDK's handling: not taken.
     template <class Node>
     static Node* createNode(CMNodes* nodes, const CMPath& path, PlayListManager* manager, int containerType = 0)
     {

@@ -79,8 +79,8 @@ void RootNode::appendCollectionRows(QVariantList& rows, const CMGetRowsRequest& 
     header.setType(KeloRolesType::Header);
     appendRow(rows, header, request);
     appendRow(rows,
-              inputEntry(KELO_TRS("Create New Collection"),
-                         pathWith(path(), request.path(), {{"action", "createCl"}}), KeloValue::fromString(QString())),
+              inputEntry(KELO_TRS("Create New Collection"), pathWith(path(), request.path(), {{"action", "createCl"}}),
+                         KeloValue::fromString(QString())),
               request);
     for (CollectionBase* cl : manager->getAllCollection()) {
         KELO_LOG_TRACE("PlayLists", "clname: " << cl->getName() << " clid: " << cl->getUid());

@@ -25,7 +25,8 @@ bool CollectionContextNode::getRowsRequest(const CMGetRowsRequest& request)
                             pathWith(path(), {{"action", "delete"}, {"clid", toStr(cl->getUid())}})),
                   request);
     }
-    sendRowsReply(rows, rows.size(), KELO_TRS("Collection Context Menu - %1", QList<TrArg>{cl ? cl->getName() : QString()}),
+    sendRowsReply(rows, rows.size(),
+                  KELO_TRS("Collection Context Menu - %1", QList<TrArg>{cl ? cl->getName() : QString()}),
                   createRolesFromPath(requestPath, request.roleNames()), request, true);
     return true;
 }

@@ -22,8 +22,10 @@ bool PlayListAddModeNode::getRowsRequest(const CMGetRowsRequest& request)
             {KELO_TRS("Append"), toStr(KeloPlayListAddPosition::Append)},
         };
         for (const auto& mode : modes)
-            appendRow(rows, menuEntry(mode.first, KeloRolesType::Action, pathWith(path(), requestPath, {{"mode", mode.second}})),
-                      request);
+            appendRow(
+                rows,
+                menuEntry(mode.first, KeloRolesType::Action, pathWith(path(), requestPath, {{"mode", mode.second}})),
+                request);
     }
     sendRowsReply(rows, rows.size(), KELO_TRS("Playlists"), createRolesFromPath(requestPath, request.roleNames()),
                   request, true);

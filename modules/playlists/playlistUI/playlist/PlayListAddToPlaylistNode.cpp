@@ -30,9 +30,9 @@ bool PlayListAddToPlaylistNode::getRowsRequest(const CMGetRowsRequest& request)
         appendRow(rows, separator(), request);
         for (PlayListBase* pl : manager->getAllPlayList()) {
             KELO_LOG_TRACE("PlayLists", "plname: " << pl->getName() << " plid: " << pl->getUid());
-            KeloRoles roles = menuEntry(TrString(pl->getName()), KeloRolesType::Container,
-                                        pathWith(KeloPlayListPlSelectAddModePath(), requestPath,
-                                                 {{"plid", toStr(pl->getUid())}}));
+            KeloRoles roles =
+                menuEntry(TrString(pl->getName()), KeloRolesType::Container,
+                          pathWith(KeloPlayListPlSelectAddModePath(), requestPath, {{"plid", toStr(pl->getUid())}}));
             roles.setContainerPlayable(true);
             roles.setContainerType(ContextMenuType);
             appendRow(rows, roles, request);

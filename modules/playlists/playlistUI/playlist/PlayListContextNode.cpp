@@ -33,8 +33,10 @@ QVariantList PlayListContextNode::entries(PlayListBase* pl, const CMGetRowsReque
     const QString shuffleTo = pl->getShuffle() ? QStringLiteral("0") : QStringLiteral("1");
     const QString repeatTo = pl->getRepeatAll() ? QStringLiteral("0") : QStringLiteral("1");
     QVariantList rows;
-    appendRow(rows, menuEntry(KELO_TRS("Play"), KeloRolesType::Action, pathWith(path(), {{"action", "play"}, {"plid", plid}})),
-              request);
+    appendRow(
+        rows,
+        menuEntry(KELO_TRS("Play"), KeloRolesType::Action, pathWith(path(), {{"action", "play"}, {"plid", plid}})),
+        request);
     appendRow(rows,
               inputEntry(KELO_TRS("Rename"), pathWith(path(), {{"action", "rename"}, {"plid", plid}}),
                          KeloValue::fromString(pl->getName())),
@@ -115,7 +117,8 @@ bool PlayListContextNode::setDataRequest(const CMSetDataRequest& request)
         KeloPlayListPlSetRepeat args;
         args.setPlid(plid);
         if (valueIsBool || requestPath.hasParameter(KeloPlayListArgs::modeKey()))
-            args.setMode(valueIsBool ? int(value.toBool()) * 2 : intParameter(requestPath, KeloPlayListArgs::modeKey()));
+            args.setMode(valueIsBool ? int(value.toBool()) * 2
+                                     : intParameter(requestPath, KeloPlayListArgs::modeKey()));
         sendCommand(KeloPlayListPlSetRepeatPath(), args, request);
     } else if (action == QLatin1String("delFromCl")) {
         KeloPlayListClAddRemoveItem args;

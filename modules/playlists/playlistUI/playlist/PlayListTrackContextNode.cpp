@@ -23,8 +23,8 @@ bool PlayListTrackContextNode::getRowsRequest(const CMGetRowsRequest& request)
         if (item.isValid())
             rows = entries(plid, itemid, item.sequenceNumber(), request);
     }
-    sendRowsReply(rows, rows.size(), KELO_TRS("Track Context Menu"), createRolesFromPath(requestPath, request.roleNames()),
-                  request, true);
+    sendRowsReply(rows, rows.size(), KELO_TRS("Track Context Menu"),
+                  createRolesFromPath(requestPath, request.roleNames()), request, true);
     return true;
 }
 
@@ -35,11 +35,10 @@ QVariantList PlayListTrackContextNode::entries(const QString& plid, const QStrin
     const QString seq = toStr(seqNum);
     QVariantList rows;
     if (playqueueVisible && plid != QLatin1String("0")) {
-        KeloRoles toQueue = menuEntry(KELO_TRS("Add to playqueue"), KeloRolesType::Container,
-                                      pathWith(KeloPlayListPlSelectAddModePath(), {{"action", "cmnode"},
-                                                                                   {"fromplid", plid},
-                                                                                   {"itemid", itemPath},
-                                                                                   {"plid", "0"}}));
+        KeloRoles toQueue =
+            menuEntry(KELO_TRS("Add to playqueue"), KeloRolesType::Container,
+                      pathWith(KeloPlayListPlSelectAddModePath(),
+                               {{"action", "cmnode"}, {"fromplid", plid}, {"itemid", itemPath}, {"plid", "0"}}));
         toQueue.setContainerType(ContextMenuType);
         appendRow(rows, toQueue, request);
     }
@@ -51,10 +50,11 @@ QVariantList PlayListTrackContextNode::entries(const QString& plid, const QStrin
                                                      {"preparepath", KeloPlayListPlPrepareItemsPath().toEncoded()}}));
     toPlayList.setContainerType(ContextMenuType);
     appendRow(rows, toPlayList, request);
-    appendRow(rows,
-              inputEntry(KELO_TRS("Move track"), pathWith(path(), {{"action", "moveTr"}, {"plid", plid}, {"from", seq}}),
-                         KeloValue::fromString(seq)),
-              request);
+    appendRow(
+        rows,
+        inputEntry(KELO_TRS("Move track"), pathWith(path(), {{"action", "moveTr"}, {"plid", plid}, {"from", seq}}),
+                   KeloValue::fromString(seq)),
+        request);
     appendRow(rows,
               menuEntry(KELO_TRS("Remove track"), KeloRolesType::Action,
                         pathWith(path(), {{"action", "removeTr"}, {"fromplid", plid}, {"seqnum", seq}})),

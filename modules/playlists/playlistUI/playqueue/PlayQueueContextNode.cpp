@@ -19,7 +19,8 @@ bool PlayQueueContextNode::getRowsRequest(const CMGetRowsRequest& request)
     if (queue) {
         const QString plid = toStr(queue->getUid());
         appendRow(rows,
-                  menuEntry(KELO_TRS("Play"), KeloRolesType::Action, pathWith(path(), {{"action", "playPl"}, {"plid", plid}})),
+                  menuEntry(KELO_TRS("Play"), KeloRolesType::Action,
+                            pathWith(path(), {{"action", "playPl"}, {"plid", plid}})),
                   request);
         appendRow(rows,
                   menuEntry(KELO_TRS("Merge with playlist"), KeloRolesType::Container,
@@ -27,7 +28,8 @@ bool PlayQueueContextNode::getRowsRequest(const CMGetRowsRequest& request)
                   request);
         appendRow(rows, separator(), request);
         appendRow(rows,
-                  menuEntry(KELO_TRS("Clear"), KeloRolesType::Action, pathWith(path(), {{"action", "clearPl"}, {"plid", plid}})),
+                  menuEntry(KELO_TRS("Clear"), KeloRolesType::Action,
+                            pathWith(path(), {{"action", "clearPl"}, {"plid", plid}})),
                   request);
     }
     sendRowsReply(rows, rows.size(), KELO_TRS("PlayQueue Context Menu"),

@@ -1,16 +1,13 @@
 #pragma once
-// Shared ground of the browse-tree tests: the model on a fresh store (pltest::ModelTest), and a worker
-// on "playlists:" that records every command the nodes send instead of carrying it out.
-#include <gtest/gtest.h>
-
+// The browse-tree tests' ground: the model on a fresh store (pltest::ModelTest), and a worker on
+// "playlists:" that records the commands the nodes send instead of carrying them out.
 #include <QCoreApplication>
 #include <memory>
 #include <vector>
 
 #include "CMNode.h"
-#include "CMNodes.h"
-#include "CMRoot.h"
 #include "CMWorker.h"
+#include "Collection.h"
 #include "KeloPaths.h"
 #include "PlayListTestSupport.h"
 
@@ -18,13 +15,15 @@ namespace browsetest {
 
 using pltest::track;
 
-struct SentCommand
+struct Sent
 {
-    QString path;        // encoded
-    QVariantHash args;  // the argument record
+    QString path;
+    QVariantHash args;
+    bool operator==(const Sent& o) const { return path == o.path && args == o.args; }
 };
 
-// Takes every set-data request on "playlists:" and answers it with answer, or with error when set.
+// Answers every set-data request on "playlists:" with answer (or error); with answerLater it keeps
+// them unanswered in held, as an asynchronous command does.
 class RecordingWorker : public CMAbstractWorker
 {
 public:
@@ -40,10 +39,10 @@ public:
             request.reply().setValue(answer);
         return true;
     }
-    std::vector<SentCommand> sent;
+    std::vector<Sent> sent;
     QVariant answer = QStringLiteral("command answer");
     CMError error;
-    bool answerLater = false;  // keeps the requests in held, unanswered, as an asynchronous command does
+    bool answerLater = false;
     std::vector<CMSetDataRequest> held;
 };
 
@@ -55,7 +54,6 @@ protected:
         pltest::ModelTest::SetUp();
         recorder = std::make_unique<RecordingWorker>();
     }
-
     void TearDown() override
     {
         owned.clear();
@@ -64,67 +62,53 @@ protected:
         pltest::ModelTest::TearDown();
     }
 
-    // Nodes read these once, when they are made.
+    // Nodes read these when they are made.
     void setVisibility(bool playqueue, bool collections)
     {
         root.setInitialValue(KeloPlayListSettingsPlayqueueVisibilityPath(), KeloValue::fromBool(playqueue));
         root.setInitialValue(KeloPlayListSettingsCollectionsVisibilityPath(), KeloValue::fromBool(collections));
     }
-
-    // A node that is not registered: several of one class may exist in a test.
+    // A node of class Node at path, not registered (several may exist at once).
     template <class Node>
-    Node* make(const CMPath& path)
+    Node* make(const QString& path)
     {
-        Node* node = Node::create(nullptr, path, manager.get());
+        Node* node = Node::create(nullptr, CMPath(path), manager.get());
         owned.emplace_back(node);
         return node;
     }
-
-    // A new playlist with tracks "<name>-0" ... "<name>-<tracks-1>".
+    // A playlist with tracks "<name>-0" ... "<name>-<tracks-1>".
     PlayListBase* playlist(const QString& name, int tracks = 0)
     {
         return playlistWith(name, pltest::names(tracks, name + QStringLiteral("-")));
     }
+    static QString uid(const PlayListBase* pl) { return QString::number(pl->getUid()); }
+    static QString uid(const CollectionBase* cl) { return QString::number(cl->getUid()); }
+
     static KeloRowsRoles rows(CMNode* node, const QString& path, int from = 0, int to = 99,
-                              const QStringList& roleNames = {})
+                              const QStringList& roles = {})
     {
-        CMGetRowsRequest request{CMPath(path), from, to, roleNames};
+        CMGetRowsRequest request{CMPath(path), from, to, roles};
         EXPECT_TRUE(node->getRowsRequest(request));
-        EXPECT_TRUE(request.reply().isFinished());
         return request.reply().value();
     }
-
-    static KeloRoles row(const KeloRowsRoles& reply, int index) { return KeloRoles(KeloHash(reply.rows().value(index).toHash())); }
-
-    static QStringList titles(const KeloRowsRoles& reply)
+    static KeloRoles row(const KeloRowsRoles& reply, int index) { return KeloHash(reply.rows().value(index).toHash()); }
+    // One role of every row, as text: "title", "type", "path", or "context" (the context's path).
+    static QStringList column(const KeloRowsRoles& reply, const QString& role)
     {
         QStringList result;
-        for (const QVariant& r : reply.rows())
-            result.append(KeloRoles(KeloHash(r.toHash())).title());
-        return result;
-    }
-
-    static QList<int> types(const KeloRowsRoles& reply)
-    {
-        QList<int> result;
-        for (const QVariant& r : reply.rows())
-            result.append(KeloRoles(KeloHash(r.toHash())).type());
-        return result;
-    }
-
-    // The path of the row with this title, encoded; empty when there is none.
-    static QString pathOf(const KeloRowsRoles& reply, const QString& title)
-    {
         for (const QVariant& r : reply.rows()) {
             const KeloRoles roles(KeloHash(r.toHash()));
-            if (roles.title() == title)
-                return roles.path().toEncoded();
+            if (role == QLatin1String("context"))
+                result.append(roles.contains(role) ? roles.context().path().toEncoded() : QString());
+            else if (role == QLatin1String("path"))
+                result.append(roles.contains(role) ? roles.path().toEncoded() : QString());
+            else
+                result.append(roles.get(role).toString());
         }
-        return QString();
+        return result;
     }
-
-    // Sends a set-data request to node; *taken is what the node returned.
-    static CMVoidReply set(CMNode* node, const QString& path, const QVariant& value, bool* taken = nullptr)
+    // Sets path on node; *taken: what the node returned.
+    static CMVoidReply set(CMNode* node, const QString& path, const QVariant& value = {}, bool* taken = nullptr)
     {
         CMSetDataRequest request{CMPath(path), value};
         const bool result = node->setDataRequest(request);
@@ -133,10 +117,7 @@ protected:
         return request.reply();
     }
 
-    QString uid(PlayListBase* pl) const { return QString::number(pl->getUid()); }
-
     std::unique_ptr<RecordingWorker> recorder;
-    CMNodes registry;
     std::vector<std::unique_ptr<CMNode>> owned;
 };
 
