@@ -89,6 +89,11 @@ TEST_F(Startup, TheWebPageIsServedFromItsFolderAndNothingOutsideIt)
         ASSERT_TRUE(f.open(QIODevice::WriteOnly));
         f.write(file.second);
     }
+    ASSERT_TRUE(QFile::link(m_dir.filePath("outside.txt"), web + "/inside.txt"));
+    QFile outside(m_dir.filePath("outside.txt"));
+    ASSERT_TRUE(outside.open(QIODevice::WriteOnly));
+    outside.write("outside");
+    outside.close();
     ASSERT_TRUE(m_host.start(dataDir(), {"--web-root", web})) << m_host.errorOutput().toStdString();
     auto client = m_host.client();
     auto index = client->Get("/");
@@ -99,7 +104,7 @@ TEST_F(Startup, TheWebPageIsServedFromItsFolderAndNothingOutsideIt)
     auto script = client->Get("/js/app.js");
     ASSERT_TRUE(script);
     EXPECT_EQ(script->get_header_value("Content-Type"), "text/javascript; charset=utf-8");
-    for (const char* path : {"/.secret", "/js/../../data.stderr", "/%2e%2e/data.stderr", "/nothing.html"}) {
+    for (const char* path : {"/.secret", "/js/../../outside.txt", "/%2e%2e/outside.txt", "/inside.txt", "/nothing.html"}) {
         auto refused = client->Get(path);
         ASSERT_TRUE(refused);
         EXPECT_EQ(refused->status, 404) << path;
