@@ -10,6 +10,7 @@
 #include "KeloPaths.h"
 #include "KeloRoles.h"
 #include "PlayListManager.h"
+#include "PlayListPlayLogic.h"
 
 namespace {
 KeloValue settingsValue(const CMPath& path)
@@ -28,7 +29,7 @@ PlayListWorker::PlayListWorker(const QHash<QString, QVariant>& config)
     manager = new PlayListManager(database);
     // Browse tree.
     controller = new Controller(this, manager);
-    // Play logic.
+    playLogic = new PlayListPlayLogic(this, manager);
     CMGlobal::connect(this, &PlayListWorker::setDataReceived, this, &PlayListWorker::on_setDataRequest);
     powerTargetItem = new CMValueItem(this, KeloPowerManagerTargetPath());
     CMGlobal::connect(powerTargetItem, &CMValueItem::changed, this,
@@ -38,7 +39,7 @@ PlayListWorker::PlayListWorker(const QHash<QString, QVariant>& config)
 // The browse tree and the play logic watch the model, so they go before it; the store goes last.
 PlayListWorker::~PlayListWorker()
 {
-    // Play logic teardown.
+    delete playLogic;
     // Browse tree teardown.
     delete controller;
     delete manager;
