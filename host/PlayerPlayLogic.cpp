@@ -102,7 +102,8 @@ void Player::advance()
 {
     m_endReached = false;
     if (!m_nextMedia.isEmpty()) {
-        startTrack(m_nextMedia);
+        const KeloRoles next = m_nextMedia;  // startTrack forgets the announcement
+        startTrack(next);
         return;
     }
     stopPlayback();
