@@ -131,25 +131,34 @@ TEST_F(PlayLogicShuffle, InsertsBehindThePlayingEntryArePlayedNextInListOrder)
 
 TEST_F(PlayLogicShuffle, RemovalsAndMovesKeepTheOrderWhole)
 {
-    PlayListBase* pl = shuffled(8, 0);
+    PlayListBase* pl = shuffled(9, 0);
     next(3);
-    const int playing = pl->getLastSequenceNumber();
-    const int removed = logic->shuffleSequence().at(6);
-    QVector<int> expected = logic->shuffleSequence();
-    expected.remove(6);
-    for (int& entry : expected)
-        entry -= entry > removed ? 1 : 0;
-    pl->removeItems({removed});
-    EXPECT_EQ(logic->shuffleSequence(), expected);
-    EXPECT_EQ(logic->shuffleSequence().at(logic->shuffleCurrentIndex()), pl->getLastSequenceNumber());
-    EXPECT_EQ(pl->getLastSequenceNumber(), playing - (removed < playing ? 1 : 0));
+    for (int at : {6, 1}) {  // behind and before the playing entry in the order
+        const int playing = pl->getLastSequenceNumber();
+        const int removed = logic->shuffleSequence().at(at);
+        QVector<int> expected = logic->shuffleSequence();
+        expected.remove(at);
+        for (int& entry : expected)
+            entry -= entry > removed ? 1 : 0;
+        pl->removeItems({removed});
+        EXPECT_EQ(logic->shuffleSequence(), expected);
+        EXPECT_EQ(pl->getLastSequenceNumber(), playing - (removed < playing ? 1 : 0));
+        EXPECT_EQ(logic->shuffleSequence().at(logic->shuffleCurrentIndex()), pl->getLastSequenceNumber());
+    }
+
+    // Without the playing entry, the order goes on with the entry that followed it there.
+    const int index = logic->shuffleCurrentIndex();
+    const int following = logic->shuffleSequence().at(index + 1);
+    pl->removeItems({pl->getLastSequenceNumber()});
+    EXPECT_EQ(logic->shuffleCurrentIndex(), index - 1);
+    EXPECT_EQ(logic->getNextShuffleItem(), following - (following > pl->getLastSequenceNumber() ? 1 : 0));
 
     // A move swaps the two numbers in the order and leaves the others where they are.
     QVector<int> swapped = logic->shuffleSequence();
     std::swap(swapped[swapped.indexOf(0)], swapped[swapped.indexOf(3)]);
     pl->moveItem(0, 3);
     EXPECT_EQ(logic->shuffleSequence(), swapped);
-    EXPECT_TRUE(isPermutation(logic->shuffleSequence(), 7));
+    EXPECT_TRUE(isPermutation(logic->shuffleSequence(), 6));
 }
 
 TEST_F(PlayLogicShuffle, SeveralRemovalsApplyOneAfterAnother)
