@@ -8,7 +8,7 @@
 #include <memory>
 
 class Database;
-class CollectionRecord;
+struct CollectionRecord;
 class PlayListBase;
 
 class CollectionBase : public QObject

@@ -20,7 +20,7 @@
 #include "KeloRoles.h"
 
 class Database;
-class PlayListRecord;
+struct PlayListRecord;
 
 class PlayListBase : public QObject
 {

@@ -9,6 +9,7 @@
 #include "KeloLog.h"
 #include "KeloPaths.h"
 #include "KeloRoles.h"
+#include "Language.h"
 #include "PlayListManager.h"
 #include "PlayListPlayLogic.h"
 
@@ -62,7 +63,8 @@ bool PlayListWorker::on_setDataRequest(const CMSetDataRequest& request)
         return true;
     const bool taken = CMNodesWorker::setDataRequest(request);
     if (!taken && !request.reply().isFinished())
-        request.reply().setError(CMError(CMError::NotFoundName(), QStringLiteral("Not found: %1").arg(request.path().toEncoded())));
+        request.reply().setError(
+            CMError(CMError::NotFoundName(), KELO_TR("Nothing handles the path %1.").arg(request.path().toEncoded())));
     return taken;
 }
 
@@ -91,7 +93,7 @@ void PlayListWorker::on_databaseVacuum_needed(bool needed)
     CMRoot()->setValue(KeloPlayListSettingsDataBaseVacuumPath(), KeloValue::fromBool(needed), CMVoidReply());
 }
 
-PlayListWorker* worker_create(void* /*unused*/, const QHash<QString, QVariant>& config)
+CMAbstractWorker* worker_create(void* /*unused*/, const QHash<QString, QVariant>& config)
 {
     return new PlayListWorker(config);
 }

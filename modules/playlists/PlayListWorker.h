@@ -54,5 +54,5 @@ private:
     CMValueItem* powerTargetItem = nullptr;
 };
 
-// The plug-in's entry: the host owns the returned worker. The first argument is not used.
-extern "C" Q_DECL_EXPORT PlayListWorker* worker_create(void* unused, const QHash<QString, QVariant>& config);
+// The plug-in's entry: a new PlayListWorker, owned by the host. The first argument is not used.
+extern "C" Q_DECL_EXPORT CMAbstractWorker* worker_create(void* unused, const QHash<QString, QVariant>& config);
