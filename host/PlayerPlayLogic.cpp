@@ -49,6 +49,8 @@ void Player::startTrack(const KeloRoles& roles)
         return;
     }
     m_track = roles;
+    // Shown at once as the play logic named it; its data for the track follows the start.
+    m_data.setTrackRoles(roles);
     m_clock.hold();
     m_clock.setPlayTime(0);
     const State state = m_startPaused ? State::Paused : State::Playing;

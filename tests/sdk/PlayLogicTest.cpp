@@ -1,6 +1,5 @@
 // The play-logic base: the player's calls reach the operations in the worker's thread, the commands
 // reach the player, and neither side waits for the other.
-#include <QCoreApplication>
 #include <QMutex>
 #include <QSet>
 #include <QThread>
@@ -16,15 +15,6 @@
 #include "PlayLogic.h"
 
 namespace {
-
-void ensureCoreApplication()
-{
-    static int argc = 1;
-    static char name[] = "sdk_tests";
-    static char* argv[] = {name, nullptr};
-    if (!QCoreApplication::instance())
-        new QCoreApplication(argc, argv);
-}
 
 // Records which operation ran in which thread and what it saw.
 class ProbeLogic : public StreamerPlayLogic
@@ -101,7 +91,6 @@ class PlayLogicCalls : public ::testing::Test
 protected:
     void SetUp() override
     {
-        ensureCoreApplication();
         root = std::make_unique<CMRootWorker>();
         playerThread = std::make_unique<CMWorkerThread>([] { return new ListeningPlayer; });
         player = static_cast<ListeningPlayer*>(playerThread->worker());

@@ -1,7 +1,6 @@
 #pragma once
 // A worker with a real store in a temporary directory, its play logic, and a player that only records
 // what it is told. Everything runs in the test's thread, so each call is handled inside the call.
-#include <QCoreApplication>
 #include <QDir>
 #include <QMutex>
 #include <QSet>
@@ -17,15 +16,6 @@
 #include "PlayListPlayLogic.h"
 #include "PlayListWorker.h"
 #include "PlayLogic.h"
-
-inline void ensureCoreApplication()
-{
-    static int argc = 1;
-    static char name[] = "playlists_tests";
-    static char* argv[] = {name, nullptr};
-    if (!QCoreApplication::instance())
-        new QCoreApplication(argc, argv);
-}
 
 // Records every request on "player:" paths: the play logic's commands and the controls.
 class RecordingPlayer : public CMAbstractWorker
@@ -73,7 +63,6 @@ class PlayLogicTest : public ::testing::Test
 protected:
     void SetUp() override
     {
-        ensureCoreApplication();
         ASSERT_TRUE(dir.isValid());
         previousDir = QDir::currentPath();
         QDir::setCurrent(dir.path());
