@@ -83,6 +83,7 @@ protected:
         QDir::setCurrent(previousDir);
     }
 
+public:
     // An entry's stored roles: a track of 200 s, or with no resources, or one that cannot be opened.
     static KeloPlayListItem track(int n, const QString& uri = QString())
     {
@@ -105,6 +106,7 @@ protected:
             items << track(n, withoutResources.contains(n) ? QString("") : QString());
         return items;
     }
+protected:
     PlayListBase* playlist(int count, const QSet<int>& withoutResources = {})
     {
         PlayListBase* pl = manager->createPlayList(QStringLiteral("Test"));
