@@ -96,7 +96,7 @@ TEST(PlayLogicThreads, EditsCallsAndControlsAtOnceLoseNothingAndNeverHang)
         for (int i = 0; i < rounds; ++i) {
             send(KeloPlayerControlPath(), {{"control", controls.at(i % 4)}});
             if (i % 8 == 0)
-                send(KeloPlayerControlPath(), {{"control", "playMode"}, {"playMode", 4 + (i / 8) % 2}});
+                send(KeloPlayerControlPath(), {{"control", "playMode"}, {"playMode", 5 - (i / 8) % 2}});
         }
     });
     std::thread player([&] {
