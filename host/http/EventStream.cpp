@@ -21,9 +21,9 @@ bool writeText(httplib::DataSink& sink, const std::string& text)
     return sink.write(text.data(), text.size());
 }
 
-bool writeEvent(httplib::DataSink& sink, const QVariantHash& event)
+std::string eventBlock(const QVariantHash& event)
 {
-    return writeText(sink, "data: " + KeloJson::stringify(event).toStdString() + "\n\n");
+    return "data: " + KeloJson::stringify(event).toStdString() + "\n\n";
 }
 
 }  // namespace
@@ -57,27 +57,31 @@ void EventStream::install(httplib::Server& server)
     });
 }
 
+std::string EventStream::nextChunk(CMEventSubscriber& subscriber, int waitMs)
+{
+    QVariantHash event;
+    QElapsedTimer waited;
+    waited.start();
+    if (!subscriber.next(&event, waitMs)) {
+        // A closed subscriber answers at once; a quiet one after the whole wait.
+        return waited.elapsed() < waitMs / 2 ? std::string() : std::string(": keepalive\n\n");
+    }
+    std::string chunk;
+    if (subscriber.takeDroppedCount() > 0)
+        chunk = eventBlock({{QStringLiteral("path"), QString()}, {QStringLiteral("change"), QStringLiteral("reset")}});
+    return chunk + eventBlock(event);
+}
+
 bool EventStream::pump(Stream& stream, httplib::DataSink& sink) const
 {
     if (!stream.greeted) {
         stream.greeted = true;
         return writeText(sink, ": connected\n\n");
     }
-    QVariantHash event;
-    QElapsedTimer waited;
-    waited.start();
-    if (!stream.subscriber->next(&event, KeepAliveMs)) {
-        // A closed subscriber answers at once; a quiet one after the whole wait.
-        if (m_stopping->load() || waited.elapsed() < KeepAliveMs / 2) {
-            sink.done();
-            return true;
-        }
-        return writeText(sink, ": keepalive\n\n");
+    const std::string chunk = nextChunk(*stream.subscriber, KeepAliveMs);
+    if (chunk.empty() || m_stopping->load()) {
+        sink.done();
+        return true;
     }
-    if (stream.subscriber->takeDroppedCount() > 0) {
-        const QVariantHash reset = {{QStringLiteral("path"), QString()}, {QStringLiteral("change"), QStringLiteral("reset")}};
-        if (!writeEvent(sink, reset))
-            return false;
-    }
-    return writeEvent(sink, event);
+    return writeText(sink, chunk);
 }

@@ -8,6 +8,7 @@
 // Handlers run in httplib's threads; install() from the main thread before the server starts.
 #include <atomic>
 #include <memory>
+#include <string>
 
 class CMEventSubscriber;
 
@@ -26,9 +27,14 @@ public:
     void install(httplib::Server& server);
     int openStreams() const { return m_open.load(); }
 
+    // What a stream sends next, waiting up to waitMs: the next event as a "data:" block (after a
+    // reset block when events were dropped), a keepalive comment when none came, or an empty text
+    // once the subscriber is closed.
+    static std::string nextChunk(CMEventSubscriber& subscriber, int waitMs);
+
 private:
     struct Stream;
-    // One step of a stream: waits for an event and writes it. False when the client is gone.
+    // One step of a stream. False when the client is gone.
     bool pump(Stream& stream, httplib::DataSink& sink) const;
 
     const std::atomic<bool>* m_stopping;

@@ -150,7 +150,11 @@ bool MediaLibraryWorker::getDataRequest(const CMGetDataRequest& request)
     case Node::Track: roles = trackRoles(*m_catalogue.track(id)); break;
     default: return false;
     }
-    request.reply().setValue(CMGlobal::itemRolesToList(roles, request.roleNames()));
+    // As browse nodes answer: the roles, or with role names the list of those roles' values.
+    QVariantList values;
+    for (const QString& name : request.roleNames())
+        values.append(roles.get(name));
+    request.reply().setValue(request.roleNames().isEmpty() ? roles.toVariant() : QVariant(values));
     return true;
 }
 

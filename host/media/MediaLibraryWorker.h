@@ -4,7 +4,7 @@
 //
 //   get-rows "media:"              the albums (type 1, playable containers, path media:album/<n>)
 //   get-rows "media:album/<n>"     its tracks (type 3, path media:track/<id>, with a resource uri)
-//   get-data on any of these       the roles of that row
+//   get-data on any of these       the roles of that row (with role names: the list of their values)
 //   set-data "media:prepareItems"  a list of track or album paths -> a list of KeloPlayListItem
 //                                  hashes, in the order given; paths it does not know are skipped
 #include "CMWorker.h"

@@ -23,7 +23,9 @@
 
 #include <QList>
 #include <QObject>
+#include <QPair>
 #include <QString>
+#include <QVector>
 
 #include "KeloEnums.h"
 #include "KeloPlayList.h"
@@ -174,6 +176,7 @@ private:
     bool insertItem(const KeloPlayListItem& item);
     int removeItemsTransaction(const PlayListRecord& pl, const QList<int>& indices);
     int removeItemsHelper(const PlayListRecord& pl, int from, int to);
+    QVector<QPair<int, int>> itemPositions(const PlayListRecord& pl, int from, int to);  // (sequence number, uid)
     bool renumberItems(const PlayListRecord& pl, int from);
     bool moveItemTransaction(const PlayListRecord& pl, int from, int to);
     bool shiftItems(const PlayListRecord& pl, int lowest, int highest, int offset);  // "moveItem1"

@@ -16,6 +16,20 @@ int addItemsFailed()
     return -1;
 }
 
+// Per-row TRACE lines are decided once per operation: looking the logger up costs more than a row.
+bool traceEnabled()
+{
+    return KeloLog::logger("PlayLists").isEnabledFor(log4cplus::TRACE_LOG_LEVEL);
+}
+
+// An item's hash sized for its eleven fields up front, so that filling it never rehashes.
+QVariantHash itemHash()
+{
+    QVariantHash hash;
+    hash.reserve(11);
+    return hash;
+}
+
 QString joinIndices(const QList<int>& indices)
 {
     QStringList texts;
@@ -27,7 +41,7 @@ QString joinIndices(const QList<int>& indices)
 
 KeloPlayListItem Database::readItem(const Sqlite3Statement& query)
 {
-    KeloPlayListItem item;
+    KeloPlayListItem item{KeloHash(itemHash())};
     item.setSequenceNumber(query.columnInt(0));
     item.setUid(query.columnInt(1));
     item.setTitle(query.columnText(2));
@@ -70,7 +84,7 @@ KeloPlayListItem Database::getItemByUid(int uid)
 
 void Database::printItems(const PlayListRecord& pl)
 {
-    if (!KeloLog::logger("PlayLists").isEnabledFor(log4cplus::TRACE_LOG_LEVEL))
+    if (!traceEnabled())
         return;
     for (const KeloPlayListItem& item : getItems(pl, 0, pl.size)) {
         KELO_LOG_TRACE("PlayLists", "uid: " << item.uid() << " seqNum: " << item.sequenceNumber()
@@ -194,6 +208,7 @@ bool Database::addItemsFromSequenceNumber(const PlayListRecord& pl, int firstSeq
                                           const QList<KeloPlayListItem>& items)
 {
     Sqlite3Statement& link = statement(InsertPlayListItem);
+    const bool trace = traceEnabled();
     int sequenceNumber = firstSequenceNumber;
     for (const KeloPlayListItem& item : items) {
         if (!insertItem(item)) {
@@ -201,7 +216,8 @@ bool Database::addItemsFromSequenceNumber(const PlayListRecord& pl, int firstSeq
             return false;
         }
         const int uid = static_cast<int>(sqlite3_last_insert_rowid(m_connection));
-        KELO_LOG_TRACE("PlayLists", "Inserted item into DB with uid " << uid);
+        if (trace)
+            KELO_LOG_TRACE("PlayLists", "Inserted item into DB with uid " << uid);
         link.bindInt(1, pl.uid);
         link.bindInt(2, uid);
         link.bindInt(3, sequenceNumber);
@@ -268,19 +284,36 @@ int Database::removeItemsHelper(const PlayListRecord& pl, int from, int to)
     return sqlite3_changes(m_connection);
 }
 
+QVector<QPair<int, int>> Database::itemPositions(const PlayListRecord& pl, int from, int to)
+{
+    // The entries of getItems, but only their sequence numbers and uids: renumbering needs no more.
+    QVector<QPair<int, int>> positions;
+    Sqlite3Statement& query = statement(GetItems);
+    query.bindInt(1, pl.uid);
+    query.bindInt(2, from);
+    query.bindInt(3, to);
+    while (query.step_row())
+        positions.append(qMakePair(query.columnInt(0), query.columnInt(1)));
+    if (!query.reset())
+        KELO_LOG_ERROR("PlayLists", "Error fetching PlayList items from DB");
+    return positions;
+}
+
 bool Database::renumberItems(const PlayListRecord& pl, int from)
 {
     // The survivors are visited in ascending order and each new number is at most its old one and
     // already free, so the unique constraint is never hit.
     Sqlite3Statement& update = statement(SetSequenceNumber);
+    const bool trace = traceEnabled();
     int newSequenceNumber = from;
-    for (const KeloPlayListItem& item : getItems(pl, from, pl.size)) {
+    for (const auto& [oldSequenceNumber, uid] : itemPositions(pl, from, pl.size)) {
         update.bindInt(1, pl.uid);
-        update.bindInt(2, item.uid());
-        update.bindInt(3, item.sequenceNumber());
+        update.bindInt(2, uid);
+        update.bindInt(3, oldSequenceNumber);
         update.bindInt(4, newSequenceNumber);
-        KELO_LOG_TRACE("PlayLists", "update seq: uid=" << item.uid() << " old=" << item.sequenceNumber()
-                                                      << " new=" << newSequenceNumber);
+        if (trace)
+            KELO_LOG_TRACE("PlayLists", "update seq: uid=" << uid << " old=" << oldSequenceNumber
+                                                          << " new=" << newSequenceNumber);
         update.step();
         if (!update.reset()) {
             KELO_LOG_ERROR("PlayLists", "Unable to restore sequence numbers");

@@ -8,8 +8,8 @@
 #include <memory>
 
 #include <QByteArray>
-#include <QList>
 #include <QString>
+#include <QVector>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -45,5 +45,5 @@ private:
 
     sqlite3_stmt* m_statement;
     QString m_name;
-    QList<QByteArray> m_boundTexts;
+    QVector<QByteArray> m_boundTexts;  // clear() keeps the capacity for the next execution
 };
