@@ -36,6 +36,23 @@ QString tailAfter(const CMPath& path, const CMPath& base)
     return tail;
 }
 
+// Only evaluated when TRACE is on.
+QString describe(const QList<CMPath>& paths)
+{
+    QStringList encoded;
+    for (const CMPath& path : paths)
+        encoded.append(path.toEncoded());
+    return encoded.join(QStringLiteral(", "));
+}
+
+QString describe(const QList<KeloPlayListItem>& items)
+{
+    QStringList texts;
+    for (const KeloPlayListItem& item : items)
+        texts.append(item.title() + QStringLiteral(" <") + item.url() + QLatin1Char('>'));
+    return texts.join(QStringLiteral(", "));
+}
+
 // Whether a stored role text describes a playable audio track.
 bool rolesArePlayable(const QString& rolesText)
 {
@@ -86,7 +103,7 @@ void Controller::plAddItems(CMSetDataRequest request)
 
 void Controller::sendPrepareRequests(const ReqGroupProperties& properties, const QList<CMPath>& paths)
 {
-    KELO_LOG_TRACE("PlayLists", "itemList: " << paths.size() << " paths");
+    KELO_LOG_TRACE("PlayLists", "itemList: " << describe(paths));
     QMap<QString, QStringList> byPrefix;
     QStringList prefixOrder;
     for (const CMPath& path : paths) {
@@ -245,7 +262,7 @@ bool Controller::startAddedItem(PlayListBase* pl, int added)
 int Controller::addItemsToPlaylist(PlayListBase* pl, const QList<KeloPlayListItem>& items,
                                    KeloPlayListAddPosition::Enum position, QString* msg)
 {
-    KELO_LOG_TRACE("PlayLists", "itemList: " << items.size() << " items");
+    KELO_LOG_TRACE("PlayLists", "itemList: " << describe(items));
     QList<KeloPlayListItem> kept;
     kept.reserve(items.size());
     for (const KeloPlayListItem& item : items) {

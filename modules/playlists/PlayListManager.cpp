@@ -1,10 +1,12 @@
 #include "PlayListManager.h"
 
+#include <algorithm>
+
+#include "CMGlobal.h"
 #include "Collection.h"
 #include "Database.h"
 #include "KeloLog.h"
 #include "PlayList.h"
-#include "CMGlobal.h"
 
 PlayListManager::PlayListManager(Database* database, QObject* parent) : QObject(parent), database(database)
 {

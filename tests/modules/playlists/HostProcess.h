@@ -68,11 +68,6 @@ public:
     {
         return post("/api/setData", QJsonDocument(QJsonObject{{"path", path}, {"value", value}}).toJson(QJsonDocument::Compact));
     }
-    HttpAnswer getData(const QString& path, const QStringList& roles)
-    {
-        return post("/api/getData", QJsonDocument(QJsonObject{{"path", path}, {"roles", QJsonArray::fromStringList(roles)}})
-                                        .toJson(QJsonDocument::Compact));
-    }
 
 private:
     // Sends request and reads until the server closes; empty on any failure.

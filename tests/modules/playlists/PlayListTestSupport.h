@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QStringList>
 #include <memory>
 #include <ostream>
@@ -59,17 +57,12 @@ inline QStringList names(int n, const QString& stem = QStringLiteral("t"))
     return result;
 }
 
-inline QStringList titlesOf(const QList<KeloPlayListItem>& items)
-{
-    QStringList titles;
-    for (const KeloPlayListItem& item : items)
-        titles.append(item.title());
-    return titles;
-}
-
 inline QStringList titlesOf(PlayListBase* pl)
 {
-    return titlesOf(pl->getItems(0, pl->getSize()));
+    QStringList titles;
+    for (const KeloPlayListItem& item : pl->getItems(0, pl->getSize()))
+        titles.append(item.title());
+    return titles;
 }
 
 // Its own read-only connection to the store file. Rows come back as texts, columns joined by '|'.
@@ -84,7 +77,7 @@ public:
     StoreReader(const StoreReader&) = delete;
     StoreReader& operator=(const StoreReader&) = delete;
 
-    QStringList rows(const QString& sql) const
+    QStringList rows(const QString& sql) const  // a failure comes back as one row naming it
     {
         QStringList result;
         sqlite3_stmt* query = nullptr;
@@ -172,40 +165,23 @@ protected:
     std::unique_ptr<PlayListManager> manager;
 };
 
-// What a command's reply says, in a form that is easy to compare.
+// What a command's reply says: the error's message on failure, the action reply's value on success.
 struct Answer
 {
-    bool finished = false;
     bool ok = false;
-    QString message;    // the error's message; empty on success
-    KeloValue value;    // the action reply's result value on success
+    QString message;
+    KeloValue value;
 };
 
 inline Answer answerOf(const CMVoidReply& reply)
 {
     Answer answer;
-    answer.finished = reply.isFinished();
-    if (!answer.finished)
-        return answer;
-    answer.ok = !reply.hasError();
+    answer.ok = reply.isFinished() && !reply.hasError();
     if (answer.ok)
         answer.value = KeloActionReply(KeloHash(reply.variant().toHash())).result().value();
     else
-        answer.message = reply.error().Message();
+        answer.message = reply.isFinished() ? reply.error().Message() : QStringLiteral("(no answer)");
     return answer;
-}
-
-// Processes events until the reply finished or timeoutMs passed; the reply's finish may depend on
-// events of this thread (a request group's finished signal).
-inline bool waitForReply(const CMVoidReply& reply, int timeoutMs = 30000)
-{
-    QElapsedTimer timer;
-    timer.start();
-    while (!reply.isFinished() && timer.elapsed() < timeoutMs) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        reply.waitForFinished(5);
-    }
-    return reply.isFinished();
 }
 
 }  // namespace pltest

@@ -1,11 +1,53 @@
-// The worker in its own thread: commands from any thread run one at a time in the worker's thread,
-// the permission answer, the power-target vacuum and the vacuum flag, unknown paths, and restarts.
+// The worker in its own thread: a command from another thread runs in the worker's thread, the
+// permission answer, unknown paths, the power-target vacuum and the vacuum flag.
+#include <QMutex>
+#include <QSemaphore>
+#include <QThread>
 #include <atomic>
-#include <thread>
 
-#include "WorkerTestSupport.h"
+#include "CMWorkerThread.h"
+#include "ControllerTestSupport.h"
+#include "PlayListWorker.h"
 
 using namespace pltest;
+
+namespace {
+// The plug-in's worker in a thread of its own, driven through the root as the host drives it.
+class WorkerTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(workDir.isValid());
+        playlists = std::make_unique<CMWorkerThread>([] { return worker_create(nullptr, {}); });
+        ASSERT_NE(playlists->worker(), nullptr);
+    }
+    void TearDown() override { playlists.reset(); }
+
+    PlayListWorker* worker() const { return static_cast<PlayListWorker*>(playlists->worker()); }
+
+    // Sends a command through the root from the calling thread and waits for its answer.
+    Answer command(const CMPath& path, const QVariant& value)
+    {
+        CMSetDataRequest request(path, value);
+        root.sendSetData(request);
+        request.reply().waitForFinished(30000);
+        return answerOf(request.reply());
+    }
+    int playlistWith(const QString& name, const QStringList& titles)
+    {
+        const int uid = command(KeloPlayListPlCreatePath(), QVariantHash{{"name", name}}).value.i32_();
+        command(KeloPlayListPlAddExternalItemsPath(), args({{"plid", uid}, {"items", itemList(tracks(titles))}}));
+        return uid;
+    }
+    // Everything queued to the worker before this call has been handled when it returns.
+    void drainWorker() { command(KeloPlayListPlClearPath(), args({{"plid", 999999}})); }
+
+    TempWorkDir workDir;
+    CMRootWorker root;
+    std::unique_ptr<CMWorkerThread> playlists;
+};
+}  // namespace
 
 TEST_F(WorkerTest, ACommandFromAForeignThreadRunsInTheWorkerThreadAfterTheCall)
 {
@@ -23,36 +65,6 @@ TEST_F(WorkerTest, ACommandFromAForeignThreadRunsInTheWorkerThreadAfterTheCall)
     ASSERT_TRUE(request.reply().waitForFinished(30000));
     EXPECT_TRUE(answerOf(request.reply()).ok);
     EXPECT_EQ(handledIn.load(), playlists->thread());
-}
-
-TEST_F(WorkerTest, ManyClientsAtOnceLoseNothing)
-{
-    constexpr int clients = 8;
-    constexpr int commandsEach = 10;
-    const int target = createPlayList("Shared");
-    std::vector<std::thread> threads;
-    std::atomic<int> failures{0};
-    for (int c = 0; c < clients; ++c) {
-        threads.emplace_back([this, c, target, &failures] {
-            for (int m = 0; m < commandsEach; ++m) {
-                const QString name = QStringLiteral("c%1-%2").arg(c).arg(m);
-                if (!command(KeloPlayListPlCreatePath(), args({{"name", name}})).ok)
-                    ++failures;
-                if (!command(KeloPlayListPlAddExternalItemsPath(),
-                             args({{"plid", target}, {"items", itemList(tracks({name}))}}))
-                         .ok)
-                    ++failures;
-            }
-        });
-    }
-    for (std::thread& t : threads)
-        t.join();
-
-    EXPECT_EQ(failures.load(), 0);
-    EXPECT_EQ(store().number("SELECT COUNT(*) FROM playlists WHERE uid > 0"), clients * commandsEach + 1);
-    EXPECT_EQ(store().number("SELECT COUNT(DISTINCT name) FROM playlists WHERE name LIKE 'c%'"), clients * commandsEach);
-    EXPECT_EQ(store().titles(target).size(), clients * commandsEach);
-    EXPECT_TRUE(store().gaps().isEmpty());
 }
 
 TEST_F(WorkerTest, OnlyThePlayPathAnswersThePermissionItself)
@@ -110,30 +122,4 @@ TEST_F(WorkerTest, GoingFromOnlineToStandbyVacuumsAndTheFlagFollows)
 
     QMutexLocker locker(&mutex);
     EXPECT_EQ(flags, (QList<bool>{true, false}));
-}
-
-TEST_F(WorkerTest, ARestartKeepsEverythingButThePlayQueue)
-{
-    const int a = playlistWith("A", {"a1", "a2", "a3"});
-    const int b = playlistWith("B", {"b1"});
-    command(KeloPlayListPlSetShufflePath(), args({{"plid", a}, {"mode", "on"}}));
-    command(KeloPlayListPlSetRepeatPath(), args({{"plid", b}, {"mode", "all"}}));
-    command(KeloPlayListPlMoveItemspath(), args({{"plid", a}, {"items", intList({2})}, {"to", 0}}));
-    command(KeloPlayListPlSetNamePath(), args({{"plid", b}, {"name", "Bee"}}));
-    const int clid = command(KeloPlayListClCreatePath(), args({{"name", "Col"}})).value.i32_();
-    command(KeloPlayListClAddItemPath(), args({{"clid", clid}, {"plid", a}}));
-    command(KeloPlayListPlAddExternalItemsPath(), args({{"plid", 0}, {"items", itemList(tracks({"q1", "q2"}))}}));
-    EXPECT_EQ(store().titles(0).size(), 2);
-
-    stop();
-    start();
-
-    EXPECT_EQ(store().titles(a), (QStringList{"a3", "a1", "a2"}));
-    EXPECT_EQ(store().playlistRow(a), QStringLiteral("A|1|0|-1"));
-    EXPECT_EQ(store().playlistRow(b), QStringLiteral("Bee|0|1|-1"));
-    EXPECT_EQ(store().rows("SELECT collection, playlist FROM collections_playlists"),
-              QStringList{QStringLiteral("%1|%2").arg(clid).arg(a)});
-    EXPECT_EQ(store().titles(0), QStringList());
-    // The reloaded model answers commands on what it loaded.
-    EXPECT_TRUE(command(KeloPlayListClRemoveItemPath(), args({{"clid", clid}, {"plid", a}})).ok);
 }
