@@ -8,7 +8,6 @@ class PlayerClock
 public:
     explicit PlayerClock(double speed = 1.0) : m_speed(speed > 0 ? speed : 1.0) {}
 
-    double speed() const { return m_speed; }
     bool isRunning() const { return m_running; }
     qint64 playTime() const;  // ms
 

@@ -59,7 +59,8 @@ void Player::startTrack(const KeloRoles& roles)
         m_clock.run();
     call(PlayLogicWire::MediaPlaybackStarted(),
          {{PlayLogicWire::OldRoles(), oldRoles.toVariant()}, {PlayLogicWire::NewRoles(), roles.toVariant()}});
-    setState(state);
+    m_state = state;
+    publish(true);  // also a track that starts again
     schedule();
 }
 
