@@ -8,7 +8,6 @@
 
 #include "CMWorkerThread.h"
 #include "PlayLogicFixture.h"
-#include "TempWorkDir.h"
 
 namespace {
 
@@ -74,7 +73,7 @@ TEST(PlayLogicThreads, EditsCallsAndControlsAtOnceLoseNothingAndNeverHang)
     }();
     QVariantList items;
     for (int n = 0; n < 20; ++n)
-        items << PlayLogicTest::track(n).toVariant();
+        items << numberedTrack(n).toVariant();
     ASSERT_TRUE(send(KeloPlayListPlAddExternalItemsPath(), {{"plid", plid}, {"items", items}, {"mode", "append"}}));
     ASSERT_TRUE(send(KeloPlayListPlPlayPath(), {{"plid", plid}}));
     ASSERT_TRUE(send(KeloPlayerControlPath(), {{"control", "playMode"}, {"playMode", 5}}));
@@ -85,7 +84,7 @@ TEST(PlayLogicThreads, EditsCallsAndControlsAtOnceLoseNothingAndNeverHang)
         for (int i = 0; i < rounds; ++i) {
             const QString mode = QStringList{"append", "afterCurrent", "now"}.at(i % 3);
             added += send(KeloPlayListPlAddExternalItemsPath(),
-                          {{"plid", plid}, {"items", QVariantList{PlayLogicTest::track(100 + i).toVariant()}}, {"mode", mode}});
+                          {{"plid", plid}, {"items", QVariantList{numberedTrack(100 + i).toVariant()}}, {"mode", mode}});
             if (i % 2)
                 removed += send(KeloPlayListPlRemoveItemsPath(), {{"plid", plid}, {"items", QVariantList{i % 7}}});
             send(KeloPlayListPlMoveItemspath(), {{"plid", plid}, {"items", QVariantList{i % 5}}, {"to", 9 - i % 4}});
