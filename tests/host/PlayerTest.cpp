@@ -59,7 +59,7 @@ protected:
         root = std::make_unique<CMRootWorker>();
         logicThread = std::make_unique<CMWorkerThread>([] { return new ScriptedLogic; });
         logic = static_cast<ScriptedLogic*>(logicThread->worker());
-        playerThread = std::make_unique<CMWorkerThread>([] { return new Player(100); });
+        playerThread = std::make_unique<CMWorkerThread>([] { return new Player(20); });
     }
     void TearDown() override
     {
@@ -125,11 +125,11 @@ protected:
 TEST_F(PlayerWithScriptedLogic, AsksOnceTenSecondsBeforeTheEndAndTakesOnlyAnswersForThePlayingTrack)
 {
     const auto events = CMEventHub::instance().subscribe();
-    start("first", 30);  // 0.3 s at 100 times real time
+    start("first", 15);  // 0.75 s at 20 times real time; the question comes after 0.25 s
     ASSERT_TRUE(eventually(PlayLogicWire::PrepareNextMedia(), 1));
     const QVariantHash ask = logic->calls(PlayLogicWire::PrepareNextMedia()).first();
-    EXPECT_GE(ask.value(PlayLogicWire::PlayTime()).toInt(), 20000);
-    EXPECT_LT(ask.value(PlayLogicWire::PlayTime()).toInt(), 30000);
+    EXPECT_GE(ask.value(PlayLogicWire::PlayTime()).toInt(), 5000);
+    EXPECT_LT(ask.value(PlayLogicWire::PlayTime()).toInt(), 15000);
     command(PlayLogicWire::SetNextMedia(), {{PlayLogicWire::Roles(), track("stale", 60)}, {PlayLogicWire::Serial(), 99}});
     command(PlayLogicWire::Play(), {{PlayLogicWire::Roles(), track("intruder", 60)}}, "other:pl");
     command(PlayLogicWire::SetNextMedia(), {{PlayLogicWire::Roles(), track("second", 3600)}, {PlayLogicWire::Serial(), ask.value("serial")}});
