@@ -61,10 +61,8 @@ public:
     // State, for inspection.
     PlayListBase* getCurrentPlayList() const { return currentPlayList; }
     bool isShuffleEnabled() const { return shuffleEnabled; }
-    RepeatMode getRepeatMode() const { return repeatMode; }
     const QVector<int>& shuffleSequence() const { return m_shuffleSeq; }
     int shuffleCurrentIndex() const { return m_shuffleCurIndex; }
-    KeloRoles pendingTrack() const { return pendingTrackRoles; }
 
     // Every play mode is offered, whatever the state.
     KeloPlayLogicPlayModesSupported playModesSupported() const override;
