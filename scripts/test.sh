@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds everything and runs every test twice: once in a normal build, once under ASan/UBSan.
+# Builds everything and runs every test: the suite in a normal build, the same suite under
+# ASan/UBSan, the fuzz target's kept corpus, and the web page's browser tests.
 # Installs what is missing first. Safe to run again (builds are incremental).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -17,6 +18,12 @@ run_suite() {  # build dir, extra cmake options...
 echo "== normal build"
 run_suite build
 echo "== ASan/UBSan build"
-export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
-export LSAN_OPTIONS=suppressions=$PWD/tests/lsan.supp
-run_suite build-asan -DKELO_SANITIZE=ON -DKELO_BENCH=OFF
+(
+  export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+  export LSAN_OPTIONS=suppressions=$PWD/tests/lsan.supp
+  run_suite build-asan -DKELO_SANITIZE=ON -DKELO_BENCH=OFF
+)
+echo "== fuzz corpus replay"
+./scripts/fuzz.sh --replay
+echo "== browser tests"
+./scripts/test-web.sh

@@ -12,6 +12,7 @@
 #include "Language.h"
 #include "PlayListManager.h"
 #include "PlayListPlayLogic.h"
+#include "playlistUI/PlayListUI.h"
 
 namespace {
 KeloValue settingsValue(const CMPath& path)
@@ -28,7 +29,7 @@ PlayListWorker::PlayListWorker(const QHash<QString, QVariant>& config)
     database = new Database(itemsLimit, vacuum);
     CMGlobal::connect(database, &Database::vacuumNeeded, this, &PlayListWorker::on_databaseVacuum_needed);
     manager = new PlayListManager(database);
-    // Browse tree.
+    ui = new PlayListUI(this, nodes(), subscribe, manager);
     controller = new Controller(this, manager);
     playLogic = new PlayListPlayLogic(this, manager);
     CMGlobal::connect(this, &PlayListWorker::setDataReceived, this, &PlayListWorker::on_setDataRequest);
@@ -41,7 +42,7 @@ PlayListWorker::PlayListWorker(const QHash<QString, QVariant>& config)
 PlayListWorker::~PlayListWorker()
 {
     delete playLogic;
-    // Browse tree teardown.
+    delete ui;
     delete controller;
     delete manager;
     delete database;

@@ -1,6 +1,8 @@
 #pragma once
 // Small framework helpers: the rows filter, assertions that stay in release builds, and the
-// connection routine that asserts every connection.
+// connection routine that asserts every connection. Any thread. Loading the SDK registers its types
+// that travel in signals (CMPath, KeloValue, CMError, the records, the requests and CMVoidReply), so
+// they can be queued from the start.
 #include <QMetaMethod>
 #include <QObject>
 #include <QStringList>

@@ -5,11 +5,12 @@
 // thread: connect to data()->finished() (auto connection) and then check isFinished(), since a reply
 // finished before the connection does not signal again; or block in waitForFinished(). Every member
 // may be called from any thread.
-#include <QMutex>
 #include <QObject>
 #include <QSharedPointer>
 #include <QVariant>
-#include <QWaitCondition>
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
 #include <type_traits>
 
 #include "CMError.h"
@@ -34,6 +35,12 @@ public:
     // Returns at once for a finished reply. Returns whether it is finished. Processes no events.
     bool waitForFinished(int timeoutMs = -1) const;
 
+    // Requests that carry this reply count themselves in and out, so that the reply is answered
+    // NoAnswer only when the last request sharing it is gone (a menu may hand its own reply on to a
+    // command that answers later). releaseRequest returns true for the last one. Any thread.
+    void holdRequest() { ++m_requestHolders; }
+    bool releaseRequest() { return --m_requestHolders == 0; }
+
 signals:
     // Emitted once, from the finishing thread, after the state is set.
     void finished();
@@ -41,8 +48,10 @@ signals:
 private:
     bool finishInternal(const QVariant& value, const CMError& error, bool isError);
 
-    mutable QMutex m_mutex;
-    mutable QWaitCondition m_condition;
+    // Standard primitives rather than Qt's, so that ThreadSanitizer sees every hand-over.
+    mutable std::mutex m_mutex;
+    mutable std::condition_variable m_condition;
+    std::atomic<int> m_requestHolders{0};
     bool m_finished = false;
     bool m_hasError = false;
     QVariant m_value;

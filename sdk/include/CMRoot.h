@@ -6,8 +6,8 @@
 // operation may be called from any thread. Create and destroy it in that thread, after the workers'
 // threads have ended or before they start.
 #include <QHash>
-#include <QMutex>
-#include <QReadWriteLock>
+#include <mutex>
+#include <shared_mutex>
 
 #include "CMWorker.h"
 #include "KeloValue.h"
@@ -67,9 +67,10 @@ private:
     template <class Request>
     void deliver(const Request& request, bool (CMAbstractWorker::*handler)(const Request&)) const;
 
-    mutable QReadWriteLock m_workersLock;
+    // Standard primitives rather than Qt's, so that ThreadSanitizer sees them.
+    mutable std::shared_mutex m_workersLock;
     QHash<QString, CMAbstractWorker*> m_workers;
-    mutable QMutex m_settingsMutex;
+    mutable std::mutex m_settingsMutex;
     mutable QHash<QString, KeloValue> m_settings;  // by the base path's encoded form
     QString m_settingsFile;
 };

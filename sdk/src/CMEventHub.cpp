@@ -1,10 +1,10 @@
 #include "CMEventHub.h"
 
-#include <QDeadlineTimer>
-#include <QMutex>
-#include <QWaitCondition>
 #include <algorithm>
+#include <chrono>
+#include <condition_variable>
 #include <deque>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -17,12 +17,12 @@ public:
 
     bool next(QVariantHash* event, int timeoutMs) override
     {
-        QMutexLocker locker(&m_mutex);
-        const QDeadlineTimer deadline = timeoutMs < 0 ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(timeoutMs);
-        while (m_events.empty() && !m_closed) {
-            if (!m_condition.wait(&m_mutex, deadline))
-                break;
-        }
+        std::unique_lock<std::mutex> locker(m_mutex);
+        const auto ready = [this]() { return !m_events.empty() || m_closed; };
+        if (timeoutMs < 0)
+            m_condition.wait(locker, ready);
+        else
+            m_condition.wait_for(locker, std::chrono::milliseconds(timeoutMs), ready);
         if (m_closed || m_events.empty())
             return false;
         if (event)
@@ -33,21 +33,21 @@ public:
 
     int takeDroppedCount() override
     {
-        QMutexLocker locker(&m_mutex);
+        std::lock_guard<std::mutex> locker(m_mutex);
         return std::exchange(m_dropped, 0);
     }
 
     void close() override
     {
-        QMutexLocker locker(&m_mutex);
+        std::lock_guard<std::mutex> locker(m_mutex);
         m_closed = true;
         m_events.clear();
-        m_condition.wakeAll();
+        m_condition.notify_all();
     }
 
     void push(const QVariantHash& event)
     {
-        QMutexLocker locker(&m_mutex);
+        std::lock_guard<std::mutex> locker(m_mutex);
         if (m_closed)
             return;
         if (static_cast<int>(m_events.size()) >= m_limit) {
@@ -55,12 +55,13 @@ public:
             ++m_dropped;
         }
         m_events.push_back(event);
-        m_condition.wakeOne();
+        m_condition.notify_one();
     }
 
 private:
-    QMutex m_mutex;
-    QWaitCondition m_condition;
+    // Standard primitives rather than Qt's, so that ThreadSanitizer sees every hand-over.
+    std::mutex m_mutex;
+    std::condition_variable m_condition;
     std::deque<QVariantHash> m_events;
     const int m_limit;
     int m_dropped = 0;
@@ -73,12 +74,12 @@ private:
 // forgets it at the next look.
 struct CMEventHub::Impl
 {
-    mutable QMutex mutex;
+    std::mutex mutex;
     std::vector<std::weak_ptr<Queue>> queues;
 
     std::vector<std::shared_ptr<Queue>> live()
     {
-        QMutexLocker locker(&mutex);
+        std::lock_guard<std::mutex> locker(mutex);
         std::vector<std::shared_ptr<Queue>> result;
         result.reserve(queues.size());
         for (const auto& weak : queues) {
@@ -106,7 +107,7 @@ std::shared_ptr<CMEventSubscriber> CMEventHub::subscribe(int queueLimit)
 {
     auto queue = std::make_shared<Queue>(queueLimit);
     const auto hub = impl();
-    QMutexLocker locker(&hub->mutex);
+    std::lock_guard<std::mutex> locker(hub->mutex);
     hub->queues.push_back(queue);
     return queue;
 }

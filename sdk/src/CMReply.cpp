@@ -1,6 +1,6 @@
 #include "CMReply.h"
 
-#include <QDeadlineTimer>
+#include <chrono>
 
 #include "KeloLog.h"
 
@@ -9,25 +9,25 @@ CMReplyBase::CMReplyBase() : d(QSharedPointer<CMReplyAbstractData>::create()) {}
 
 bool CMReplyAbstractData::isFinished() const
 {
-    QMutexLocker locker(&m_mutex);
+    std::lock_guard<std::mutex> locker(m_mutex);
     return m_finished;
 }
 
 bool CMReplyAbstractData::hasError() const
 {
-    QMutexLocker locker(&m_mutex);
+    std::lock_guard<std::mutex> locker(m_mutex);
     return m_hasError;
 }
 
 CMError CMReplyAbstractData::error() const
 {
-    QMutexLocker locker(&m_mutex);
+    std::lock_guard<std::mutex> locker(m_mutex);
     return m_error;
 }
 
 QVariant CMReplyAbstractData::value() const
 {
-    QMutexLocker locker(&m_mutex);
+    std::lock_guard<std::mutex> locker(m_mutex);
     return m_value;
 }
 
@@ -43,20 +43,18 @@ bool CMReplyAbstractData::finishWithError(const CMError& error)
 
 bool CMReplyAbstractData::waitForFinished(int timeoutMs) const
 {
-    QMutexLocker locker(&m_mutex);
-    // A deadline, not a per-wait timeout: spurious wake-ups must not stretch the wait.
-    const QDeadlineTimer deadline = timeoutMs < 0 ? QDeadlineTimer(QDeadlineTimer::Forever) : QDeadlineTimer(timeoutMs);
-    while (!m_finished) {
-        if (!m_condition.wait(&m_mutex, deadline))
-            return m_finished;
+    std::unique_lock<std::mutex> locker(m_mutex);
+    if (timeoutMs < 0) {
+        m_condition.wait(locker, [this]() { return m_finished; });
+        return true;
     }
-    return true;
+    return m_condition.wait_for(locker, std::chrono::milliseconds(timeoutMs), [this]() { return m_finished; });
 }
 
 bool CMReplyAbstractData::finishInternal(const QVariant& value, const CMError& error, bool isError)
 {
     {
-        QMutexLocker locker(&m_mutex);
+        std::unique_lock<std::mutex> locker(m_mutex);
         if (m_finished) {
             locker.unlock();
             KELO_LOG_WARN("Framework", "reply finished twice; ignored the second "
@@ -68,8 +66,8 @@ bool CMReplyAbstractData::finishInternal(const QVariant& value, const CMError& e
         m_hasError = isError;
         m_value = value;
         m_error = error;
-        m_condition.wakeAll();
     }
+    m_condition.notify_all();
     // Outside the lock: a directly connected receiver may read the reply.
     emit finished();
     return true;

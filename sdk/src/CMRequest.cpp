@@ -13,6 +13,7 @@ struct CMRequest::State
     template <class R>
     State(const CMPath& p, const QStringList& roles, const R& r) : path(p), roleNames(roles), reply(std::in_place_type<R>, r)
     {
+        r.data()->holdRequest();
     }
     ~State();
     State(const State&) = delete;
@@ -32,11 +33,11 @@ struct CMRequest::State
 };
 
 // A handler that keeps no copy and never answered has dropped the request: its client must not wait
-// forever, so the last copy answers for it.
+// forever, so the last copy of the last request that shares the reply answers for it.
 CMRequest::State::~State()
 {
     const CMReplyBase& r = replyBase();
-    if (r.isFinished())
+    if (!r.data()->releaseRequest() || r.isFinished())
         return;
     KELO_LOG_DEBUG("Framework", "request on " << path.toEncoded() << " dropped without an answer");
     r.setError(CMError(CMError::NoAnswerName(), KELO_TR("The request on %1 was dropped without an answer.").arg(path.toEncoded())));

@@ -1,8 +1,6 @@
 #include "CMRoot.h"
 
-#include <QReadLocker>
 #include <QThread>
-#include <QWriteLocker>
 #include <atomic>
 
 #include "KeloLog.h"
@@ -74,7 +72,7 @@ void CMRootWorker::addWorker(CMAbstractWorker* worker)
     if (!worker)
         return;
     const QStringList owned = worker->prefixes();
-    QWriteLocker locker(&m_workersLock);
+    std::unique_lock<std::shared_mutex> locker(m_workersLock);
     for (const QString& prefix : owned) {
         CMAbstractWorker*& slot = m_workers[prefix];
         if (slot && slot != worker)
@@ -85,7 +83,7 @@ void CMRootWorker::addWorker(CMAbstractWorker* worker)
 
 void CMRootWorker::removeWorker(CMAbstractWorker* worker)
 {
-    QWriteLocker locker(&m_workersLock);
+    std::unique_lock<std::shared_mutex> locker(m_workersLock);
     for (auto it = m_workers.begin(); it != m_workers.end();) {
         if (it.value() == worker)
             it = m_workers.erase(it);
@@ -96,7 +94,7 @@ void CMRootWorker::removeWorker(CMAbstractWorker* worker)
 
 CMAbstractWorker* CMRootWorker::workerFor(const CMPath& path) const
 {
-    QReadLocker locker(&m_workersLock);
+    std::shared_lock<std::shared_mutex> locker(m_workersLock);
     return findWorker(path.prefix());
 }
 
@@ -114,7 +112,7 @@ void CMRootWorker::deliver(const Request& request, bool (CMAbstractWorker::*hand
         KELO_LOG_WARN("Framework", "an invalid request was sent");
         return;
     }
-    QReadLocker locker(&m_workersLock);
+    std::shared_lock<std::shared_mutex> locker(m_workersLock);
     CMAbstractWorker* worker = findWorker(request.path().prefix());
     if (!worker) {
         locker.unlock();

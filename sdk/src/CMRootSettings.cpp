@@ -20,14 +20,14 @@ QString keyOf(const CMPath& path)
 
 QVariant CMRootWorker::getValue(const CMPath& path) const
 {
-    QMutexLocker locker(&m_settingsMutex);
+    std::unique_lock<std::mutex> locker(m_settingsMutex);
     const auto it = m_settings.constFind(keyOf(path));
     return it == m_settings.constEnd() ? QVariant() : it.value().toVariant();
 }
 
 QHash<QString, KeloValue> CMRootWorker::allValues() const
 {
-    QMutexLocker locker(&m_settingsMutex);
+    std::unique_lock<std::mutex> locker(m_settingsMutex);
     return m_settings;
 }
 
@@ -45,7 +45,7 @@ QString CMRootWorker::rejection(const CMPath& path, const KeloValue& value) cons
 
 bool CMRootWorker::setInitialValue(const CMPath& path, const KeloValue& value)
 {
-    QMutexLocker locker(&m_settingsMutex);
+    std::unique_lock<std::mutex> locker(m_settingsMutex);
     const QString problem = rejection(path, value);
     if (!problem.isEmpty()) {
         KELO_LOG_WARN("Framework", problem);
@@ -59,7 +59,7 @@ void CMRootWorker::setValue(const CMPath& path, const KeloValue& value, const CM
 {
     KeloValue oldValue;
     {
-        QMutexLocker locker(&m_settingsMutex);
+        std::unique_lock<std::mutex> locker(m_settingsMutex);
         const QString problem = rejection(path, value);
         if (!problem.isEmpty()) {
             locker.unlock();
@@ -116,7 +116,7 @@ void CMRootWorker::loadSettings()
         return;
     }
     const QVariantHash entries = parsed.toHash();
-    QMutexLocker locker(&m_settingsMutex);
+    std::unique_lock<std::mutex> locker(m_settingsMutex);
     for (auto it = entries.constBegin(); it != entries.constEnd(); ++it) {
         const CMPath path(it.key());
         const KeloValue value(KeloHash(it.value().toHash()));

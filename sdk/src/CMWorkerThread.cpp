@@ -1,5 +1,7 @@
 #include "CMWorkerThread.h"
 
+#include <future>
+
 #include "CMRoot.h"
 #include "KeloLog.h"
 
@@ -8,8 +10,12 @@ CMWorkerThread::CMWorkerThread(std::function<CMAbstractWorker*()> factory)
 {
     m_context->moveToThread(m_thread);
     m_thread->start();
+    // A promise rather than a blocking queued call: it hands the worker over in a way that
+    // ThreadSanitizer can see.
+    std::promise<CMAbstractWorker*> made;
     QMetaObject::invokeMethod(
-        m_context, [this, &factory]() { m_worker = factory ? factory() : nullptr; }, Qt::BlockingQueuedConnection);
+        m_context, [&made, &factory]() { made.set_value(factory ? factory() : nullptr); }, Qt::QueuedConnection);
+    m_worker = made.get_future().get();
     if (!m_worker) {
         KELO_LOG_ERROR("Framework", "the worker factory made no worker");
         return;
@@ -28,8 +34,15 @@ CMWorkerThread::~CMWorkerThread()
     if (m_worker) {
         if (CMRootWorker* root = CMRoot())
             root->removeWorker(m_worker);
+        std::promise<void> deleted;
         QMetaObject::invokeMethod(
-            m_context, [this]() { delete m_worker; }, Qt::BlockingQueuedConnection);
+            m_context,
+            [&deleted, worker = m_worker]() {
+                delete worker;
+                deleted.set_value();
+            },
+            Qt::QueuedConnection);
+        deleted.get_future().wait();
         m_worker = nullptr;
     }
     m_thread->quit();

@@ -73,6 +73,12 @@ bool EventReader::waitFor(const std::function<bool(const QVariantHash&)>& match,
     });
 }
 
+QList<QVariantHash> EventReader::events() const
+{
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_events;
+}
+
 bool EventReader::waitEnded(int timeoutMs)
 {
     std::unique_lock<std::mutex> lock(m_mutex);

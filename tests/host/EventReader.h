@@ -18,6 +18,8 @@ public:
     bool waitConnected(int timeoutMs = 10000);
     // Waits for an event for which match is true; false after timeoutMs.
     bool waitFor(const std::function<bool(const QVariantHash&)>& match, int timeoutMs = 10000);
+    // Every event that arrived so far, in arrival order.
+    QList<QVariantHash> events() const;
     // Waits until the server ended the stream; false after timeoutMs.
     bool waitEnded(int timeoutMs = 10000);
     // Drops the connection from the client side.

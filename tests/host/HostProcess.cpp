@@ -41,9 +41,11 @@ void HostProcess::launch(const QString& dataDir, const QStringList& arguments)
     m_errorFile = QDir::cleanPath(dataDir) + QStringLiteral(".stderr");
     QDir().mkpath(QFileInfo(m_errorFile).absolutePath());
     m_process.setStandardErrorFile(m_errorFile);
-    m_process.start(binDir() + QStringLiteral("/kelo-host"),
-                    QStringList{QStringLiteral("--listen"), QStringLiteral("127.0.0.1:0"), QStringLiteral("--data-dir"), dataDir}
-                        + arguments);
+    QStringList all = {QStringLiteral("--listen"), QStringLiteral("127.0.0.1:0"), QStringLiteral("--data-dir"), dataDir};
+    // Without a plug-in named, the host would load whatever playlists module the build holds.
+    if (!arguments.contains(QStringLiteral("--plugin")))
+        all += QStringList{QStringLiteral("--plugin"), testWorker()};
+    m_process.start(binDir() + QStringLiteral("/kelo-host"), all + arguments);
 }
 
 bool HostProcess::start(const QString& dataDir, const QStringList& arguments)

@@ -18,8 +18,8 @@ public:
     static QString libDir();
     static QString testWorker();  // the test plug-in's library
 
-    // Starts kelo-host with --listen 127.0.0.1:0 (a later --listen wins), --data-dir dataDir and
-    // arguments, and waits for its listening line. False when it exits first or says nothing in time.
+    // Starts kelo-host with --listen 127.0.0.1:0 (a later --listen wins), --data-dir dataDir, the
+    // test plug-in unless arguments name a --plugin, and arguments, and waits for its listening line. False when it exits first or says nothing in time.
     bool start(const QString& dataDir, const QStringList& arguments);
     // Starts it as above, expecting it to refuse: its exit status, or -1 when it did not exit.
     int runToExit(const QString& dataDir, const QStringList& arguments);

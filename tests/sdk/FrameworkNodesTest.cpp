@@ -91,13 +91,3 @@ TEST(FrameworkUINode, AContainerBuildsItsOwnRolesForTheRequestedPath)
     EXPECT_EQ(some.hash().keys().size(), 2);
 }
 
-TEST(FrameworkUINode, GetDataWithRoleNamesAnswersTheirValuesInOrder)
-{
-    CMUINode node(CMPath("tree:item"));
-    node.setTitle(TrString(QStringLiteral("Song")));
-    const CMReply<QVariant> reply;
-    node.getDataRequest(CMGetDataRequest(CMPath("tree:item"), {KeloRoles::Path(), KeloRoles::Title(), KeloRoles::Album()}, reply));
-
-    EXPECT_EQ(reply.value().toList(),
-              QVariantList({QStringLiteral("tree:item"), QStringLiteral("Song"), QVariant()}));
-}

@@ -67,16 +67,6 @@ TEST_F(FrameworkRequestGroup, TheGroupWaitsForItsLastReplyWhateverTheOrder)
         EXPECT_TRUE(reply.isFinished());
 }
 
-TEST_F(FrameworkRequestGroup, AnInvokeNobodyTakesStillLetsTheGroupFinish)
-{
-    CMRequestGroup group;
-    QSignalSpy finished(&group, &CMRequestGroup::finished);
-    group.addInvoke(QStringLiteral("prepareItems"), CMPath("nowhere:x"), 1);
-
-    ASSERT_TRUE(finished.wait(10000));
-    EXPECT_EQ(group.getReplyList().at(0).error().Name(), CMError::NotFoundName());
-}
-
 TEST_F(FrameworkRequestGroup, AGroupWithoutInvokesNeverAnnouncesItself)
 {
     CMRequestGroup group;

@@ -1,0 +1,209 @@
+// The rows of every node: what each lists, the paths its rows lead to, and paging.
+#include "BrowseFixture.h"
+#include "Collection.h"
+#include "playlistUI/RootNode.h"
+#include "playlistUI/collection/CollectionAddToClNode.h"
+#include "playlistUI/collection/CollectionContextNode.h"
+#include "playlistUI/collection/CollectionGetItemsNode.h"
+#include "playlistUI/playlist/PlayListAddModeNode.h"
+#include "playlistUI/playlist/PlayListAddToPlaylistNode.h"
+#include "playlistUI/playlist/PlayListContextNode.h"
+#include "playlistUI/playlist/PlayListGetItemsNode.h"
+#include "playlistUI/playlist/PlayListGetListNode.h"
+#include "playlistUI/playlist/PlayListTrackContextNode.h"
+#include "playlistUI/playqueue/PlayQueueContextNode.h"
+#include "playlistUI/playqueue/PlayQueueGetItemsNode.h"
+
+using namespace browsetest;
+
+namespace {
+using NodeRows = BrowseTest;
+}
+
+TEST_F(NodeRows, RootListsWhatTheVisibilitySettingsShowWithTheirPathsAndMenus)
+{
+    const QString jazz = uid(playlist("Jazz")), rock = uid(playlist("Rock"));
+    const QString evening = uid(manager->createCollection("Evening"));
+    const QStringList lists = {"Playlists", "Create New Playlist", "Jazz", "Rock"};
+    const QStringList collections = {"Collections", "Create New Collection", "Evening"};
+    for (bool queue : {false, true}) {
+        for (bool shown : {false, true}) {
+            setVisibility(queue, shown);
+            const QStringList titles = column(rows(make<RootNode>("playlists:"), "playlists:"), "title");
+            EXPECT_EQ(titles, (queue ? QStringList{"PlayQueue"} : QStringList()) + lists
+                                  + (shown ? collections : QStringList()));
+        }
+    }
+    const KeloRowsRoles reply = rows(make<RootNode>("playlists:"), "playlists:?view=tv&action=cmnode");
+    EXPECT_EQ(column(reply, "type"), QString("1 103 101 1 1 103 101 1").split(' '));
+    EXPECT_EQ(column(reply, "path"),
+              (QStringList{"playlists:pq/getitems", "", "playlists:?view=tv&action=createPl",
+                           "playlists:pl/getitems/" + jazz, "playlists:pl/getitems/" + rock, "",
+                           "playlists:?view=tv&action=createCl", "playlists:cl/getitems?clid=" + evening}));
+    EXPECT_EQ(
+        column(reply, "context"),
+        (QStringList{"playlists:pq/contextmenu?plid=0", "", "", "playlists:pl/contextmenu?plid=" + jazz,
+                     "playlists:pl/contextmenu?plid=" + rock, "", "", "playlists:cl/contextmenu?clid=" + evening}));
+    EXPECT_EQ(row(reply, 0).vimboClearQueue(), QStringLiteral("playlists:pq/contextmenu?action=clearPl&plid=0"));
+    EXPECT_EQ(row(reply, 3).mediaData().metaData().playLogicPath().toEncoded(), QStringLiteral("playlists:playlogic"));
+    EXPECT_EQ(row(reply, 3).context().title(), QStringLiteral("Playlist Context Menu - Jazz"));
+    EXPECT_TRUE(row(reply, 7).containerPlayable() && row(reply, 7).mediaData().isEmpty());
+}
+
+TEST_F(NodeRows, PagesAreCutOutOfTheRowsAndRolesFiltered)
+{
+    setVisibility(false, false);
+    for (int i = 0; i < 8; ++i)
+        playlist(QStringLiteral("P%1").arg(i));  // 10 rows
+    RootNode* node = make<RootNode>("playlists:");
+    const QStringList all = column(rows(node, "playlists:"), "title");
+    ASSERT_EQ(all.size(), 10);
+    EXPECT_EQ(column(rows(node, "playlists:", 3, 5), "title"), all.mid(3, 3));
+    EXPECT_EQ(column(rows(node, "playlists:", 5, 2), "title"), QStringList{all[2]}) << "fromRow above toRow: row toRow";
+    EXPECT_EQ(column(rows(node, "playlists:", -4, 1), "title"), all.mid(0, 2));
+    EXPECT_EQ(column(rows(node, "playlists:", 20, 30), "title"), QStringList{all[9]});
+    EXPECT_EQ(rows(node, "playlists:", 20, 30).rowsCount(), 10);
+    EXPECT_EQ(rows(node, "playlists:", 0, 9, {"title"}).rows().value(4).toHash().keys(), QStringList{"title"});
+    owned.emplace_back(RootNode::create(nullptr, KeloPlayListsRootPath(), nullptr));
+    EXPECT_EQ(rows(owned.back().get(), "playlists:").rowsCount(), 0) << "no manager, no rows";
+}
+
+TEST_F(NodeRows, TrackListsReadOnlyTheirPageAndGiveEachTrackItsMenu)
+{
+    PlayListBase* mix = playlist("Mix", 12);
+    const QString path = "playlists:pl/getitems/" + uid(mix);
+    PlayListGetItemsNode* node = make<PlayListGetItemsNode>(path);
+    KeloRowsRoles reply = rows(node, path, 10, 19);
+    EXPECT_EQ(reply.rowsCount(), 12);
+    EXPECT_EQ(reply.title(), QStringLiteral("Playlist - Mix"));
+    EXPECT_EQ(column(reply, "title"), (QStringList{"Mix-10", "Mix-11"}));
+    const QString item = row(reply, 1).id();
+    EXPECT_EQ(column(reply, "context").value(1),
+              QString("playlists:pl/trackcontextmenu?action=cmnode&plid=%1&itemid=%2&seqnum=11").arg(uid(mix), item));
+    EXPECT_TRUE(rows(node, path, 5, 2).rows().isEmpty()) << "the range goes to the playlist as it stands";
+    EXPECT_EQ(node->mediaData().metaData().playLogicPath().toEncoded(), QStringLiteral("playlists:playlogic"));
+    for (const char* unknown : {"playlists:pl/getitems/999", "playlists:pl/getitems/x"})
+        EXPECT_EQ(rows(make<PlayListGetItemsNode>(unknown), unknown).rowsCount(), 0) << unknown;
+
+    manager->getPlayQueue()->addItems(KeloPlayListAddPosition::Append, pltest::tracks({"a", "b", "c"}));
+    reply = rows(make<PlayQueueGetItemsNode>("playlists:pq/getitems"), "playlists:pq/getitems", 1, 5);
+    EXPECT_EQ(reply.rowsCount(), 3);
+    EXPECT_EQ(column(reply, "title"), (QStringList{"b", "c"}));
+    EXPECT_EQ(row(reply, 0).context().path().parameter("plid"), QStringLiteral("0"));
+}
+
+TEST_F(NodeRows, PlayListListCreatesThroughTheRootAndIsNotPlayable)
+{
+    const QString mix = uid(playlist("Mix"));
+    const KeloRowsRoles reply = rows(make<PlayListGetListNode>("playlists:pl/getlist"), "playlists:pl/getlist");
+    EXPECT_EQ(column(reply, "path"), (QStringList{"playlists:?action=createPl", "playlists:pl/getitems/" + mix}));
+    EXPECT_FALSE(row(reply, 1).contains(KeloRoles::ContainerPlayable()));
+}
+
+TEST_F(NodeRows, PlayListMenuShowsTheStateEachChoiceSwitchesTo)
+{
+    PlayListBase* mix = playlist("Mix");
+    const QString base = "playlists:pl/contextmenu?action=%1&plid=" + uid(mix);
+    const auto menu = [&](const QString& extra = {}) {
+        return rows(make<PlayListContextNode>("playlists:pl/contextmenu"),
+                    "playlists:pl/contextmenu?plid=" + uid(mix) + extra);
+    };
+    KeloRowsRoles reply = menu();
+    EXPECT_EQ(column(reply, "title"),
+              (QStringList{"Play", "Rename", "Set shuffle mode", "Set repeat mode", "Merge with playlist",
+                           "Add to collection", "", "Clear playlist", "Delete playlist"}));
+    EXPECT_EQ(column(reply, "type"), QString("102 101 101 101 1 1 105 102 102").split(' '));
+    EXPECT_EQ(column(reply, "path"), (QStringList{base.arg("play"), base.arg("rename"), base.arg("shuffle") + "&mode=1",
+                                                  base.arg("repeat") + "&mode=1",
+                                                  "playlists:pl/addtoplaylist?action=cmnode&fromplid=" + uid(mix),
+                                                  "playlists:cl/addtocollection?action=cmnode&plid=" + uid(mix), "",
+                                                  base.arg("clearPl"), base.arg("delPL")}));
+    EXPECT_EQ(row(reply, 1).value().string_(), QStringLiteral("Mix"));
+    mix->setShuffle(true);
+    mix->setRepeatAll(true);
+    reply = menu();
+    EXPECT_EQ(column(reply, "path").mid(2, 2),
+              (QStringList{base.arg("shuffle") + "&mode=0", base.arg("repeat") + "&mode=0"}));
+    EXPECT_TRUE(row(reply, 2).value().bool_() && row(reply, 3).value().bool_());
+
+    CollectionBase* evening = manager->createCollection("Evening");
+    EXPECT_EQ(column(menu("&clid=" + uid(evening)), "path").value(6), base.arg("delFromCl") + "&clid=" + uid(evening));
+    EXPECT_EQ(menu("&clid=999").rowsCount(), 9) << "no removal from a collection that does not exist";
+    setVisibility(true, false);
+    EXPECT_FALSE(column(menu(), "title").contains("Add to collection"));
+    EXPECT_EQ(
+        rows(make<PlayListContextNode>("playlists:pl/contextmenu"), "playlists:pl/contextmenu?plid=77").rowsCount(), 0);
+}
+
+TEST_F(NodeRows, TrackMenuUsesTheStoredPositionAndKnowsThePlayQueue)
+{
+    PlayListBase* mix = playlist("Mix", 4);
+    const QString item = QString::number(mix->getItems(2, 2).value(0).uid());
+    const auto menu = [&](const QString& plid, const QString& itemid) {
+        return rows(make<PlayListTrackContextNode>("playlists:pl/trackcontextmenu"),
+                    "playlists:pl/trackcontextmenu?action=cmnode&plid=" + plid + "&itemid=" + itemid + "&seqnum=7");
+    };
+    const QString from = "action=cmnode&fromplid=" + uid(mix) + "&itemid=playlists:item/" + item;
+    KeloRowsRoles reply = menu(uid(mix), item);
+    EXPECT_EQ(column(reply, "type"), QString("1 1 101 102").split(' '));
+    EXPECT_EQ(column(reply, "path"),
+              (QStringList{"playlists:pl/selectaddmode?" + from + "&plid=0",
+                           "playlists:pl/addtoplaylist?" + from + "&preparepath=playlists:prepareItems",
+                           "playlists:pl/trackcontextmenu?action=moveTr&plid=" + uid(mix) + "&from=2",
+                           "playlists:pl/trackcontextmenu?action=removeTr&fromplid=" + uid(mix) + "&seqnum=2"}));
+    EXPECT_EQ(row(reply, 2).value().string_(), QStringLiteral("2"));
+
+    manager->getPlayQueue()->addItems(KeloPlayListAddPosition::Append, {track("q")});
+    const QString queued = QString::number(manager->getPlayQueue()->getItems(0, 0).value(0).uid());
+    EXPECT_EQ(column(menu("0", queued), "title"), (QStringList{"Add to playlist", "Move track", "Remove track"}));
+    EXPECT_EQ(menu(uid(mix), "9999").rowsCount(), 0) << "a track that is gone has no menu";
+    setVisibility(false, true);
+    EXPECT_EQ(menu(uid(mix), item).rowsCount(), 3) << "no play queue entry while the queue is hidden";
+}
+
+TEST_F(NodeRows, AddMenusCarryTheirParametersAlongWithoutDoublingThem)
+{
+    const QString a = uid(playlist("A")), b = uid(playlist("B"));
+    const QString cl = uid(manager->createCollection("Evening"));
+    const QString received = "action=cmnode&fromplid=3&itemid=playlists:item/12&preparepath=playlists:prepareItems";
+    KeloRowsRoles reply =
+        rows(make<PlayListAddToPlaylistNode>("playlists:pl/addtoplaylist"), "playlists:pl/addtoplaylist?" + received);
+    EXPECT_EQ(column(reply, "type"), QString("101 105 1 1").split(' '));
+    EXPECT_EQ(column(reply, "path"), (QStringList{"playlists:pl/addtoplaylist?itemid=playlists:item/12&action=createPl",
+                                                  "", "playlists:pl/selectaddmode?" + received + "&plid=" + a,
+                                                  "playlists:pl/selectaddmode?" + received + "&plid=" + b}));
+
+    const QString mode = "playlists:pl/selectaddmode?action=cmnode&fromplid=3&plid=0";
+    reply = rows(make<PlayListAddModeNode>("playlists:pl/selectaddmode"), mode);
+    EXPECT_EQ(column(reply, "title"), (QStringList{"Now", "After current", "Append"}));
+    EXPECT_EQ(column(reply, "path"), (QStringList{mode + "&mode=0", mode + "&mode=1", mode + "&mode=2"}));
+
+    reply = rows(make<CollectionAddToClNode>("playlists:cl/addtocollection"),
+                 "playlists:cl/addtocollection?action=cmnode&plid=5");
+    EXPECT_EQ(column(reply, "type"), QString("101 105 102").split(' '));
+    EXPECT_EQ(column(reply, "path"), (QStringList{"playlists:cl/addtocollection?plid=5&action=createCl", "",
+                                                  "playlists:cl/addtocollection?plid=5&action=addItem&clid=" + cl}));
+}
+
+TEST_F(NodeRows, CollectionsListTheirPlayListsWithMenusThatKnowTheCollection)
+{
+    PlayListBase* b = playlist("B");
+    PlayListBase* a = playlist("A");
+    CollectionBase* evening = manager->createCollection("Evening");
+    ASSERT_TRUE(evening->addPlayList(b) && evening->addPlayList(a));
+    CollectionGetItemsNode* node = make<CollectionGetItemsNode>("playlists:cl/getitems");
+    KeloRowsRoles reply = rows(node, "playlists:cl/getitems?clid=" + uid(evening));
+    EXPECT_EQ(reply.title(), QStringLiteral("Collection - Evening"));
+    EXPECT_EQ(column(reply, "title"), (QStringList{"B", "A"}));
+    EXPECT_EQ(column(reply, "context").value(0), "playlists:pl/contextmenu?plid=" + uid(b) + "&clid=" + uid(evening));
+    EXPECT_EQ(row(reply, 0).context().title(), QStringLiteral("Playlist - B"));
+    EXPECT_EQ(rows(node, "playlists:cl/getitems?clid=999").rowsCount(), 0);
+
+    reply =
+        rows(make<CollectionContextNode>("playlists:cl/contextmenu"), "playlists:cl/contextmenu?clid=" + uid(evening));
+    EXPECT_EQ(column(reply, "path"), QStringList{"playlists:cl/contextmenu?action=delete&clid=" + uid(evening)});
+    reply = rows(make<PlayQueueContextNode>("playlists:pq/contextmenu"), "playlists:pq/contextmenu?plid=0");
+    EXPECT_EQ(column(reply, "path"), (QStringList{"playlists:pq/contextmenu?action=playPl&plid=0",
+                                                  "playlists:pl/addtoplaylist?action=cmnode&fromplid=0", "",
+                                                  "playlists:pq/contextmenu?action=clearPl&plid=0"}));
+}

@@ -1,0 +1,116 @@
+// The owner of the tree and its watchers: nodes follow playlists, and each change of the model
+// reaches the open views as row-change events, once and in order.
+#include <functional>
+
+#include "BrowseFixture.h"
+#include "CMEventHub.h"
+#include "CMNodes.h"
+#include "CMSubscribe.h"
+#include "Collection.h"
+#include "playlistUI/PlayListUI.h"
+
+using namespace browsetest;
+
+namespace {
+class PlayListUITest : public BrowseTest
+{
+protected:
+    void SetUp() override
+    {
+        BrowseTest::SetUp();
+        jazz = playlist("Jazz", 8);
+        ui = std::make_unique<PlayListUI>(nullptr, &registry, &subscribe, manager.get());
+        events = CMEventHub::instance().subscribe();
+    }
+    void TearDown() override
+    {
+        events.reset();
+        ui.reset();
+        BrowseTest::TearDown();
+    }
+    // The events since the last call as "path change rows", deferred deletions done first.
+    QStringList published()
+    {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QStringList result;
+        QVariantHash e;
+        while (events->next(&e, 0))
+            result.append((e.value("path").toString() + " " + e.value("change").toString() + " "
+                           + e.value("rows").toStringList().join(','))
+                              .trimmed());
+        return result;
+    }
+
+    PlayListBase* jazz = nullptr;
+    CMNodes registry;
+    CMSubscribe subscribe;
+    std::unique_ptr<PlayListUI> ui;
+    std::shared_ptr<CMEventSubscriber> events;
+};
+}  // namespace
+
+TEST_F(PlayListUITest, ItemsNodesComeAndGoWithTheirPlayLists)
+{
+    EXPECT_EQ(registry.count(), 10 + 2) << "the fixed nodes, the play queue's items and Jazz's items";
+    EXPECT_NE(registry.find(CMPath("playlists:pl/getitems/" + uid(jazz))), nullptr);
+    PlayListBase* mix = manager->createPlayList("Mix");
+    const QString mixItems = "playlists:pl/getitems/" + uid(mix);
+    CMNode* node = registry.find(CMPath(mixItems));
+    ASSERT_NE(node, nullptr) << "registered at once";
+    EXPECT_EQ(published(),
+              (QStringList{"playlists: reset", "playlists:pl/addtoplaylist reset", "playlists:pl/getlist reset"}));
+    mix->addItems(KeloPlayListAddPosition::Append, {track("x")});
+    CMGetRowsRequest request(CMPath(mixItems), 0, 9);
+    ASSERT_TRUE(node->getRowsRequest(request));
+    EXPECT_EQ(request.reply().value().rowsCount(), 1);
+    published();
+
+    ASSERT_TRUE(manager->deletePlayList(mix));
+    EXPECT_EQ(published(), (QStringList{"playlists: reset", "playlists:pl/addtoplaylist reset", mixItems + " close"}))
+        << "the playlist list is not reset on a deletion";
+    EXPECT_EQ(registry.find(CMPath(mixItems)), nullptr);
+
+    ui->on_playlist_delete(0);
+    EXPECT_NE(registry.find(CMPath("playlists:pq/getitems")), nullptr) << "the play queue keeps its watcher";
+}
+
+TEST_F(PlayListUITest, EachChangeResetsOrExtendsExactlyTheViewsItAffects)
+{
+    const QString items = "playlists:pl/getitems/" + uid(jazz);
+    CollectionBase* evening = nullptr;
+    const QList<QPair<std::function<void()>, QStringList>> cases = {
+        {[&] {
+             jazz->addItems(KeloPlayListAddPosition::Append, pltest::tracks({"a", "b", "c"}));
+         },
+         {items + " rows +8,+9,+10"}},
+        {[&] { manager->getPlayQueue()->addItems(KeloPlayListAddPosition::Append, {track("q")}); },
+         {"playlists:pq/getitems rows +0"}},
+        {[&] {
+             jazz->removeItems({4, 1});
+         },
+         {items + " reset"}},
+        {[&] { jazz->moveItem(0, 3); }, {items + " reset", "playlists:pl/trackcontextmenu reset"}},
+        {[&] { jazz->clearItems(); }, {items + " reset"}},
+        {[&] { jazz->setShuffle(true); }, {"playlists:pl/contextmenu reset"}},
+        {[&] { jazz->setRepeatAll(true); }, {"playlists:pl/contextmenu reset"}},
+        {[&] { manager->getPlayQueue()->setShuffle(true); }, {"playlists:pq/contextmenu reset"}},
+        {[&] { jazz->setName("Blues"); }, {"playlists: reset", "playlists:pl/contextmenu reset"}},
+        {[&] { evening = manager->createCollection("Evening"); },
+         {"playlists: reset", "playlists:cl/addtocollection reset"}},
+        {[&] { evening->addPlayList(jazz); }, {"playlists:cl/getitems reset"}},
+        {[&] { evening->removePlayList(jazz); }, {"playlists:cl/getitems reset"}},
+        {[&] { manager->deleteCollection(evening); }, {"playlists: reset", "playlists:cl/addtocollection reset"}},
+    };
+    for (int i = 0; i < cases.size(); ++i) {
+        cases[i].first();
+        EXPECT_EQ(published(), cases[i].second) << "case " << i;
+    }
+}
+
+TEST_F(PlayListUITest, EndingTheTreeClosesEveryItemsViewAndUnregistersEveryNode)
+{
+    ui.reset();
+    EXPECT_EQ(published(),
+              (QStringList{"playlists:pq/getitems close", "playlists:pl/getitems/" + uid(jazz) + " close"}));
+    EXPECT_EQ(registry.count(), 0);
+}
