@@ -11,6 +11,7 @@
 #include "KeloRoles.h"
 #include "Language.h"
 #include "PlayListManager.h"
+#include "PlayListPlayLogic.h"
 #include "playlistUI/PlayListUI.h"
 
 namespace {
@@ -30,7 +31,7 @@ PlayListWorker::PlayListWorker(const QHash<QString, QVariant>& config)
     manager = new PlayListManager(database);
     ui = new PlayListUI(this, nodes(), subscribe, manager);
     controller = new Controller(this, manager);
-    // Play logic.
+    playLogic = new PlayListPlayLogic(this, manager);
     CMGlobal::connect(this, &PlayListWorker::setDataReceived, this, &PlayListWorker::on_setDataRequest);
     powerTargetItem = new CMValueItem(this, KeloPowerManagerTargetPath());
     CMGlobal::connect(powerTargetItem, &CMValueItem::changed, this,
@@ -40,7 +41,7 @@ PlayListWorker::PlayListWorker(const QHash<QString, QVariant>& config)
 // The browse tree and the play logic watch the model, so they go before it; the store goes last.
 PlayListWorker::~PlayListWorker()
 {
-    // Play logic teardown.
+    delete playLogic;
     delete ui;
     delete controller;
     delete manager;

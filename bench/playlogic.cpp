@@ -1,0 +1,185 @@
+// The play logic on a 10,000-entry playlist with shuffle and repeat all: next and previous as the
+// player calls them, and the slots that follow edits of the playing list (alone, and with the edit
+// in the store that causes them).
+#include <QCoreApplication>
+#include <QDir>
+#include <QTemporaryDir>
+#include <benchmark/benchmark.h>
+#include <memory>
+
+#include "CMRoot.h"
+#include "KeloJson.h"
+#include "KeloPaths.h"
+#include "PlayList.h"
+#include "PlayListManager.h"
+#include "PlayListPlayLogic.h"
+#include "PlayListWorker.h"
+#include "PlayLogic.h"
+
+namespace {
+
+constexpr int kEntries = 10000;
+
+// Takes the play logic's commands and drops them, as a player that is not listening.
+class SilentPlayer : public CMAbstractWorker
+{
+public:
+    SilentPlayer() : CMAbstractWorker(QHash<QString, QVariant>(), QStringLiteral("Player")) {}
+    bool setDataRequest(const CMSetDataRequest& request) override
+    {
+        request.reply().setValue(QVariant());
+        return true;
+    }
+};
+
+class Fixture
+{
+public:
+    Fixture()
+    {
+        QDir::setCurrent(dir.path());
+        root.setInitialValue(KeloPlayListsSettingsDataBaseItemsLimitPath(), KeloValue::fromI32(0));
+        root.addWorker(&player);
+        worker = std::make_unique<PlayListWorker>(QHash<QString, QVariant>());
+        logic = worker->getPlayLogic();
+        pl = worker->getManager()->createPlayList(QStringLiteral("Big"));
+        QList<KeloPlayListItem> items;
+        for (int n = 0; n < kEntries; ++n)
+            items << item(n);
+        pl->addItems(KeloPlayListAddPosition::Append, items);
+        pl->setShuffle(true);
+        pl->setRepeatAll(true);
+        KeloRoles container;
+        container.setType(KeloRolesType::Container);
+        container.setPath(KeloPlayListPlGetItemsPath() + pl->getUid());
+        KeloPlayLogicPlayArgs args;
+        args.setMediaRoles(container);
+        args.setIndex(kEntries / 2);
+        args.setType(KeloRolesType::Container);
+        call(PlayLogicWire::Play(), {{PlayLogicWire::Args(), args.toVariant()}});
+        call(PlayLogicWire::MediaPlaybackStarted(), {{PlayLogicWire::NewRoles(), logic->getCurrentTrack().toVariant()}});
+    }
+    ~Fixture() { worker.reset(); }
+
+    void call(const QString& name, QVariantHash fields = {})
+    {
+        fields.insert(PlayLogicWire::Call(), name);
+        logic->setDataRequest(CMSetDataRequest(KeloPlayListsPlayLogicPath(), fields));
+    }
+    static KeloPlayListItem item(int n)
+    {
+        const QVariantHash roles{
+            {"type", 3}, {"title", QStringLiteral("Track %1").arg(n)}, {"duration", 200},
+            {"mediaData", QVariantHash{{"resources", QVariantList{QVariantHash{{"uri", QStringLiteral("demo://%1").arg(n)}}}},
+                                       {"metaData", QVariantHash()}}}};
+        KeloPlayListItem entry;
+        entry.setTitle(roles.value("title").toString());
+        entry.setUrl(QStringLiteral("demo://%1").arg(n));
+        entry.setKeloRoles(KeloJson::stringify(roles));
+        return entry;
+    }
+
+    QTemporaryDir dir;
+    CMRootWorker root;
+    SilentPlayer player;
+    std::unique_ptr<PlayListWorker> worker;
+    PlayListPlayLogic* logic = nullptr;
+    PlayListBase* pl = nullptr;
+};
+
+std::unique_ptr<Fixture> g_fixture;  // made on first use, gone before the application
+
+Fixture& fixture()
+{
+    if (!g_fixture)
+        g_fixture = std::make_unique<Fixture>();
+    return *g_fixture;
+}
+
+void BM_NextThenPrevious(benchmark::State& state)
+{
+    Fixture& f = fixture();
+    const QVariantHash early{{PlayLogicWire::PlayTime(), 0}};
+    for (auto _ : state) {
+        f.call(PlayLogicWire::Next());
+        f.call(PlayLogicWire::Previous(), early);
+    }
+}
+BENCHMARK(BM_NextThenPrevious)->Unit(benchmark::kMicrosecond);
+
+void BM_PrepareNextMedia(benchmark::State& state)
+{
+    Fixture& f = fixture();
+    for (auto _ : state) {
+        f.call(PlayLogicWire::PrepareNextMedia());
+        f.call(PlayLogicWire::Previous(), {{PlayLogicWire::PlayTime(), 0}});
+    }
+}
+BENCHMARK(BM_PrepareNextMedia)->Unit(benchmark::kMicrosecond);
+
+// The slots alone, fed by the playlist's own signals; each pair leaves the order as it found it.
+void BM_SlotsAppendThenRemove(benchmark::State& state)
+{
+    Fixture& f = fixture();
+    const int last = f.pl->getLastSequenceNumber();
+    for (auto _ : state) {
+        emit f.pl->itemsAdded(KeloPlayListAddPosition::toString(KeloPlayListAddPosition::Append), kEntries, 1);
+        emit f.pl->itemsRemoved({kEntries}, last);
+    }
+}
+BENCHMARK(BM_SlotsAppendThenRemove)->Unit(benchmark::kMicrosecond);
+
+void BM_SlotsInsertAfterCurrentThenRemove(benchmark::State& state)
+{
+    Fixture& f = fixture();
+    const int last = f.pl->getLastSequenceNumber();
+    for (auto _ : state) {
+        emit f.pl->itemsAdded(KeloPlayListAddPosition::toString(KeloPlayListAddPosition::AfterCurrent), last + 1, 1);
+        emit f.pl->itemsRemoved({last + 1}, last);
+    }
+}
+BENCHMARK(BM_SlotsInsertAfterCurrentThenRemove)->Unit(benchmark::kMicrosecond);
+
+void BM_SlotsMoveThereAndBack(benchmark::State& state)
+{
+    Fixture& f = fixture();
+    for (auto _ : state) {
+        emit f.pl->itemMoved(0, kEntries - 1);
+        emit f.pl->itemMoved(kEntries - 1, 0);
+    }
+}
+BENCHMARK(BM_SlotsMoveThereAndBack)->Unit(benchmark::kMicrosecond);
+
+// The same edits as the store makes them, each followed by its slot.
+void BM_EditMoveThereAndBack(benchmark::State& state)
+{
+    Fixture& f = fixture();
+    for (auto _ : state) {
+        f.pl->moveItem(0, kEntries - 1);
+        f.pl->moveItem(kEntries - 1, 0);
+    }
+}
+BENCHMARK(BM_EditMoveThereAndBack)->Unit(benchmark::kMillisecond);
+
+void BM_EditAppendThenRemove(benchmark::State& state)
+{
+    Fixture& f = fixture();
+    const QList<KeloPlayListItem> one{Fixture::item(kEntries)};
+    for (auto _ : state) {
+        f.pl->addItems(KeloPlayListAddPosition::Append, one);
+        f.pl->removeItems({kEntries});
+    }
+}
+BENCHMARK(BM_EditAppendThenRemove)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    g_fixture.reset();
+    return 0;
+}

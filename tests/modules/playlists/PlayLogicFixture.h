@@ -1,0 +1,143 @@
+#pragma once
+// A worker with a real store in a temporary directory, its play logic, and a player that only records
+// what it is told. Everything runs in the test's thread, so each call is handled inside the call.
+#include <QMutex>
+#include <QSet>
+#include <gtest/gtest.h>
+#include <memory>
+
+#include "CMRoot.h"
+#include "KeloJson.h"
+#include "KeloPaths.h"
+#include "PlayList.h"
+#include "PlayListManager.h"
+#include "PlayListPlayLogic.h"
+#include "PlayListWorker.h"
+#include "TempWorkDir.h"
+
+// Records the play logic's commands ("play", "setNextMedia", ...) and controls ("control:stop").
+class RecordingPlayer : public CMAbstractWorker
+{
+public:
+    RecordingPlayer() : CMAbstractWorker(QHash<QString, QVariant>(), QStringLiteral("Player")) {}
+    bool setDataRequest(const CMSetDataRequest& request) override
+    {
+        const QVariantHash value = request.value().toHash();
+        QMutexLocker lock(&mutex);
+        names << (value.contains("control") ? "control:" + value.value("control").toString()
+                                            : value.value(PlayLogicWire::Command()).toString());
+        values << value;
+        request.reply().setValue(QVariant());
+        return true;
+    }
+    void clear()
+    {
+        QMutexLocker lock(&mutex);
+        names.clear();
+        values.clear();
+    }
+    QVariantHash last(const QString& name) const
+    {
+        QMutexLocker lock(&mutex);
+        const int i = names.lastIndexOf(name);
+        return i < 0 ? QVariantHash() : values.at(i);
+    }
+
+    mutable QMutex mutex;
+    QStringList names;
+    QList<QVariantHash> values;
+};
+
+// An entry: a track of 200 s at uri (its own demo uri when null; no resources when empty).
+inline KeloPlayListItem numberedTrack(int n, const QString& uri = QString())
+{
+    const QString url = uri.isNull() ? QStringLiteral("demo://track/%1").arg(n) : uri;
+    const QVariantList resources = url.isEmpty() ? QVariantList() : QVariantList{QVariantHash{{"uri", url}}};
+    const QVariantHash roles{{"type", 3}, {"title", QStringLiteral("Track %1").arg(n)}, {"duration", 200},
+                             {"mediaData", QVariantHash{{"resources", resources}, {"metaData", QVariantHash()}}}};
+    KeloPlayListItem item;
+    item.setTitle(roles.value("title").toString());
+    item.setUrl(url.isEmpty() ? QStringLiteral("demo://none") : url);
+    item.setKeloRoles(KeloJson::stringify(roles));
+    return item;
+}
+
+// The entry's sequence number in a track's roles; -1 when none.
+inline int sequenceNumberOf(const KeloRoles& roles)
+{
+    return roles.value().isI32_() ? roles.value().i32_() : -1;
+}
+
+inline QList<KeloPlayListItem> numberedTracks(int first, int count, const QSet<int>& withoutResources = {})
+{
+    QList<KeloPlayListItem> items;
+    for (int n = first; n < first + count; ++n)
+        items << numberedTrack(n, withoutResources.contains(n) ? QStringLiteral("") : QString());
+    return items;
+}
+
+class PlayLogicTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(dir.isValid());
+        root = std::make_unique<CMRootWorker>();
+        root->setInitialValue(KeloPlayListsSettingsDataBaseItemsLimitPath(), KeloValue::fromI32(0));
+        player = std::make_unique<RecordingPlayer>();
+        root->addWorker(player.get());
+        worker = std::make_unique<PlayListWorker>(QHash<QString, QVariant>());
+        root->addWorker(worker.get());
+        logic = worker->getPlayLogic();
+        manager = worker->getManager();
+    }
+    void TearDown() override
+    {
+        worker.reset();
+        player.reset();
+        root.reset();
+    }
+
+    PlayListBase* playlist(int count, const QSet<int>& withoutResources = {})
+    {
+        PlayListBase* pl = manager->createPlayList(QStringLiteral("Test"));
+        pl->addItems(KeloPlayListAddPosition::Append, numberedTracks(0, count, withoutResources));
+        return pl;
+    }
+    // A call of the player, as it arrives at the play logic's node.
+    CMVoidReply call(const QString& name, QVariantHash fields = {})
+    {
+        fields.insert(PlayLogicWire::Call(), name);
+        const CMVoidReply reply;
+        logic->setDataRequest(CMSetDataRequest(KeloPlayListsPlayLogicPath(), fields, reply));
+        return reply;
+    }
+    CMVoidReply play(const CMPath& containerPath, int index)
+    {
+        KeloPlayLogicPlayArgs args;
+        args.setMediaRoles(KeloRoles(KeloHash({{"type", 1}, {"path", containerPath.toEncoded()}})));
+        args.setIndex(index);
+        args.setType(KeloRolesType::Container);
+        return call(PlayLogicWire::Play(), {{PlayLogicWire::Args(), args.toVariant()}});
+    }
+    void play(PlayListBase* pl, int index) { play(KeloPlayListPlGetItemsPath() + pl->getUid(), index); }
+    void previous(qint64 playTime) { call(PlayLogicWire::Previous(), {{PlayLogicWire::PlayTime(), playTime}}); }
+    void changePlayMode(int mode) { call(PlayLogicWire::ChangePlayMode(), {{"playMode", mode}}); }
+    // The player confirms the start of the track it was last told to play.
+    void confirmStart()
+    {
+        call(PlayLogicWire::MediaPlaybackStarted(), {{PlayLogicWire::NewRoles(), player->last("play").value("roles")}});
+    }
+
+    static int seqOf(const KeloRoles& roles) { return sequenceNumberOf(roles); }
+    // The sequence number of the track named by the last command of that name; -1 when none.
+    int seqOf(const QString& command) const { return seqOf(KeloHash(player->last(command).value("roles").toHash())); }
+    int playCount() const { return player->names.count(PlayLogicWire::Play()); }
+
+    TempWorkDir dir;
+    std::unique_ptr<CMRootWorker> root;
+    std::unique_ptr<RecordingPlayer> player;
+    std::unique_ptr<PlayListWorker> worker;
+    PlayListPlayLogic* logic = nullptr;
+    PlayListManager* manager = nullptr;
+};

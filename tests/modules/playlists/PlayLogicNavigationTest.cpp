@@ -1,0 +1,84 @@
+// Current, next and previous on a real playlist, through the calls a player makes.
+#include "PlayLogicFixture.h"
+
+using PlayLogicNavigation = PlayLogicTest;
+
+TEST_F(PlayLogicNavigation, RepeatAllWrapsAtBothEndsAndWithoutItTheEndsStop)
+{
+    PlayListBase* pl = playlist(4);
+    play(pl, 3);
+    call(PlayLogicWire::Next());
+    EXPECT_EQ(playCount(), 1) << "nothing after the last entry";
+    pl->setRepeatAll(true);  // shown in the play mode only; the player's mode decides
+    EXPECT_EQ(logic->playMode(), KeloPlayerPlayMode::RepeatAll);
+    EXPECT_TRUE(logic->getNextTrack().isEmpty());
+
+    changePlayMode(KeloPlayerPlayMode::RepeatAll);
+    call(PlayLogicWire::Next());
+    EXPECT_EQ(seqOf("play"), 0);
+    previous(0);
+    EXPECT_EQ(seqOf("play"), 3);
+    changePlayMode(KeloPlayerPlayMode::Normal);
+    EXPECT_FALSE(pl->getRepeatAll());
+    play(pl, 0);
+    previous(0);
+    EXPECT_EQ(playCount(), 4) << "nothing before the first entry";
+}
+
+TEST_F(PlayLogicNavigation, RepeatOneAnnouncesTheSameTrackButNextMovesOn)
+{
+    play(playlist(3), 1);
+    changePlayMode(KeloPlayerPlayMode::RepeatOne);
+    call(PlayLogicWire::PrepareNextMedia(), {{PlayLogicWire::Serial(), 7}});
+    EXPECT_EQ(seqOf("setNextMedia"), 1);
+    EXPECT_EQ(player->last("setNextMedia").value(PlayLogicWire::Serial()), 7);
+    call(PlayLogicWire::Next());
+    EXPECT_EQ(seqOf("play"), 2);
+}
+
+TEST_F(PlayLogicNavigation, EntriesWithoutResourcesAreSkippedInListOrderEvenUnderShuffle)
+{
+    PlayListBase* pl = playlist(6, {1, 2, 3});
+    play(pl, 0);
+    call(PlayLogicWire::Next());
+    EXPECT_EQ(seqOf("play"), 4);
+
+    play(pl, 0);
+    changePlayMode(KeloPlayerPlayMode::Shuffle);
+    const int drawn = logic->shuffleSequence().at(1);
+    EXPECT_EQ(seqOf(logic->getNextTrack()), drawn >= 4 ? drawn : 4);
+}
+
+TEST_F(PlayLogicNavigation, TheSixthStreamErrorInARowEndsPlayback)
+{
+    PlayListBase* pl = manager->createPlayList(QStringLiteral("Broken"));
+    for (int n = 0; n < 12; ++n)
+        pl->addItems(KeloPlayListAddPosition::Append, {numberedTrack(n, QStringLiteral("fail:%1").arg(n))});
+    const QVariantHash failed{{PlayLogicWire::Error(), QVariantHash{{"code", 1}}}};
+
+    play(pl, 0);
+    call(PlayLogicWire::StreamError(), failed);
+    call(PlayLogicWire::StreamError(), failed);
+    confirmStart();  // a track that starts ends the run
+    call(PlayLogicWire::Next());
+    player->clear();
+    for (int failure = 1; failure <= 5; ++failure)
+        call(PlayLogicWire::StreamError(), failed);
+    EXPECT_EQ(player->names, QStringList({"play", "play", "play", "play", "play"}));
+    EXPECT_EQ(seqOf("play"), 8);
+    call(PlayLogicWire::StreamError(), failed);
+    EXPECT_EQ(player->names.mid(5), QStringList{"playbackEnded"});
+}
+
+TEST_F(PlayLogicNavigation, AnItemsPathWithoutAPlaylistIsRefused)
+{
+    for (const char* path : {"playlists:pl/getitems/abc", "playlists:pl/getitems/0"}) {
+        const CMVoidReply reply = play(CMPath(path), 0);
+        EXPECT_EQ(reply.error().Name(), QStringLiteral("PlayList Error")) << path;
+        EXPECT_EQ(reply.error().Message(), QStringLiteral("Play called on invalid playlist container"));
+    }
+    EXPECT_EQ(playCount(), 0);
+    manager->getPlayQueue()->addItems(KeloPlayListAddPosition::Append, numberedTracks(0, 2));
+    EXPECT_FALSE(play(KeloPlayListPqGetItemsPath(), 1).hasError());
+    EXPECT_EQ(logic->getCurrentPlayList(), manager->getPlayQueue());
+}
