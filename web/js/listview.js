@@ -292,13 +292,19 @@ export class ListView {
       this.listEl.append(el);
       this.rendered.set(index, el);
     }
+    // Content is rebuilt only when the row or what it shows changed; focus and selection
+    // only touch attributes, so a double click lands on the node of its first click.
+    const content = `${state.includes('playing')}|${state.includes('editing')}|${this.editable}|${index}`;
+    if (el._row !== row || el._content !== content) fillRow(el, row, index, state, this);
     el._row = row;
+    el._content = content;
     el._signature = signature;
     el.style.transform = `translateY(${index * this.rowHeight}px)`;
     el.setAttribute('role', 'option');
     el.setAttribute('aria-posinset', String(index + 1));
     el.setAttribute('aria-setsize', String(count));
-    fillRow(el, row, index, state, this);
+    el.className = `row type-${row ? row.type : 'loading'} ${state}${row ? '' : ' loading'}`;
+    el.setAttribute('aria-selected', String(state.includes('selected')));
   }
 
   rowState(index, row) {
@@ -656,11 +662,8 @@ export class ListView {
 // ---- row content -----------------------------------------------------------------
 
 function fillRow(el, row, index, state, view) {
-  el.className = `row ${state}`;
-  el.setAttribute('aria-selected', String(state.includes('selected')));
   el.removeAttribute('aria-disabled');
   if (!row) {
-    el.classList.add('loading');
     el.innerHTML = `<span class="lead">${index + 1}</span><span class="main"><span class="title skeleton"></span></span>`;
     el.setAttribute('aria-label', `Row ${index + 1}, loading`);
     return;
@@ -668,7 +671,6 @@ function fillRow(el, row, index, state, view) {
   el.removeAttribute('aria-label');
   const title = escapeHtml(row.title ?? '');
   const type = row.type;
-  el.classList.add(`type-${type}`);
   if (type === TYPE.header) {
     el.setAttribute('aria-disabled', 'true');
     el.innerHTML = `<span class="main"><span class="title">${title}</span></span>`;

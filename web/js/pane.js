@@ -20,6 +20,8 @@ export class Pane {
           <span class="view-count" aria-live="off"></span>
           <span class="view-actions"></span>
         </div>
+      </div>
+      <div class="pane-body"></div>
         <div class="selection-bar" role="toolbar" aria-label="Selected tracks" hidden>
           <span class="sel-count"></span>
           <button type="button" class="tool" data-tool="up" aria-label="Move selected up">${icon('up')}</button>
@@ -27,9 +29,7 @@ export class Pane {
           <button type="button" class="tool" data-tool="moveto">${icon('move')}<span>Move to…</span></button>
           <button type="button" class="tool danger" data-tool="remove">${icon('trash')}<span>Remove</span></button>
           <button type="button" class="tool" data-tool="clear" aria-label="Clear selection">${icon('close')}</button>
-        </div>
-      </div>
-      <div class="pane-body"></div>`;
+        </div>`;
     this.crumbsEl = el.querySelector('.crumbs ol');
     this.titleEl = el.querySelector('.view-title');
     this.countEl = el.querySelector('.view-count');
@@ -69,7 +69,7 @@ export class Pane {
   }
 
   show(view, focus) {
-    this.bodyEl.replaceChildren();
+    for (const old of this.bodyEl.querySelectorAll('.list-scroll')) old.remove();
     view.mount(this.bodyEl);
     if (view.stale) {
       view.stale = false;
@@ -112,6 +112,7 @@ export class Pane {
       })
       .join('');
     this.el.querySelector('.back').hidden = this.stack.length < 2;
+    this.el.querySelector('.crumbs').hidden = this.stack.length < 2;
     this.titleEl.textContent = view.title || '';
     view.listEl.setAttribute('aria-label', view.title || 'List');
     this.renderCount();
@@ -126,8 +127,8 @@ export class Pane {
   renderCount() {
     const view = this.current;
     const count = view.model.count;
-    const noun = view.editable ? 'track' : 'row';
-    this.countEl.textContent = count < 0 ? '' : `${count.toLocaleString('en')} ${noun}${count === 1 ? '' : 's'}`;
+    const tracks = view.editable || this.isTrackList(view);
+    this.countEl.textContent = count < 0 || !tracks ? '' : `${count.toLocaleString('en')} track${count === 1 ? '' : 's'}`;
   }
 
   renderSelection() {

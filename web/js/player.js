@@ -124,6 +124,7 @@ export class PlayerBar {
     const playing = s && s.state === 'playing';
     this.toggleBtn.innerHTML = icon(playing ? 'pause' : 'play');
     this.toggleBtn.setAttribute('aria-label', playing ? 'Pause' : 'Play');
+    this.toggleBtn.disabled = !(s && s.trackRoles);
     const length = this.lengthMs();
     this.range.max = String(length);
     this.range.disabled = !track || !length || !this.controlEnabled('seekTime');
