@@ -2,7 +2,8 @@
 // The process's event fan-out: row changes (CMSubscribe), settings changes (the root) and the
 // player's state go in as contract-form JSON objects; every subscriber (an open events stream) takes
 // them out of its own bounded queue. Publishing never blocks on a subscriber: when a queue is full its
-// oldest event is dropped and the subscriber is marked as having lost events. Thread-safe throughout.
+// oldest event is dropped and the subscriber is marked as having lost events. Thread-safe throughout:
+// any thread may publish, subscribe, and use a subscriber.
 #include <QVariantHash>
 #include <memory>
 
@@ -10,7 +11,7 @@ class CMEventSubscriber
 {
 public:
     virtual ~CMEventSubscriber() = default;
-    // Waits up to timeoutMs for the next event. False on timeout or once closed.
+    // Waits up to timeoutMs (negative: without limit) for the next event. False on timeout or once closed.
     virtual bool next(QVariantHash* event, int timeoutMs) = 0;
     // How many events were dropped because the queue was full, since the last call (then reset to 0).
     virtual int takeDroppedCount() = 0;
@@ -34,5 +35,5 @@ public:
 private:
     CMEventHub() = default;
     struct Impl;
-    std::shared_ptr<Impl> impl();
+    static std::shared_ptr<Impl> impl();
 };

@@ -1,6 +1,7 @@
 #pragma once
 // Browse nodes. A node is registered in its worker's CMNodes at its path (without query) and gets the
-// requests on that path. Nodes live in their worker's thread and are used only from it.
+// requests on that path. Nodes live in their worker's thread and are used only from it (construction
+// included). A node does not own its CMNodes and forgets one that is destroyed first.
 #include <QList>
 #include <QObject>
 #include <QPair>
@@ -56,7 +57,8 @@ public:
     // setRoles, plus title, path (with the parameters), media data and, for containers, type 1 and
     // the container type; only roleNames when that list is not empty.
     virtual KeloRoles getDataRoles(const QStringList& roleNames, const QList<QPair<QString, QString>>& parameters) const;
-    // Answers getDataRoles for the request's roles and parameters.
+    // Answers getDataRoles for the request's roles and parameters: without role names the roles as a
+    // hash, with role names a list of the values of those roles in their order (null where unset).
     bool getDataRequest(const CMGetDataRequest& request) override;
 
 private:

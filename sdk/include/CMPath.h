@@ -21,7 +21,9 @@ public:
     static CMPath fromQVariant(const QVariant& value);  // a string (encoded form); anything else gives an empty path
     QVariant toQVariant() const { return toEncoded(); }
 
-    QString toEncoded() const;  // query values percent-encoded where they hold '&', '=', '#', '%' or non-ASCII
+    // Query keys and values percent-encoded where they hold '&', '=', '#', '%', '+', spaces, controls or non-ASCII.
+    // The empty path gives an empty text; a prefix alone gives "prefix:".
+    QString toEncoded() const;
     QString prefix() const { return m_prefix; }
     QString subPath() const { return m_subPath; }
     bool isEmpty() const { return m_prefix.isEmpty() && m_subPath.isEmpty(); }
@@ -34,7 +36,7 @@ public:
     QString parameter(const QString& key, const QString& fallback = QString()) const;
     QList<QPair<QString, QString>> parameters() const { return m_query; }
     CMPath& addParameter(const QString& key, const QString& value);  // appends, keeping order
-    CMPath withParameter(const QString& key, const QString& value) const;
+    CMPath withParameter(const QString& key, const QString& value) const;  // replaces the key's value, else appends
 
     // Appends a subpath segment: joined with '/' unless the subpath is empty or already ends in '/'.
     // "playlists:item/" + "12" -> "playlists:item/12"; "playlists:pl/getitems" + "5" -> "playlists:pl/getitems/5".

@@ -2,7 +2,9 @@
 // Replies. A reply is a shared handle: the sender of a request keeps one copy, the request carries
 // another, and all copies see the same state. It is finished once, with a value or an error, from
 // any thread; a second attempt is ignored and logged. Whoever waits for it is told in its own
-// thread: connect to data()->finished() (auto connection) or block in waitForFinished().
+// thread: connect to data()->finished() (auto connection) and then check isFinished(), since a reply
+// finished before the connection does not signal again; or block in waitForFinished(). Every member
+// may be called from any thread.
 #include <QMutex>
 #include <QObject>
 #include <QSharedPointer>

@@ -2,7 +2,9 @@
 // Requests: a path, what is asked, and the reply that answers it. Value types; copies share one
 // request. When the last copy of a request is destroyed while its reply is still unfinished, the
 // reply is finished with the error NoAnswer, so a request that a handler drops never hangs its
-// client. A client keeps the reply, not the request.
+// client. A client keeps the reply, not the request. Any thread: a request never changes after it is
+// made. An invalid (default-constructed) request has an empty path and hands out a fresh reply that
+// nobody waits for.
 #include <QSharedPointer>
 #include <QStringList>
 #include <QVariant>

@@ -1,8 +1,10 @@
 #pragma once
 // The root worker: the registry of workers by prefix, the router of every request, and the settings
 // tree ("settings:" and "powermanager:" paths). There is one per process; CMRoot() returns it (null
-// before it is made). It lives in the thread that made it (the host's main thread); every public
-// operation may be called from any thread.
+// before it is made and after it is destroyed). It lives in the thread that made it (the host's main
+// thread, which must run an event loop for settings requests from other threads); every public
+// operation may be called from any thread. Create and destroy it in that thread, after the workers'
+// threads have ended or before they start.
 #include <QHash>
 #include <QMutex>
 #include <QReadWriteLock>
@@ -22,42 +24,53 @@ public:
     QStringList prefixes() const override;
 
     // Routing. A worker must be registered before requests reach it; the root does not own it.
+    // addWorker takes every prefix in worker->prefixes(), replacing (and logging) another owner.
     void addWorker(CMAbstractWorker* worker);
     void removeWorker(CMAbstractWorker* worker);
     CMAbstractWorker* workerFor(const CMPath& path) const;
 
     // Deliver a request to the owner of its path: in the owner's thread at once when called from
-    // it, else queued. A path no worker owns, or a request the owner does not take, is answered
-    // NotFound.
+    // it, else queued (and answered NoAnswer if the owner is destroyed before it handles it). A path
+    // no worker owns, or a request the owner does not take and did not answer, is answered NotFound.
     void sendSetData(const CMSetDataRequest& request) const;
     void sendGetRows(const CMGetRowsRequest& request) const;
     void sendGetData(const CMGetDataRequest& request) const;
 
-    // Settings.
+    // Settings. getValue: the KeloValue at path as a variant hash, invalid when none. setValue takes
+    // a well-formed KeloValue on a settings path, of the type already stored there if any; it stores,
+    // writes the file, finishes reply with the value's variant, emits valueChanged and publishes
+    // {"path", "change": "value", "value"} to CMEventHub, even when the value did not change. Anything
+    // else is answered BadRequest and changes nothing.
     QVariant getValue(const CMPath& path) const override;
     void setValue(const CMPath& path, const KeloValue& value, const CMReply<QVariant>& reply) const override;
     KeloValue value(const CMPath& path) const { return KeloValue(KeloHash(getValue(path).toHash())); }
-    // Sets a value without persisting or notifying (start-up overrides, tests).
-    void setInitialValue(const CMPath& path, const KeloValue& value);
+    // Sets a value without persisting or notifying (start-up overrides, tests); false, changing
+    // nothing, for a value setValue would refuse.
+    bool setInitialValue(const CMPath& path, const KeloValue& value);
     QHash<QString, KeloValue> allValues() const;
 
-    // Handles set-data and get-data on settings paths.
+    // Handles set-data and get-data on settings paths (false for any other path). Set-data takes a
+    // KeloValue as the request's value; get-data answers the KeloValue, or NotFound for an unset path.
     bool setDataRequest(const CMSetDataRequest& request) override;
     bool getDataRequest(const CMGetDataRequest& request) override;
 
 signals:
-    // Emitted from the setting thread after a value changed; CMValueItem listens to it.
+    // Emitted from the setting thread after setValue stored a value (path without query); CMValueItem
+    // listens to it.
     void valueChanged(const CMPath& path, const KeloValue& newValue, const KeloValue& oldValue);
 
 private:
-    void saveSettings() const;
+    void loadSettings();
+    void saveSettings() const;  // with m_settingsMutex held
+    QString rejection(const CMPath& path, const KeloValue& value) const;  // with m_settingsMutex held; empty: accepted
+    CMAbstractWorker* findWorker(const QString& prefix) const;  // with m_workersLock held
     template <class Request>
     void deliver(const Request& request, bool (CMAbstractWorker::*handler)(const Request&)) const;
 
     mutable QReadWriteLock m_workersLock;
     QHash<QString, CMAbstractWorker*> m_workers;
     mutable QMutex m_settingsMutex;
-    QHash<QString, KeloValue> m_settings;
+    mutable QHash<QString, KeloValue> m_settings;  // by the base path's encoded form
     QString m_settingsFile;
 };
 

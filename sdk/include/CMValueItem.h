@@ -1,6 +1,7 @@
 #pragma once
-// Watches one settings path. changed(new, old) is emitted in the item's own thread after the root
-// stored a new value at the path. Create and use it in one thread.
+// Watches one settings path (its query is ignored). changed(new, old) is emitted in the item's own
+// thread after the root stored a value at the path; that thread needs an event loop when values are
+// set from other threads. Create and use it in one thread, after the root exists.
 #include <QObject>
 
 #include "CMPath.h"
@@ -11,7 +12,7 @@ class CMValueItem : public QObject
     Q_OBJECT
 public:
     CMValueItem(QObject* parent, const CMPath& path);
-    CMPath path() const { return m_path; }
+    CMPath path() const { return m_path; }  // without query
     KeloValue value() const;  // the value now stored at the path
 
 signals:

@@ -1,6 +1,10 @@
 #pragma once
 // Workers: the objects a host routes requests to, one thread each. A worker owns the paths whose
 // prefix is in prefixes() (by default its name in lower case: "PlayLists" owns "playlists:").
+// A worker lives in one thread; the framework calls its request entry points only there. Its
+// settings and invoke operations may be called from any thread. A worker still registered with the
+// root when destroyed unregisters itself (from its own thread, as requests queued to it die with it
+// and are answered NoAnswer).
 #include <QHash>
 #include <QObject>
 #include <QStringList>
@@ -40,7 +44,9 @@ public:
     void invoke(const CMPath& path, const QVariant& value, const CMVoidReply& reply = CMVoidReply()) const;
 
 protected:
-    CMSubscribe* subscribe;  // this worker's row-change publisher; owned by the worker
+    // This worker's row-change publisher. Valid for the life of the process, so objects that outlive
+    // the worker (its deferred deletions) may still use it. Never delete it.
+    CMSubscribe* subscribe;
 
 private:
     QHash<QString, QVariant> m_config;

@@ -1,0 +1,110 @@
+#include "Host.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <cstdio>
+
+#include "CMEventHub.h"
+#include "CMRoot.h"
+#include "KeloLog.h"
+#include "PluginLoader.h"
+#include "http/EventStream.h"
+#include "http/HttpApi.h"
+#include "http/HttpServer.h"
+#include "http/StaticFiles.h"
+#include "media/MediaLibraryWorker.h"
+
+namespace {
+constexpr int MaxEventStreams = HttpServer::Threads * 2 / 3;
+}
+
+Host::Host(const Options& options) : m_options(options) {}
+
+Host::~Host()
+{
+    stop();
+}
+
+bool Host::start(QString* error)
+{
+    if (!QDir().mkpath(QStringLiteral("data-rw"))) {
+        *error = QStringLiteral("cannot create %1").arg(QDir::current().absoluteFilePath(QStringLiteral("data-rw")));
+        return false;
+    }
+    m_root = std::make_unique<CMRootWorker>(QDir::current().absoluteFilePath(QStringLiteral("data-rw/settings.json")));
+    if (!applySettings(error) || !startWorkers(error) || !startServer(error)) {
+        stop();
+        return false;
+    }
+    return true;
+}
+
+bool Host::applySettings(QString* error)
+{
+    for (const auto& setting : qAsConst(m_options.settings)) {
+        if (!m_root->prefixes().contains(setting.first.prefix())) {
+            *error = QStringLiteral("--set %1: not a settings path (prefixes: %2)")
+                         .arg(setting.first.toEncoded(), m_root->prefixes().join(QStringLiteral(", ")));
+            return false;
+        }
+        if (!m_root->setInitialValue(setting.first, setting.second)) {
+            *error = QStringLiteral("--set %1: the value is refused; a setting keeps the type of its default")
+                         .arg(setting.first.toEncoded());
+            return false;
+        }
+        // Stored through the ordinary path as well, so that the value is in the settings file.
+        CMReply<QVariant> reply;
+        m_root->setValue(setting.first, setting.second, reply);
+    }
+    return true;
+}
+
+bool Host::startWorkers(QString* error)
+{
+    m_workers = std::make_unique<PluginLoader>();
+    if (!m_options.mediaDir.isEmpty() && !QFileInfo(m_options.mediaDir).isDir()) {
+        *error = QStringLiteral("--media-dir %1 is not a folder").arg(m_options.mediaDir);
+        return false;
+    }
+    const Catalogue catalogue = m_options.mediaDir.isEmpty() ? Catalogue::demo() : Catalogue::scan(m_options.mediaDir);
+    m_workers->run([catalogue] { return new MediaLibraryWorker(catalogue); });
+    QStringList plugins = m_options.plugins;
+    const QString fallback = PluginLoader::defaultPlugin(QCoreApplication::applicationDirPath());
+    if (plugins.isEmpty() && !fallback.isEmpty())
+        plugins.append(fallback);
+    for (const QString& plugin : qAsConst(plugins)) {
+        if (!m_workers->load(plugin, QHash<QString, QVariant>(), error))
+            return false;
+    }
+    return true;
+}
+
+bool Host::startServer(QString* error)
+{
+    m_server = std::make_unique<HttpServer>(m_options.token);
+    m_api = std::make_unique<HttpApi>(m_options.replyTimeoutMs, &m_stopping);
+    m_events = std::make_unique<EventStream>(&m_stopping, MaxEventStreams);
+    m_files = std::make_unique<StaticFiles>(m_options.webRoot);
+    m_api->install(m_server->server());
+    m_events->install(m_server->server());
+    m_files->install(m_server->server());
+    const int port = m_server->bind(m_options.listenAddress, m_options.listenPort, error);
+    if (port < 0)
+        return false;
+    m_server->start();
+    std::printf("kelo-host listening on http://%s:%d\n", qPrintable(m_options.urlHost()), port);
+    std::fflush(stdout);
+    KELO_LOG_INFO("Host", "listening on " << m_options.urlHost() << ":" << port << ", data in " << QDir::currentPath());
+    return true;
+}
+
+void Host::stop()
+{
+    m_stopping = true;
+    CMEventHub::instance().closeAll();
+    if (m_server)
+        m_server->stop();
+    if (m_workers)
+        m_workers->stopAll();
+    m_root.reset();
+}

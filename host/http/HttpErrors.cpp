@@ -1,0 +1,55 @@
+#include "http/HttpErrors.h"
+
+#include <httplib.h>
+
+#include "KeloJson.h"
+
+namespace HttpErrors {
+
+QString UnauthorizedName()
+{
+    return QStringLiteral("Unauthorized");
+}
+
+QString PayloadTooLargeName()
+{
+    return QStringLiteral("PayloadTooLarge");
+}
+
+QString UnavailableName()
+{
+    return QStringLiteral("Unavailable");
+}
+
+int statusFor(const CMError& error)
+{
+    static const QHash<QString, int> statuses = {
+        {CMError::BadRequestName(), 400}, {UnauthorizedName(), 401},   {CMError::NotFoundName(), 404},
+        {PayloadTooLargeName(), 413},     {UnavailableName(), 503},     {CMError::TimeoutName(), 504},
+    };
+    return statuses.value(error.Name(), 200);
+}
+
+void answer(httplib::Response& res, const CMError& error)
+{
+    res.status = statusFor(error);
+    answerJson(res, QVariantHash{{QStringLiteral("error"), error.toVariantHash()}});
+}
+
+CMError forStatus(int status)
+{
+    switch (status) {
+    case 400: return CMError(CMError::BadRequestName(), QStringLiteral("The request is malformed."));
+    case 401: return CMError(UnauthorizedName(), QStringLiteral("This request needs 'Authorization: Bearer <token>'."));
+    case 404: return CMError(CMError::NotFoundName(), QStringLiteral("There is nothing at this address."));
+    case 413: return CMError(PayloadTooLargeName(), QStringLiteral("The request body is too large."));
+    default: return CMError(CMError::DefaultName(), QStringLiteral("HTTP status %1.").arg(status));
+    }
+}
+
+void answerJson(httplib::Response& res, const QVariant& value)
+{
+    res.set_content(KeloJson::stringify(value).toStdString(), "application/json; charset=utf-8");
+}
+
+}  // namespace HttpErrors

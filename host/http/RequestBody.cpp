@@ -1,0 +1,74 @@
+#include "http/RequestBody.h"
+
+#include "KeloJson.h"
+
+namespace {
+
+CMError badRequest(const QString& message)
+{
+    return CMError(CMError::BadRequestName(), message);
+}
+
+}  // namespace
+
+bool RequestBody::parse(const std::string& body, CMError* error)
+{
+    if (body.empty()) {
+        *error = badRequest(QStringLiteral("The request body is empty; it must be a JSON object."));
+        return false;
+    }
+    bool ok = false;
+    QString parseError;
+    const QVariant json = KeloJson::normalize(
+        KeloJson::parse(QByteArray::fromRawData(body.data(), static_cast<int>(body.size())), &ok, &parseError));
+    if (!ok) {
+        *error = badRequest(QStringLiteral("The request body is not JSON: %1").arg(parseError));
+        return false;
+    }
+    if (json.type() != QVariant::Hash) {
+        *error = badRequest(QStringLiteral("The request body must be a JSON object."));
+        return false;
+    }
+    m_fields = json.toHash();
+    return true;
+}
+
+bool RequestBody::requiredPath(const QString& key, QString* out, CMError* error) const
+{
+    const QVariant v = m_fields.value(key);
+    if (v.type() != QVariant::String || v.toString().isEmpty()) {
+        *error = badRequest(QStringLiteral("\"%1\" must be a non-empty string.").arg(key));
+        return false;
+    }
+    *out = v.toString();
+    return true;
+}
+
+bool RequestBody::requiredInt(const QString& key, int* out, CMError* error) const
+{
+    const QVariant v = m_fields.value(key);
+    if (v.type() != QVariant::Int) {
+        *error = badRequest(QStringLiteral("\"%1\" must be a whole number.").arg(key));
+        return false;
+    }
+    *out = v.toInt();
+    return true;
+}
+
+bool RequestBody::optionalStringList(const QString& key, QStringList* out, CMError* error) const
+{
+    out->clear();
+    const QVariant v = m_fields.value(key);
+    if (!v.isValid() || v.isNull() || v.userType() == QMetaType::Nullptr)
+        return true;
+    bool ok = v.type() == QVariant::List;
+    for (const QVariant& item : v.toList()) {
+        ok = ok && item.type() == QVariant::String;
+        out->append(item.toString());
+    }
+    if (!ok) {
+        *error = badRequest(QStringLiteral("\"%1\" must be a list of strings.").arg(key));
+        out->clear();
+    }
+    return ok;
+}

@@ -1,0 +1,39 @@
+#include "CMSubscribe.h"
+
+#include "CMEventHub.h"
+#include "KeloLog.h"
+
+namespace {
+QVariantHash rowsEvent(const CMPath& path, const QString& change, int from, int to)
+{
+    return QVariantHash{{QStringLiteral("path"), path.toEncoded()},
+                        {QStringLiteral("change"), change},
+                        {QStringLiteral("from"), from},
+                        {QStringLiteral("to"), to}};
+}
+}  // namespace
+
+// A view matches by prefix on the client's side, so the event of a whole subtree names only its root.
+void CMSubscribe::changedStartingWith(const CMPath& path, const QString& change, int from, int to)
+{
+    KELO_LOG_TRACE("Framework", "views under " << path.toEncoded() << ": " << change);
+    CMEventHub::instance().publish(rowsEvent(path, change, from, to));
+}
+
+void CMSubscribe::rowsChanged(const CMPath& path, const QString& change, int from, int to)
+{
+    KELO_LOG_TRACE("Framework", "view " << path.toEncoded() << ": " << change);
+    CMEventHub::instance().publish(rowsEvent(path, change, from, to));
+}
+
+void CMSubscribe::rowsChanged(const CMPath& path, const QStringList& changes, int from, int to)
+{
+    KELO_LOG_TRACE("Framework", "rows of " << path.toEncoded() << ": " << changes.join(QLatin1Char(',')));
+    QVariantHash event = rowsEvent(path, RowsChangeRows(), from, to);
+    QVariantList rows;
+    rows.reserve(changes.size());
+    for (const QString& change : changes)
+        rows.append(change);
+    event.insert(QStringLiteral("rows"), rows);
+    CMEventHub::instance().publish(event);
+}

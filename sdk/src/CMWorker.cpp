@@ -1,0 +1,100 @@
+#include "CMWorker.h"
+
+#include "CMNode.h"
+#include "CMRoot.h"
+#include "KeloLog.h"
+
+namespace {
+// CMSubscribe keeps no state, so one serves every worker. It is never deleted: children that a worker
+// destroys after its own destructor ran (deferred deletions included) still close their views with it.
+CMSubscribe* sharedSubscribe()
+{
+    static CMSubscribe instance;
+    return &instance;
+}
+}  // namespace
+
+CMAbstractWorker::CMAbstractWorker(const QHash<QString, QVariant>& config, const QString& name, QObject* parent)
+    : QObject(parent), subscribe(sharedSubscribe()), m_config(config), m_name(name)
+{
+    setObjectName(name);
+}
+
+// Routing must never reach a worker that is gone, whoever forgot to unregister it.
+CMAbstractWorker::~CMAbstractWorker()
+{
+    CMRootWorker* root = CMRoot();
+    if (root && root != this)
+        root->removeWorker(this);
+}
+
+QStringList CMAbstractWorker::prefixes() const
+{
+    return {m_name.toLower()};
+}
+
+bool CMAbstractWorker::setDataRequest(const CMSetDataRequest&)
+{
+    return false;
+}
+
+bool CMAbstractWorker::getRowsRequest(const CMGetRowsRequest&)
+{
+    return false;
+}
+
+bool CMAbstractWorker::getDataRequest(const CMGetDataRequest&)
+{
+    return false;
+}
+
+QVariant CMAbstractWorker::getValue(const CMPath& path) const
+{
+    CMRootWorker* root = CMRoot();
+    return root ? root->getValue(path) : QVariant();
+}
+
+void CMAbstractWorker::setValue(const CMPath& path, const KeloValue& value, const CMReply<QVariant>& reply) const
+{
+    if (CMRootWorker* root = CMRoot()) {
+        root->setValue(path, value, reply);
+        return;
+    }
+    KELO_LOG_ERROR("Framework", "no root to store " << path.toEncoded());
+    reply.setError(CMError(CMError::NotFoundName(), KELO_TR("There are no settings to store %1 in.").arg(path.toEncoded())));
+}
+
+void CMAbstractWorker::invoke(const CMPath& path, const QVariant& value, const CMVoidReply& reply) const
+{
+    if (CMRootWorker* root = CMRoot()) {
+        root->sendSetData(CMSetDataRequest(path, value, reply));
+        return;
+    }
+    KELO_LOG_ERROR("Framework", "no root to route " << path.toEncoded());
+    reply.setError(CMError(CMError::NotFoundName(), KELO_TR("Nothing handles the path %1.").arg(path.toEncoded())));
+}
+
+CMNodesWorker::CMNodesWorker(const QHash<QString, QVariant>& config, const QString& name, QObject* parent)
+    : CMAbstractWorker(config, name, parent), m_nodes(new CMNodes(this))
+{
+}
+
+CMNodesWorker::~CMNodesWorker() = default;
+
+bool CMNodesWorker::setDataRequest(const CMSetDataRequest& request)
+{
+    CMNode* node = m_nodes->find(request.path());
+    return node && node->setDataRequest(request);
+}
+
+bool CMNodesWorker::getRowsRequest(const CMGetRowsRequest& request)
+{
+    CMNode* node = m_nodes->find(request.path());
+    return node && node->getRowsRequest(request);
+}
+
+bool CMNodesWorker::getDataRequest(const CMGetDataRequest& request)
+{
+    CMNode* node = m_nodes->find(request.path());
+    return node && node->getDataRequest(request);
+}
