@@ -1,0 +1,61 @@
+#include "Collection.h"
+
+#include "Database.h"
+#include "KeloLog.h"
+#include "PlayList.h"
+
+Collection::Collection(Database* database, const CollectionRecord& record, QList<PlayListBase*> playlists)
+    : database(database), record(std::make_unique<CollectionRecord>(record)), playlists(std::move(playlists))
+{
+}
+
+Collection::~Collection() = default;
+
+int Collection::getUid() const
+{
+    return record->uid;
+}
+
+QString Collection::getName() const
+{
+    return record->name;
+}
+
+bool Collection::valid() const
+{
+    return record->uid != -1;
+}
+
+const QList<PlayListBase*>& Collection::getPlayLists() const
+{
+    return playlists;
+}
+
+bool Collection::remove()
+{
+    return database->deleteCollection(*record);
+}
+
+// A playlist that is already a member is refused by the store (the membership is a primary key),
+// so no check is made here.
+bool Collection::addPlayList(PlayListBase* pl)
+{
+    KELO_LOG_TRACE("PlayLists", "this=" << getUid() << " pl=" << pl->getUid());
+    if (!database->addToCollection(*record, pl->getUid())) {
+        KELO_LOG_ERROR("PlayLists", "Unable to add pl to collection, this=" << getUid() << " pl=" << pl->getUid());
+        return false;
+    }
+    playlists.append(pl);
+    emit playlistAdded();
+    return true;
+}
+
+bool Collection::removePlayList(PlayListBase* pl)
+{
+    KELO_LOG_TRACE("PlayLists", "this=" << getUid() << " pl=" << pl->getUid());
+    if (!database->removeFromCollection(*record, pl->getUid()))
+        return false;
+    playlists.removeAll(pl);
+    emit playlistRemoved();
+    return true;
+}

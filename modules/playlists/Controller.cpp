@@ -1,0 +1,151 @@
+#include "Controller.h"
+
+#include <functional>
+
+#include "CMError.h"
+#include "CMGlobal.h"
+#include "KeloLog.h"
+#include "KeloPaths.h"
+#include "KeloRoles.h"
+#include "Language.h"
+#include "PlayList.h"
+#include "PlayListManager.h"
+
+Controller::Controller(PlayListWorker* worker, PlayListManager* manager, QObject* parent)
+    : QObject(parent), worker(worker), manager(manager)
+{
+}
+
+Controller::~Controller() = default;
+
+bool Controller::handleSetData(const CMSetDataRequest& request)
+{
+    KELO_TRACE_SCOPE("PlayLists");
+    KELO_ASSERT(request.isValid(), "request");
+    const CMPath path = request.path();
+    KELO_LOG_TRACE("PlayLists", "routing " << path.toEncoded() << ", value: " << request.value());
+
+    using Plain = bool (Controller::*)(CMSetDataRequest, QString&);
+    using Creator = bool (Controller::*)(CMSetDataRequest, QString&, int&);
+    using Async = void (Controller::*)(CMSetDataRequest);
+    const auto plain = [this, &request](Plain handler) {
+        QString msg;
+        const bool ok = (this->*handler)(request, msg);
+        setReply(request, ok, msg);
+    };
+    const auto creator = [this, &request](Creator handler) {
+        QString msg;
+        int id = -1;
+        const bool ok = (this->*handler)(request, msg, id);
+        setReplyInt(request, ok, id, msg);
+    };
+    const auto async = [this, &request](Async handler) { (this->*handler)(request); };
+
+    // The order decides only if two constants ever share a value; it is kept as the SDK lists them.
+    const std::pair<CMPath, std::function<void()>> routes[] = {
+        {KeloPlayListPlPrepareItemsPath(), [&] { async(&Controller::plPrepareItems); }},
+        {KeloPlayListPlPlayPath(), [&] { plain(&Controller::plPlay); }},
+        {KeloPlayListPlCreatePath(), [&] { creator(&Controller::plCreate); }},
+        {KeloPlayListPlClearPath(), [&] { plain(&Controller::plClearItems); }},
+        {KeloPlayListPlSetNamePath(), [&] { plain(&Controller::plSetName); }},
+        {KeloPlayListPlSetShufflePath(), [&] { plain(&Controller::plSetShuffle); }},
+        {KeloPlayListPlSetRepeatPath(), [&] { plain(&Controller::plSetRepeat); }},
+        {KeloPlayListPlDeletePath(), [&] { plain(&Controller::plDelete); }},
+        {KeloPlayListPlRemoveItemsPath(), [&] { plain(&Controller::plRemoveItems); }},
+        {KeloPlayListPlAddItemsPath(), [&] { async(&Controller::plAddItems); }},
+        {KeloPlayListPlAddExternalItemsPath(), [&] { plain(&Controller::plAddExternalItems); }},
+        {KeloPlayListPlMoveItemspath(), [&] { plain(&Controller::plMoveItems); }},
+        {KeloPlayListClCreatePath(), [&] { creator(&Controller::clCreate); }},
+        {KeloPlayListClAddItemPath(), [&] { plain(&Controller::clAddItem); }},
+        {KeloPlayListClRemoveItemPath(), [&] { plain(&Controller::clRemoveItem); }},
+        {KeloPlayListClDeletePath(), [&] { plain(&Controller::clDelete); }},
+    };
+    for (const auto& route : routes) {
+        if (path == route.first) {
+            route.second();
+            return true;
+        }
+    }
+    return false;
+}
+
+void Controller::setReply(const CMSetDataRequest& request, bool ok, const QString& msg)
+{
+    KELO_LOG_TRACE("PlayLists", "res: " << ok << " msg: " << msg);
+    KeloValue value;
+    value.setBool_(ok);
+    if (ok) {
+        KeloRoles result;
+        result.setValue(value);
+        KeloActionReply reply;
+        reply.setXclass(QStringLiteral("KeloActionReply"));
+        reply.setResult(result);
+        request.reply().setValue(reply.toVariant());
+        return;
+    }
+    CMError error;
+    error.setName(CMError::DefaultName());
+    error.setMessage(TrString(msg));
+    error.setTitle(CMError::DefaultTitle());
+    request.reply().setError(error);
+}
+
+void Controller::setReplyInt(const CMSetDataRequest& request, bool ok, int value, const QString& msg)
+{
+    KELO_LOG_TRACE("PlayLists", "res: " << ok << " val: " << value << " msg: " << msg);
+    if (ok) {
+        KeloValue id;
+        id.setI32_(value);
+        KeloRoles result;
+        result.setValue(id);
+        KeloActionReply reply;
+        reply.setXclass(QStringLiteral("KeloActionReply"));
+        reply.setResult(result);
+        request.reply().setValue(reply.toVariant());
+        return;
+    }
+    setReply(request, false, msg);
+}
+
+// The multi-argument form of arg() keeps a name like "100%1" from being substituted again.
+QString Controller::buildOkMsg(const QString& a, const QString& b, const QString& c)
+{
+    if (c.isEmpty())
+        return QStringLiteral("%1 (%2)").arg(a, b);
+    return QStringLiteral("%1 %2 (%3)").arg(a, b, c);
+}
+
+// Unlike buildOkMsg, an empty c leaves no parentheses at all: the reason is not a name.
+QString Controller::buildErrMsg(const QString& a, const QString& b, const QString& c)
+{
+    if (c.isEmpty())
+        return QStringLiteral("%1 %2").arg(a, b);
+    return QStringLiteral("%1 %2 (%3)").arg(a, b, c);
+}
+
+bool Controller::checkNonemptyString(const QString& value, const QString& field, const QString& what, QString& err)
+{
+    if (!value.isEmpty())
+        return true;
+    err = buildErrMsg(what, KELO_TR("Please provide a non-empty string as field."), field);
+    return false;
+}
+
+bool Controller::checkPlayList(const PlayListBase* pl, const int& plid, const QString& what, QString& err)
+{
+    if (pl)
+        return true;
+    err = buildErrMsg(what, KELO_TR("There is no playlist with this ID."), QString::number(plid));
+    KELO_LOG_ERROR("PlayLists", "There is no playlist with ID : " << plid);
+    return false;
+}
+
+// Only -1 means "no id"; any other number goes on to the lookup, which catches what does not exist.
+bool Controller::checkPlayListId(const int& plid, const QString& what, QString& err)
+{
+    if (plid != -1)
+        return true;
+    err = buildErrMsg(what, KELO_TR("Cannot find playlist with invalid ID."), QString());
+    KELO_LOG_ERROR("PlayLists", "Cannot find playlist with invalid ID : " << plid);
+    return false;
+}

@@ -1,0 +1,114 @@
+// The collection commands: create, delete, add a playlist, remove a playlist.
+#include "Controller.h"
+
+#include "Collection.h"
+#include "KeloLog.h"
+#include "KeloPlayList.h"
+#include "Language.h"
+#include "PlayList.h"
+#include "PlayListManager.h"
+
+bool Controller::clCreate(CMSetDataRequest request, QString& msg, int& id)
+{
+    KELO_TRACE_SCOPE("PlayLists");
+    const QString what = KELO_TR("Could not create collection.");
+    const QString name = KeloPlayListClCreate(KeloHash(request.value().toHash())).name();
+    if (!checkNonemptyString(name, QStringLiteral("name"), what, msg)) {
+        KELO_LOG_ERROR("PlayLists", "Cannot create collection with empty name");
+        return false;
+    }
+    CollectionBase* collection = manager->createCollection(name);
+    if (!collection) {
+        msg = buildErrMsg(what, KELO_TR("Create collection error."), msg);
+        KELO_LOG_ERROR("PlayLists", "Create collection error");
+        return false;
+    }
+    id = collection->getUid();
+    msg = buildOkMsg(KELO_TR("Collection created successfully."), collection->getName(), QString());
+    KELO_LOG_INFO("PlayLists", "Collection id: " << id << ", name: " << name << " created successfully");
+    return true;
+}
+
+// No separate id check: clid -1 names no collection and is caught by the lookup.
+bool Controller::clDelete(CMSetDataRequest request, QString& msg)
+{
+    KELO_TRACE_SCOPE("PlayLists");
+    const QString what = KELO_TR("Could not delete collection.");
+    const int clid = KeloPlayListClId(KeloHash(request.value().toHash())).clid();
+    CollectionBase* collection = manager->getCollectionByUid(clid);
+    if (!collection) {
+        msg = buildErrMsg(what, KELO_TR("There is no collection with this ID."), msg);
+        KELO_LOG_ERROR("PlayLists", "Unable to find collection id: " << clid);
+        return false;
+    }
+    const QString name = collection->getName();
+    if (!manager->deleteCollection(collection)) {
+        msg = buildErrMsg(what, KELO_TR("Delete collection failed"), msg);
+        KELO_LOG_ERROR("PlayLists", "Unable to delete collection id: " << clid);
+        return false;
+    }
+    msg = buildOkMsg(KELO_TR("Collection deleted successfully."), name, QString());
+    KELO_LOG_INFO("PlayLists", "Collection id: " << clid << " deleted successfully");
+    return true;
+}
+
+bool Controller::clAddItem(CMSetDataRequest request, QString& msg)
+{
+    KELO_TRACE_SCOPE("PlayLists");
+    const QString what = KELO_TR("Could not add items to collection.");
+    const KeloPlayListClAddRemoveItem args(KeloHash(request.value().toHash()));
+    const int clid = args.clid();
+    const int plid = args.plid();
+    if (!checkPlayListId(plid, what, msg))
+        return false;
+    CollectionBase* collection = manager->getCollectionByUid(clid);
+    if (!collection) {
+        msg = buildErrMsg(what, KELO_TR("There is no collection with this ID."), msg);
+        KELO_LOG_ERROR("PlayLists", "Collection id: " << clid << "doesn't exist");
+        return false;
+    }
+    PlayListBase* pl = manager->getPlayListByUid(plid);
+    if (!checkPlayList(pl, plid, what, msg)) {
+        KELO_LOG_ERROR("PlayLists", "Unable to add playList to collection, playlist id: " << plid << " doesn't exist");
+        return false;
+    }
+    if (!collection->addPlayList(pl)) {
+        msg = buildErrMsg(what, KELO_TR("Add playlist to collection failed."), msg);
+        KELO_LOG_ERROR("PlayLists", "Unable to add playList id: " << plid << " to collection id: " << clid);
+        return false;
+    }
+    msg = buildOkMsg(KELO_TR("Items added successfully to collection."), collection->getName(), QString());
+    KELO_LOG_INFO("PlayLists", "Playlist id: " << plid << " added to collection id: " << clid);
+    return true;
+}
+
+bool Controller::clRemoveItem(CMSetDataRequest request, QString& msg)
+{
+    KELO_TRACE_SCOPE("PlayLists");
+    const QString what = KELO_TR("Could not remove items from collection.");
+    const KeloPlayListClAddRemoveItem args(KeloHash(request.value().toHash()));
+    const int clid = args.clid();
+    const int plid = args.plid();
+    if (!checkPlayListId(plid, what, msg))
+        return false;
+    CollectionBase* collection = manager->getCollectionByUid(clid);
+    if (!collection) {
+        msg = buildErrMsg(what, KELO_TR("There is no collection with this ID."), msg);
+        KELO_LOG_ERROR("PlayLists", "Collection id: " << clid << "doesn't exist");
+        return false;
+    }
+    PlayListBase* pl = manager->getPlayListByUid(plid);
+    if (!checkPlayList(pl, plid, what, msg)) {
+        KELO_LOG_ERROR("PlayLists",
+                       "Unable to remove playList from collection, playlist id: " << plid << " doesn't exist");
+        return false;
+    }
+    if (!collection->removePlayList(pl)) {
+        msg = buildErrMsg(what, KELO_TR("Remove playlist from collection failed."), msg);
+        KELO_LOG_ERROR("PlayLists", "Unable to remove playList, id: " << plid << " from collection id: " << clid);
+        return false;
+    }
+    msg = buildOkMsg(KELO_TR("Playlist removed successfully from collection."), collection->getName(), QString());
+    KELO_LOG_INFO("PlayLists", "Playlist id: " << plid << " removed from collection id: " << clid);
+    return true;
+}

@@ -1,0 +1,323 @@
+// Adding items: from browse paths through a group of prepare requests (plAddItems), the module's own
+// answer to such a request (plPrepareItems), and finished items from outside (plAddExternalItems).
+#include "Controller.h"
+
+#include <QMap>
+
+#include "CMGlobal.h"
+#include "CMRequestGroup.h"
+#include "KeloJson.h"
+#include "KeloLog.h"
+#include "KeloPaths.h"
+#include "KeloRoles.h"
+#include "Language.h"
+#include "PlayList.h"
+#include "PlayListManager.h"
+
+namespace {
+// The add position of an argument record that may carry a mode: append when it carries none. An
+// unknown mode is refused here so that no number outside the enumeration reaches the store.
+template <class Args>
+bool addPositionOf(const Args& args, KeloPlayListAddPosition::Enum* position)
+{
+    const int mode = args.hasMode() ? args.mode() : int(KeloPlayListAddPosition::Append);
+    if (mode < KeloPlayListAddPosition::Now || mode > KeloPlayListAddPosition::Append)
+        return false;
+    *position = KeloPlayListAddPosition::Enum(mode);
+    return true;
+}
+
+// The entry uid after a base path: "playlists:item/12" after "playlists:item/" gives "12".
+QString tailAfter(const CMPath& path, const CMPath& base)
+{
+    QString tail = path.base().toEncoded().mid(base.toEncoded().size());
+    if (tail.startsWith(QLatin1Char('/')))
+        tail.remove(0, 1);
+    return tail;
+}
+
+// Whether a stored role text describes a playable audio track.
+bool rolesArePlayable(const QString& rolesText)
+{
+    const KeloRoles roles(KeloHash(KeloJson::parse(rolesText.toUtf8()).toHash()));
+    if (roles.type() != KeloRolesType::Audio || roles.title().isEmpty())
+        return false;
+    const KeloMediaData mediaData = roles.mediaData();
+    const QList<KeloMediaResource> resources = mediaData.resources();
+    if (!resources.isEmpty() && !resources.first().uri().isEmpty())
+        return true;
+    return !mediaData.metaData().prePlayPath().isEmpty();
+}
+}  // namespace
+
+void Controller::plAddItems(CMSetDataRequest request)
+{
+    KELO_TRACE_SCOPE("PlayLists");
+    const QString what = KELO_TR("Could not add items to playlist.");
+    const KeloPlayListPlAddItems args(KeloHash(request.value().toHash()));
+    QString msg;
+    ReqGroupProperties properties;
+    properties.request = request;
+    properties.plid = args.plid();
+    properties.fromPlid = args.fromPlid();
+    if (!checkPlayListId(properties.plid, what, msg))
+        return setReply(request, false, msg);
+    if (!addPositionOf(args, &properties.position))
+        return setReply(request, false, buildErrMsg(what, KELO_TR("Invalid add mode."), QStringLiteral("mode")));
+
+    QList<CMPath> paths;
+    for (const QVariant& item : args.items())
+        paths.append(CMPath::fromQVariant(item));
+    if (paths.isEmpty() && properties.fromPlid != -1) {
+        KELO_LOG_TRACE("PlayLists", QStringLiteral("adding whole playlist (id: %1) to playlist (id: %2)")
+                                        .arg(properties.fromPlid)
+                                        .arg(properties.plid));
+        PlayListBase* source = manager->getPlayListByUid(properties.fromPlid);
+        if (!checkPlayList(source, properties.fromPlid, what, msg))
+            return setReply(request, false, msg);
+        for (const KeloPlayListItem& entry : source->getItems(0, source->getSize()))
+            paths.append(KeloPlayListItemPath() + entry.uid());
+        properties.merge = true;
+    }
+    if (paths.isEmpty())
+        return setReply(request, false, buildErrMsg(what, KELO_TR("Please select one or more items to add."), msg));
+    sendPrepareRequests(properties, paths);
+}
+
+void Controller::sendPrepareRequests(const ReqGroupProperties& properties, const QList<CMPath>& paths)
+{
+    KELO_LOG_TRACE("PlayLists", "itemList: " << paths.size() << " paths");
+    QMap<QString, QStringList> byPrefix;
+    QStringList prefixOrder;
+    for (const CMPath& path : paths) {
+        if (!byPrefix.contains(path.prefix()))
+            prefixOrder.append(path.prefix());
+        byPrefix[path.prefix()].append(path.toEncoded());
+    }
+    auto* group = new CMRequestGroup(this);
+    CMGlobal::connect(group, &CMRequestGroup::finished, this, &Controller::on_prepareItemsGroup_finished);
+    // The group announces finished only after this call has returned, so storing the properties
+    // after the invokes is safe even when every reply finishes at once.
+    for (const QString& prefix : prefixOrder) {
+        const CMPath call = CMPath::fromPrefix(prefix);
+        KELO_LOG_TRACE("PlayLists", "requestPrefix: " << prefix << " call: " << call.toEncoded());
+        KELO_LOG_TRACE("PlayLists", "items: " << byPrefix.value(prefix));
+        group->addInvoke(KeloPlayListPrepareItems(), call, byPrefix.value(prefix));
+    }
+    m_ReqGroupPropertiesHash.insert(group, properties);
+}
+
+void Controller::plPrepareItems(CMSetDataRequest request)
+{
+    KELO_TRACE_SCOPE("PlayLists");
+    const QVariantList prepared = preparePlaylistItems(request.value().toStringList());
+    KELO_LOG_TRACE("PlayLists", "preparedItems: " << prepared.size() << " items");
+    request.reply().setValue(prepared);
+}
+
+QVariantList Controller::preparePlaylistItems(const QStringList& paths)
+{
+    QVariantList prepared;
+    for (const QString& text : paths) {
+        const CMPath path(text);
+        const bool isEntry = path.startsWith(KeloPlayListItemPath());
+        const bool isContainer = !isEntry && path.startsWith(KeloPlayListPlGetItemsPath());
+        if (!isEntry && !isContainer) {
+            KELO_LOG_DEBUG("PlayLists", "not a playlist path, skipped: " << text);
+            continue;
+        }
+        const QString uidText = tailAfter(path, isEntry ? KeloPlayListItemPath() : KeloPlayListPlGetItemsPath());
+        bool ok = false;
+        const int uid = uidText.toInt(&ok);
+        if (!ok) {
+            KELO_LOG_ERROR("PlayLists", "conversion error occured: uid, str=" << uidText << " path=" << text);
+            continue;
+        }
+        if (isEntry)
+            appendEntry(uid, text, &prepared);
+        else
+            appendPlayList(uid, text, &prepared);
+    }
+    return prepared;
+}
+
+void Controller::appendEntry(int uid, const QString& path, QVariantList* prepared)
+{
+    const KeloPlayListItem item = manager->getPlayListItemByUid(uid);
+    if (!item.isValid()) {
+        KELO_LOG_ERROR("PlayLists", "preparePlaylistItems called for invalid playlist item " << path);
+        return;
+    }
+    prepared->append(item.toVariant());
+    KELO_LOG_INFO("PlayLists", "Expand playlist " << path << " for playlist insertion.");
+}
+
+void Controller::appendPlayList(int uid, const QString& path, QVariantList* prepared)
+{
+    PlayListBase* pl = manager->getPlayListByUid(uid);
+    if (!pl) {
+        KELO_LOG_ERROR("PlayLists", "preparePlaylistItems called for invalid playlist container " << path);
+        return;
+    }
+    KELO_LOG_INFO("PlayLists", "Expand " << pl->getSize() << " tracks for playlist insertion.");
+    for (const KeloPlayListItem& item : pl->getItems(0, pl->getSize()))
+        prepared->append(item.toVariant());
+}
+
+void Controller::on_prepareItemsGroup_finished()
+{
+    KELO_TRACE_SCOPE("PlayLists");
+    auto* group = qobject_cast<CMRequestGroup*>(sender());
+    if (!group) {
+        KELO_LOG_FATAL("PlayLists", "Called without request group as sender");
+        return;
+    }
+    if (!m_ReqGroupPropertiesHash.contains(group)) {
+        KELO_LOG_FATAL("PlayLists", "Called without request group stored in m_ReqGroupPropertiesHash");
+        return;
+    }
+    const ReqGroupProperties properties = m_ReqGroupPropertiesHash.take(group);
+    QString msg;
+    const int added = addItemsFromAllReplays(properties, group, &msg);
+    KELO_LOG_TRACE("PlayLists", "numItemsAdded: " << std::max(added, 0) << " addItemsResMsg: " << msg);
+    // A merge moves the source's entries; merging a playlist into itself must not delete it.
+    if (added > 0 && properties.merge && properties.fromPlid != properties.plid)
+        manager->deletePlayList(properties.fromPlid);
+    finishAddItems(properties, added, msg);
+    group->deleteLater();
+}
+
+int Controller::addItemsFromAllReplays(const ReqGroupProperties& properties, CMRequestGroup* group, QString* msg)
+{
+    KELO_LOG_TRACE("PlayLists", "curReplyList: " << group->getReplyList().size() << " replies");
+    QList<KeloPlayListItem> items;
+    for (const CMVoidReply& reply : group->getReplyList()) {
+        reply.waitForFinished();
+        if (reply.hasError()) {
+            KELO_LOG_ERROR("PlayLists", "replay error: " << reply.error().Name());
+            continue;
+        }
+        for (const QVariant& item : reply.value().toList())
+            items.append(KeloPlayListItem(KeloHash(item.toHash())));
+    }
+    PlayListBase* pl = manager->getPlayListByUid(properties.plid);
+    if (!pl) {
+        KELO_LOG_ERROR("PlayLists", "Cannot find playlist with plid: " << properties.plid);
+        *msg = QStringLiteral("%1 (%2)").arg(KELO_TR("There is no playlist with this ID."),
+                                            QString::number(properties.plid));
+        return -1;
+    }
+    return addItemsToPlaylist(pl, items, properties.position, msg);
+}
+
+void Controller::finishAddItems(const ReqGroupProperties& properties, int added, QString msg)
+{
+    const QString what = KELO_TR("Could not add items to playlist.");
+    if (added < 1) {
+        msg = buildErrMsg(what, KELO_TR("No items were added."), msg);
+    } else if (PlayListBase* pl = manager->getPlayListByUid(properties.plid)) {
+        KELO_LOG_TRACE("PlayLists", "plsize: " << pl->getSize());
+        if (pl->getSize() > 0 && properties.position == KeloPlayListAddPosition::Now && !startAddedItem(pl, added))
+            msg = buildErrMsg(what, KELO_TR("Cannot get last sequence number."), QString());
+        msg = buildOkMsg(KELO_TR("Items added successfully to playlist."), pl->getName(), msg);
+    } else {
+        KELO_LOG_ERROR("PlayLists", "Playlist id: " << properties.plid << " doesn't exist");
+    }
+    // Nothing added without a failure (the items limit) is still a success.
+    setReply(properties.request, added >= 0, msg);
+    KELO_LOG_INFO("PlayLists", "Add items finished, num added: " << added);
+}
+
+// The first added entry sits right behind the last played one, or at the end of a playlist that
+// has no last played entry.
+bool Controller::startAddedItem(PlayListBase* pl, int added)
+{
+    const int last = pl->getLastSequenceNumber();
+    const int next = last >= 0 ? last + 1 : pl->getSize() - added;
+    KELO_LOG_TRACE("PlayLists", "addMode: now lastSeqNum: " << last << " nextSeqNum: " << next);
+    const QList<KeloPlayListItem> entries = pl->getItems(next, next);
+    if (entries.size() != 1)
+        return false;
+    tryStartItem(entries.first(), pl, next);
+    return true;
+}
+
+int Controller::addItemsToPlaylist(PlayListBase* pl, const QList<KeloPlayListItem>& items,
+                                   KeloPlayListAddPosition::Enum position, QString* msg)
+{
+    KELO_LOG_TRACE("PlayLists", "itemList: " << items.size() << " items");
+    QList<KeloPlayListItem> kept;
+    kept.reserve(items.size());
+    for (const KeloPlayListItem& item : items) {
+        if (item.keloRoles().isEmpty()) {
+            KELO_LOG_WARN("PlayLists", "Invalid file, missing roles: " << item.url());
+            continue;
+        }
+        if (!rolesArePlayable(item.keloRoles())) {
+            *msg = KELO_TR("Missing title or type==audio or [resource uri and prePlayPath]");
+            return -1;
+        }
+        kept.append(item);
+    }
+    if (kept.isEmpty()) {
+        KELO_LOG_TRACE("PlayLists", "no playitem found");
+        *msg = KELO_TR("No playitem found.");
+        return -1;
+    }
+    const int res = pl->addItems(position, kept);
+    KELO_LOG_TRACE("PlayLists", "addItems() res: " << res);
+    int added = 0;
+    if (res >= 1) {
+        *msg = KELO_TR("%1 items added.").arg(res);
+        added = res;
+    } else if (res == -2) {
+        *msg = buildErrMsg(KELO_TR("Unable to add more items to the playlist."), KELO_TR("Items reached limit."),
+                           QString());
+    }
+    KELO_LOG_TRACE("PlayLists", "added " << added << " items");
+    return added;
+}
+
+bool Controller::plAddExternalItems(CMSetDataRequest request, QString& msg)
+{
+    KELO_TRACE_SCOPE("PlayLists");
+    const QString what = KELO_TR("Could not add external items to playlist.");
+    const KeloPlayListPlAddExternalItems args(KeloHash(request.value().toHash()));
+    const int plid = args.plid();
+    if (!checkPlayListId(plid, what, msg))
+        return false;
+    PlayListBase* pl = manager->getPlayListByUid(plid);
+    if (!checkPlayList(pl, plid, what, msg)) {
+        KELO_LOG_ERROR("PlayLists", "Cannot add items to invalid playlist id: " << plid);
+        return false;
+    }
+    KeloPlayListAddPosition::Enum position = KeloPlayListAddPosition::Append;
+    if (!addPositionOf(args, &position)) {
+        msg = buildErrMsg(what, KELO_TR("Invalid add mode."), QStringLiteral("mode"));
+        return false;
+    }
+    const QList<KeloPlayListItem> items = args.items();
+    if (items.isEmpty()) {
+        msg = buildErrMsg(what, KELO_TR("Please select one or more items to add."), QString());
+        KELO_LOG_ERROR("PlayLists", "Cannot add zero items to playlist id: " << plid);
+        return false;
+    }
+    const int added = addItemsToPlaylist(pl, items, position, &msg);
+    KELO_LOG_TRACE("PlayLists", "addItemsRes: " << added);
+    if (added <= 0) {
+        msg = buildErrMsg(what, KELO_TR("No items were added."), QString());
+        KELO_LOG_ERROR("PlayLists", "No items were added to playlist id: " << plid);
+        return false;
+    }
+    if (position == KeloPlayListAddPosition::Now) {
+        KELO_LOG_TRACE("PlayLists", "plsize: " << pl->getSize());
+        if (!startAddedItem(pl, added)) {
+            msg = buildErrMsg(what, KELO_TR("Cannot get last item."), QString());
+            KELO_LOG_ERROR("PlayLists", "Cannot get last item for playlist id: " << plid);
+            return false;
+        }
+    }
+    msg = buildOkMsg(KELO_TR("Items added successfully to playlist."), pl->getName(), msg);
+    KELO_LOG_INFO("PlayLists", "Items added successfully to playlist id: " << plid);
+    return true;
+}

@@ -1,0 +1,110 @@
+#include <sqlite3.h>
+
+#include <QStringList>
+
+#include "Database.h"
+#include "KeloLog.h"
+#include "Sqlite3Statement.h"
+
+// Each operation here is one statement in SQLite's autocommit; memberships go with their playlist
+// or collection row through the foreign keys.
+
+CollectionRecord Database::createCollection(const QString& name)
+{
+    KELO_LOG_TRACE("PlayLists", "name=" << name);
+    Sqlite3Statement& insert = statement(CreateCollection);
+    insert.bindText(1, name);
+    insert.step();
+    if (!insert.reset()) {
+        KELO_LOG_ERROR("PlayLists", "Unable to create collection in database");
+        return CollectionRecord();
+    }
+    CollectionRecord col;
+    col.uid = static_cast<int>(sqlite3_last_insert_rowid(m_connection));
+    col.name = name;
+    KELO_LOG_INFO("PlayLists", "Inserted collection uid=" << col.uid << " name=" << name);
+    return col;
+}
+
+bool Database::deleteCollection(const CollectionRecord& col)
+{
+    KELO_LOG_TRACE("PlayLists", "uid=" << col.uid);
+    Sqlite3Statement& remove = statement(DeleteCollection);
+    remove.bindInt(1, col.uid);
+    remove.step();
+    if (!remove.reset()) {
+        KELO_LOG_ERROR("PlayLists", "Unable to delete collection uid=" << col.uid << " in database");
+        return false;
+    }
+    if (sqlite3_changes(m_connection) == 0) {
+        KELO_LOG_ERROR("PlayLists", "Unable to delete collection uid=" << col.uid
+                                        << " in database: no such collection in DB");
+        return false;
+    }
+    return true;
+}
+
+bool Database::addToCollection(const CollectionRecord& col, int playlistUid)
+{
+    KELO_LOG_TRACE("PlayLists", "col=" << col.uid << " pl=" << playlistUid);
+    Sqlite3Statement& insert = statement(AddToCollection);
+    insert.bindInt(1, col.uid);
+    insert.bindInt(2, playlistUid);
+    insert.step();
+    // The primary key refuses a duplicate pair, the foreign keys an unknown uid.
+    if (!insert.reset()) {
+        KELO_LOG_ERROR("PlayLists", "Unable to add pl=" << playlistUid << " to collection=" << col.uid);
+        return false;
+    }
+    KELO_LOG_INFO("PlayLists", "Pl=" << playlistUid << " added to collection=" << col.uid);
+    return true;
+}
+
+bool Database::removeFromCollection(const CollectionRecord& col, int playlistUid)
+{
+    KELO_LOG_TRACE("PlayLists", "col=" << col.uid << " pl=" << playlistUid);
+    Sqlite3Statement& remove = statement(RemoveFromCollection);
+    remove.bindInt(1, col.uid);
+    remove.bindInt(2, playlistUid);
+    remove.step();
+    if (!remove.reset()) {
+        KELO_LOG_ERROR("PlayLists", "Unable to remove pl=" << playlistUid << " from collection=" << col.uid);
+        return false;
+    }
+    if (sqlite3_changes(m_connection) == 0) {
+        KELO_LOG_ERROR("PlayLists", "Unable to remove pl=" << playlistUid << " From collection=" << col.uid
+                                        << " in database: no such playlist in collection in DB");
+        return false;
+    }
+    return true;
+}
+
+QList<CollectionRecord> Database::getCollections()
+{
+    QList<CollectionRecord> collections;
+    Sqlite3Statement& query = statement(GetCollections);
+    while (query.step_row()) {
+        CollectionRecord col;
+        col.uid = query.columnInt(0);
+        col.name = query.columnText(1);
+        col.playlists = commaSeparateNumberToList(query.columnText(2));
+        collections.append(col);
+    }
+    if (!query.reset())
+        KELO_LOG_ERROR("PlayLists", "Unable to fetch collections");
+    return collections;
+}
+
+QList<int> Database::commaSeparateNumberToList(const QString& text)
+{
+    QList<int> numbers;
+    for (const QString& part : text.split(QLatin1Char(','), Qt::SkipEmptyParts)) {
+        bool ok = false;
+        const int number = part.toInt(&ok, 10);
+        if (ok)
+            numbers.append(number);
+        else
+            KELO_LOG_ERROR("PlayLists", "Error parsing collections");
+    }
+    return numbers;
+}

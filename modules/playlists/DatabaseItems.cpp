@@ -1,0 +1,331 @@
+#include <sqlite3.h>
+
+#include <QStringList>
+
+#include "Database.h"
+#include "DatabaseTransaction.h"
+#include "KeloLog.h"
+#include "Sqlite3Statement.h"
+
+namespace {
+const int highestSequenceNumber = 2147483647;
+
+int addItemsFailed()
+{
+    KELO_LOG_ERROR("PlayLists", "Error adding items to list");
+    return -1;
+}
+
+QString joinIndices(const QList<int>& indices)
+{
+    QStringList texts;
+    for (int index : indices)
+        texts.append(QString::number(index));
+    return QLatin1Char('(') + texts.join(QStringLiteral(", ")) + QLatin1Char(')');
+}
+}  // namespace
+
+KeloPlayListItem Database::readItem(const Sqlite3Statement& query)
+{
+    KeloPlayListItem item;
+    item.setSequenceNumber(query.columnInt(0));
+    item.setUid(query.columnInt(1));
+    item.setTitle(query.columnText(2));
+    item.setArtist(query.columnText(3));
+    item.setAlbum(query.columnText(4));
+    item.setArtworkUrl(query.columnText(5));
+    item.setGenre(query.columnText(6));
+    item.setDurationSeconds(query.columnInt(7));
+    item.setUrl(query.columnText(8));
+    item.setServiceId(query.columnText(9));
+    item.setKeloRoles(query.columnText(10));
+    return item;
+}
+
+QList<KeloPlayListItem> Database::getItems(const PlayListRecord& pl, int from, int to)
+{
+    QList<KeloPlayListItem> items;
+    Sqlite3Statement& query = statement(GetItems);
+    query.bindInt(1, pl.uid);
+    query.bindInt(2, from);
+    query.bindInt(3, to);
+    while (query.step_row())
+        items.append(readItem(query));
+    if (!query.reset())
+        KELO_LOG_ERROR("PlayLists", "Error fetching PlayList items from DB");
+    return items;
+}
+
+KeloPlayListItem Database::getItemByUid(int uid)
+{
+    KeloPlayListItem item;
+    Sqlite3Statement& query = statement(GetItemByUid);
+    query.bindInt(1, uid);
+    if (query.step_row())
+        item = readItem(query);
+    if (!query.reset())
+        KELO_LOG_ERROR("PlayLists", "Error fetching item by UID");
+    return item;
+}
+
+void Database::printItems(const PlayListRecord& pl)
+{
+    if (!KeloLog::logger("PlayLists").isEnabledFor(log4cplus::TRACE_LOG_LEVEL))
+        return;
+    for (const KeloPlayListItem& item : getItems(pl, 0, pl.size)) {
+        KELO_LOG_TRACE("PlayLists", "uid: " << item.uid() << " seqNum: " << item.sequenceNumber()
+                                           << " name: " << item.title());
+    }
+}
+
+int Database::getNextSequenceNumber(const PlayListRecord& pl)
+{
+    Sqlite3Statement& query = statement(GetNextSequenceNumber);
+    query.bindInt(1, pl.uid);
+    if (!query.step_row()) {
+        KELO_LOG_ERROR("PlayLists", "Error fetching the next sequenceNumber");
+        query.reset();
+        return -1;
+    }
+    const int next = query.columnInt(0);
+    if (!query.reset())
+        KELO_LOG_ERROR("PlayLists", "Error resetting next sequence number stmt");
+    return next;
+}
+
+int Database::addItemsNextSequenceNumber(const PlayListRecord& pl, int position)
+{
+    if (pl.size == 0) {
+        KELO_LOG_TRACE("PlayLists", "playlist is empty");
+        const int next = getNextSequenceNumber(pl);
+        KELO_LOG_TRACE("PlayLists", "nextSequenceNumber: " << next);
+        return next;
+    }
+    KELO_LOG_TRACE("PlayLists", "playlist is not empty");
+    KELO_LOG_TRACE("PlayLists", "lastSeqNum: " << pl.lastPlayedIndex);
+    switch (position) {
+    case KeloPlayListAddPosition::Now:
+    case KeloPlayListAddPosition::AfterCurrent:
+        if (pl.lastPlayedIndex >= 0)
+            return pl.lastPlayedIndex + 1;
+        return getNextSequenceNumber(pl);
+    case KeloPlayListAddPosition::Append:
+        return getNextSequenceNumber(pl);
+    default:
+        return -1;
+    }
+}
+
+int Database::addItems(const PlayListRecord& pl, int position, const QList<KeloPlayListItem>& items,
+                       int* addedCount)
+{
+    // The write lock is taken before the limit is counted, so no other writer can slip in between.
+    DatabaseTransaction transaction(*this, DatabaseTransaction::Immediate);
+    KELO_LOG_TRACE("PlayLists", "pl: " << pl.uid << " pl.size(): " << pl.size << " position: " << position
+                                       << " items.size(): " << items.size());
+    if (!transaction.isOpen())
+        return addItemsFailed();
+    printItems(pl);
+
+    const int dbItemsCount = countPlaylistsItems();
+    const int room = m_itemsLimit - dbItemsCount;
+    // A store already above the limit (the limit was lowered) cuts nothing: the list is sliced as a
+    // slice with a negative length would be, which keeps everything.
+    const QList<KeloPlayListItem> kept = (m_itemsLimit == 0 || room < 0) ? items : items.mid(0, room);
+    if (addedCount)
+        *addedCount = kept.size();
+    KELO_LOG_TRACE("PlayLists", "dbItemsCount: " << dbItemsCount << ", addedItemsCount: " << kept.size()
+                                                 << ", limit: " << m_itemsLimit);
+    if (kept.isEmpty()) {
+        KELO_LOG_ERROR("PlayLists", "Error adding playlist items: database reached limit!");
+        return -2;
+    }
+
+    const int first = addItemsNextSequenceNumber(pl, position);
+    if (first < 0)
+        return addItemsFailed();
+    if (pl.size > first && !offsetItemsFromTransaction(pl, first, kept.size())) {
+        KELO_LOG_ERROR("PlayLists", "Unable to move item block before adding items");
+        return addItemsFailed();
+    }
+    if (!addItemsFromSequenceNumber(pl, first, kept) || !transaction.commit())
+        return addItemsFailed();
+    return first;
+}
+
+bool Database::shiftItems(const PlayListRecord& pl, int lowest, int highest, int offset)
+{
+    Sqlite3Statement& move = statement(MoveItem1);
+    move.bindInt(1, pl.uid);
+    move.bindInt(2, lowest);
+    move.bindInt(3, highest);
+    move.bindInt(4, offset);
+    move.step();
+    return move.reset();
+}
+
+bool Database::offsetItemsFromTransaction(const PlayListRecord& pl, int from, int count)
+{
+    // UNIQUE(playlist,sequenceNumber) is checked row by row, so the block is first lifted above
+    // every entry and then lowered onto its place: no two entries ever share a number.
+    const int n = pl.size;
+    if (!shiftItems(pl, from, n, count + n + 1))
+        return false;
+    return shiftItems(pl, n, highestSequenceNumber, ~n);
+}
+
+bool Database::insertItem(const KeloPlayListItem& item)
+{
+    Sqlite3Statement& insert = statement(InsertItem);
+    insert.bindText(1, item.title());
+    insert.bindText(2, item.artist());
+    insert.bindText(3, item.album());
+    insert.bindText(4, item.artworkUrl());
+    insert.bindText(5, item.genre());
+    insert.bindInt(6, item.durationSeconds());
+    insert.bindText(7, item.url());
+    insert.bindText(8, item.serviceId());
+    insert.bindText(9, item.keloRoles());
+    insert.step();
+    return insert.reset();
+}
+
+bool Database::addItemsFromSequenceNumber(const PlayListRecord& pl, int firstSequenceNumber,
+                                          const QList<KeloPlayListItem>& items)
+{
+    Sqlite3Statement& link = statement(InsertPlayListItem);
+    int sequenceNumber = firstSequenceNumber;
+    for (const KeloPlayListItem& item : items) {
+        if (!insertItem(item)) {
+            KELO_LOG_ERROR("PlayLists", "Error inserting item into DB");
+            return false;
+        }
+        const int uid = static_cast<int>(sqlite3_last_insert_rowid(m_connection));
+        KELO_LOG_TRACE("PlayLists", "Inserted item into DB with uid " << uid);
+        link.bindInt(1, pl.uid);
+        link.bindInt(2, uid);
+        link.bindInt(3, sequenceNumber);
+        link.step();
+        if (!link.reset()) {
+            KELO_LOG_ERROR("PlayLists", "Error inserting item into playlist DB");
+            return false;
+        }
+        ++sequenceNumber;
+    }
+    return true;
+}
+
+int Database::removeItems(const PlayListRecord& pl, const QList<int>& indices)
+{
+    KELO_LOG_TRACE("PlayLists", "pl=" << pl.uid << " indices=" << joinIndices(indices));
+    DatabaseTransaction transaction(*this, DatabaseTransaction::Immediate);
+    const int removed = transaction.isOpen() ? removeItemsTransaction(pl, indices) : -1;
+    if (removed < 0 || !transaction.commit()) {
+        KELO_LOG_ERROR("PlayLists", "Error removing items from list");
+        return -1;
+    }
+    setVacuumNeeded();
+    return removed;
+}
+
+int Database::removeItemsTransaction(const PlayListRecord& pl, const QList<int>& indices)
+{
+    // Runs of consecutive numbers, in the order given, each deleted by one statement. A failed run
+    // adds -1, which can never make up the expected total.
+    int removed = 0;
+    for (int i = 0; i < indices.size();) {
+        int last = i;
+        while (last + 1 < indices.size() && indices[last + 1] == indices[last] + 1)
+            ++last;
+        removed += removeItemsHelper(pl, indices[i], indices[last]);
+        i = last + 1;
+    }
+    if (removed != indices.size()) {
+        KELO_LOG_ERROR("PlayLists", "Unable to remove all item indices");
+        return -1;
+    }
+    if (!cleanUnusedItems()) {
+        KELO_LOG_ERROR("PlayLists", "Unable to clean up unused items");
+        return -1;
+    }
+    if (!indices.isEmpty() && !renumberItems(pl, indices.first()))
+        return -1;
+    return removed;
+}
+
+int Database::removeItemsHelper(const PlayListRecord& pl, int from, int to)
+{
+    KELO_LOG_TRACE("PlayLists", "Remove partial from=" << from << " to=" << to);
+    Sqlite3Statement& remove = statement(DeletePlayListItem);
+    remove.bindInt(1, pl.uid);
+    remove.bindInt(2, from);
+    remove.bindInt(3, to);
+    remove.step();
+    if (!remove.reset()) {
+        KELO_LOG_ERROR("PlayLists", "Error removing partial items from list");
+        return -1;
+    }
+    return sqlite3_changes(m_connection);
+}
+
+bool Database::renumberItems(const PlayListRecord& pl, int from)
+{
+    // The survivors are visited in ascending order and each new number is at most its old one and
+    // already free, so the unique constraint is never hit.
+    Sqlite3Statement& update = statement(SetSequenceNumber);
+    int newSequenceNumber = from;
+    for (const KeloPlayListItem& item : getItems(pl, from, pl.size)) {
+        update.bindInt(1, pl.uid);
+        update.bindInt(2, item.uid());
+        update.bindInt(3, item.sequenceNumber());
+        update.bindInt(4, newSequenceNumber);
+        KELO_LOG_TRACE("PlayLists", "update seq: uid=" << item.uid() << " old=" << item.sequenceNumber()
+                                                      << " new=" << newSequenceNumber);
+        update.step();
+        if (!update.reset()) {
+            KELO_LOG_ERROR("PlayLists", "Unable to restore sequence numbers");
+            return false;
+        }
+        ++newSequenceNumber;
+    }
+    return true;
+}
+
+bool Database::moveItem(const PlayListRecord& pl, int from, int to)
+{
+    KELO_LOG_TRACE("PlayLists", "pl=" << pl.uid << " from=" << from << " to=" << to);
+    DatabaseTransaction transaction(*this, DatabaseTransaction::Deferred);
+    if (!transaction.isOpen() || !moveItemTransaction(pl, from, to) || !transaction.commit()) {
+        KELO_LOG_ERROR("PlayLists", "Error moving PlayListItem");
+        return false;
+    }
+    return true;
+}
+
+bool Database::moveItemTransaction(const PlayListRecord& pl, int from, int to)
+{
+    // Lift the block lo..hi above every entry, drop the moved entry onto `to`, then bring the rest
+    // of the block back shifted by one towards the gap it left.
+    const int n = pl.size;
+    const int lo = qMin(from, to);
+    const int hi = qMax(from, to);
+    if (!shiftItems(pl, lo, hi, n))
+        return false;
+    if (!shiftItems(pl, from + n, from + n, to - from - n))
+        return false;
+    return shiftItems(pl, n + lo, n + hi, from < to ? -(n + 1) : -(n - 1));
+}
+
+bool Database::clearItems(const PlayListRecord& pl)
+{
+    KELO_LOG_TRACE("PlayLists", "pl=" << pl.uid);
+    if (removeItemsHelper(pl, 0, highestSequenceNumber) < 0) {
+        KELO_LOG_ERROR("PlayLists", "Unable to clear playList " << pl.uid);
+        return false;
+    }
+    // Without a transaction a failed cleanup leaves orphan item rows; the next cleanup takes them.
+    if (!cleanUnusedItems())
+        KELO_LOG_ERROR("PlayLists", "Unable to clean up unused items");
+    setVacuumNeeded();
+    return true;
+}

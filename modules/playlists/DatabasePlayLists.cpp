@@ -1,0 +1,109 @@
+#include <sqlite3.h>
+
+#include "Database.h"
+#include "DatabaseTransaction.h"
+#include "KeloLog.h"
+#include "Language.h"
+#include "Sqlite3Statement.h"
+
+PlayListRecord Database::readPlayListRecord(const Sqlite3Statement& query)
+{
+    PlayListRecord pl;
+    pl.uid = query.columnInt(0);
+    pl.name = query.columnText(1);
+    pl.shuffle = query.columnInt(2) == 1;
+    pl.repeatAll = query.columnInt(3) == 1;
+    pl.lastPlayedIndex = query.columnInt(4);
+    pl.size = query.columnInt(5) + 1;
+    return pl;
+}
+
+PlayListRecord Database::createPlayList(const QString& name)
+{
+    Sqlite3Statement& insert = statement(CreatePlayList);
+    insert.bindText(1, name);
+    insert.step();
+    if (!insert.reset()) {
+        KELO_LOG_ERROR("PlayLists", "Unable to create playlist in database");
+        return PlayListRecord();
+    }
+    PlayListRecord pl;
+    pl.uid = static_cast<int>(sqlite3_last_insert_rowid(m_connection));
+    pl.name = name;
+    pl.lastPlayedIndex = -1;
+    KELO_LOG_INFO("PlayLists", "Created playlist uid=" << pl.uid << " name=" << name);
+    return pl;
+}
+
+bool Database::updatePlayList(const PlayListRecord& pl)
+{
+    Sqlite3Statement& update = statement(UpdatePlayList);
+    update.bindText(1, pl.name);
+    update.bindInt(2, pl.shuffle ? 1 : 0);
+    update.bindInt(3, pl.repeatAll ? 1 : 0);
+    update.bindInt(4, pl.lastPlayedIndex);
+    update.bindInt(5, pl.uid);
+    update.step();
+    if (!update.reset()) {
+        KELO_LOG_ERROR("PlayLists", "Error updating PlayList");
+        return false;
+    }
+    if (sqlite3_changes(m_connection) == 0) {
+        KELO_LOG_ERROR("PlayLists", "Error updating PlayList: no such uid in DB");
+        return false;
+    }
+    return true;
+}
+
+bool Database::deletePlayList(const PlayListRecord& pl)
+{
+    DatabaseTransaction transaction(*this, DatabaseTransaction::Deferred);
+    if (!transaction.isOpen() || !deletePlayListTransaction(pl) || !transaction.commit()) {
+        KELO_LOG_ERROR("PlayLists", "Error deleting PlayList");
+        return false;
+    }
+    setVacuumNeeded();
+    return true;
+}
+
+bool Database::deletePlayListTransaction(const PlayListRecord& pl)
+{
+    Sqlite3Statement& remove = statement(DeletePlayList);
+    remove.bindInt(1, pl.uid);
+    remove.step();
+    if (!remove.reset()) {
+        KELO_LOG_ERROR("PlayLists", "Error deleting PlayList: delete commad failed");
+        return false;
+    }
+    // "uid > 0" in the statement makes the play queue look like a missing row.
+    if (sqlite3_changes(m_connection) == 0) {
+        KELO_LOG_ERROR("PlayLists", "Error deleting PlayList: no such list in DB");
+        return false;
+    }
+    if (!cleanUnusedItems()) {
+        KELO_LOG_ERROR("PlayLists", "Unable to clean up unused items");
+        return false;
+    }
+    return true;
+}
+
+QList<PlayListRecord> Database::getPlayLists()
+{
+    QList<PlayListRecord> playlists;
+    Sqlite3Statement& query = statement(GetPlayLists);
+    while (query.step_row())
+        playlists.append(readPlayListRecord(query));
+    query.reset();
+    return playlists;
+}
+
+PlayListRecord Database::getPlayQueue()
+{
+    Sqlite3Statement& query = statement(GetPlayQueue);
+    PlayListRecord pl;
+    if (query.step_row()) {
+        pl = readPlayListRecord(query);
+        pl.name = KELO_TR("PlayQueue");
+    }
+    return query.reset() ? pl : PlayListRecord();
+}

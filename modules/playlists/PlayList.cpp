@@ -1,0 +1,234 @@
+#include "PlayList.h"
+
+#include <QMutexLocker>
+#include <algorithm>
+
+#include "Database.h"
+#include "KeloJson.h"
+#include "KeloLog.h"
+#include "KeloPaths.h"
+
+PlayList::PlayList(Database* database, const PlayListRecord& record)
+    : database(database), record(std::make_unique<PlayListRecord>(record))
+{
+}
+
+PlayList::~PlayList() = default;
+
+bool PlayList::valid() const
+{
+    return record->uid != -1;
+}
+
+bool PlayList::updateDatabase() const
+{
+    return database->updatePlayList(*record);
+}
+
+int PlayList::getUid() const
+{
+    return record->uid;
+}
+
+QString PlayList::getName() const
+{
+    return record->name;
+}
+
+bool PlayList::getShuffle() const
+{
+    return record->shuffle;
+}
+
+bool PlayList::getRepeatAll() const
+{
+    return record->repeatAll;
+}
+
+int PlayList::getLastSequenceNumber() const
+{
+    return record->lastPlayedIndex;
+}
+
+int PlayList::getSize() const
+{
+    return record->size;
+}
+
+// The setters keep the new value even when the row update fails: the in-memory state is what the
+// user asked for, and the next successful update writes the whole row again.
+void PlayList::setName(const QString& name)
+{
+    QMutexLocker locker(&mutex);
+    record->name = name;
+    updateDatabase();
+    emit nameChanged(name);
+}
+
+void PlayList::setShuffle(bool value)
+{
+    QMutexLocker locker(&mutex);
+    if (record->shuffle == value)
+        return;
+    record->shuffle = value;
+    updateDatabase();
+    emit shuffleChanged(value);
+}
+
+void PlayList::setRepeatAll(bool value)
+{
+    QMutexLocker locker(&mutex);
+    if (record->repeatAll == value)
+        return;
+    record->repeatAll = value;
+    updateDatabase();
+    emit repeatAllChanged(value);
+}
+
+void PlayList::setLastSequenceNumber(int seqNum)
+{
+    QMutexLocker locker(&mutex);
+    record->lastPlayedIndex = seqNum;
+    updateDatabase();
+}
+
+bool PlayList::remove()
+{
+    return database->deletePlayList(*record);
+}
+
+QList<KeloPlayListItem> PlayList::getItems(int from, int to)
+{
+    KELO_LOG_TRACE("PlayLists", "from=" << from << " to=" << to);
+    QMutexLocker locker(&mutex);
+    return database->getItems(*record, from, to);
+}
+
+int PlayList::addItems(KeloPlayListAddPosition::Enum position, const QList<KeloPlayListItem>& items)
+{
+    KELO_LOG_TRACE("PlayLists", "position=" << int(position) << " count=" << items.size());
+    QMutexLocker locker(&mutex);
+    int added = 0;
+    const int first = database->addItems(*record, position, items, &added);
+    if (first < 0)
+        return -1;
+    // New entries go behind the last played one or at the end, so its number stays right.
+    record->size += added;
+    emit itemsAdded(KeloPlayListAddPosition::toString(position), first, added);
+    return added;
+}
+
+int PlayList::removeItems(const QList<int>& indices)
+{
+    KELO_LOG_TRACE("PlayLists", "indices=" << indices);
+    QList<int> sorted = indices;
+    std::sort(sorted.begin(), sorted.end());
+    QMutexLocker locker(&mutex);
+    const int removed = database->removeItems(*record, sorted);
+    if (removed <= 0)
+        return removed;
+    const int last = getLastSequenceNumber();
+    // The last played entry itself is not counted: its index then names the entry that took its place.
+    const int below = int(std::count_if(sorted.cbegin(), sorted.cend(), [last](int i) { return i < last; }));
+    if (below > 0)
+        setLastSequenceNumber(last - below);
+    record->size -= removed;
+    emit itemsRemoved(sorted, last);
+    return removed;
+}
+
+bool PlayList::moveItem(int from, int to)
+{
+    KELO_LOG_TRACE("PlayLists", "from=" << from << " to=" << to);
+    const int n = getSize();
+    to = std::min(to, n);
+    from = std::min(from, n);
+    if (from == to)
+        return true;
+    const int last = getLastSequenceNumber();
+    KELO_LOG_TRACE("PlayLists", "lastPlayedSeqNum: " << last);
+    QMutexLocker locker(&mutex);
+    if (!database->moveItem(*record, from, to))
+        return false;
+    adjustLastPlayedAfterMove(last, from, to);
+    emit itemMoved(from, to);
+    return true;
+}
+
+void PlayList::adjustLastPlayedAfterMove(int last, int from, int to)
+{
+    if (last == from) {
+        setLastSequenceNumber(to);
+        KELO_LOG_TRACE("PlayLists", "setLastSequenceNumber(toIndex): " << to);
+    } else if (last < from && last >= to) {
+        setLastSequenceNumber(last + 1);
+        KELO_LOG_TRACE("PlayLists", "setLastSequenceNumber(lastPlayedSeqNum + 1): " << last + 1);
+    } else if (last > from && last <= to) {
+        setLastSequenceNumber(last - 1);
+        KELO_LOG_TRACE("PlayLists", "setLastSequenceNumber(lastPlayedSeqNum - 1): " << last - 1);
+    }
+}
+
+bool PlayList::moveItems(QList<int> indices, int to)
+{
+    KELO_LOG_TRACE("PlayLists", "indicies.size(): " << indices.size());
+    if (indices.isEmpty()) {
+        KELO_LOG_TRACE("PlayLists", "indicies.size() is 0, returning");
+        return false;
+    }
+    const int count = indices.size();
+    if (indices.first() > to) {
+        for (int i = 0; i < count; ++i) {
+            if (!moveItem(indices[i], to + i))
+                return false;
+        }
+        return true;
+    }
+    // Towards the back the moves run from the end of the list, each landing at to - k, so the
+    // block ends at to in the order given.
+    for (int k = count - 1; k >= 0; --k) {
+        if (!moveItem(indices[k], to - k))
+            return false;
+    }
+    return true;
+}
+
+bool PlayList::clearItems()
+{
+    KELO_TRACE_SCOPE("PlayLists");
+    if (getSize() == 0) {
+        setLastSequenceNumber(-1);
+        return true;
+    }
+    const bool cleared = database->clearItems(*record);
+    if (cleared) {
+        record->size = 0;
+        setLastSequenceNumber(-1);
+        emit itemsCleared();
+    }
+    return cleared;
+}
+
+KeloRoles PlayList::itemToKeloRoles(const KeloPlayListItem& item) const
+{
+    bool ok = false;
+    QString error;
+    KeloRoles roles(KeloHash(KeloJson::parse(item.keloRoles().toUtf8(), &ok, &error).toHash()));
+    if (!ok) {
+        KELO_LOG_ERROR("PlayLists", "Failed to parse data, error: " << error);
+        return roles;
+    }
+    roles.setId(QString::number(item.uid()));
+    roles.setValue(KeloValue::fromI32(item.sequenceNumber()));
+    roles.setPath(KeloPlayListItemPath() + item.uid());
+    if (roles.contains(KeloRoles::MediaData())) {
+        KeloMediaData mediaData = roles.mediaData();
+        if (mediaData.contains(QStringLiteral("metaData"))) {
+            KeloMetaData metaData = mediaData.metaData();
+            metaData.setPlayLogicPath(KeloPlayListsPlayLogicPath());
+            mediaData.setMetaData(metaData);
+            roles.setMediaData(mediaData);
+        }
+    }
+    return roles;
+}

@@ -1,0 +1,113 @@
+#pragma once
+// The playlist model: PlayListBase is what the commands, the play logic and the browse tree work
+// with; PlayList binds one to a row of the playlists table (the play queue, uid 0, included).
+//
+// Threads: the worker's thread. Each PlayList has a recursive mutex around its setters and its
+// database calls; signals of addItems and removeItems are emitted while it is held, so slots on the
+// same thread may call back into the playlist.
+//
+// Every change goes to the database first; the cached record changes and a signal is emitted only
+// when that succeeded. Exception: setName, setShuffle, setRepeatAll and setLastSequenceNumber keep
+// the new value (and emit) even when the row update fails.
+#include <QList>
+#include <QMutex>
+#include <QObject>
+#include <QString>
+#include <memory>
+
+#include "KeloEnums.h"
+#include "KeloPlayList.h"
+#include "KeloRoles.h"
+
+class Database;
+struct PlayListRecord;
+
+class PlayListBase : public QObject
+{
+    Q_OBJECT
+public:
+    explicit PlayListBase(QObject* parent = nullptr) : QObject(parent) {}
+
+    virtual int getUid() const = 0;  // -1: not bound to a row
+    virtual QString getName() const = 0;
+    virtual void setName(const QString& name) = 0;  // emits nameChanged every time
+    virtual bool getShuffle() const = 0;
+    virtual void setShuffle(bool value) = 0;  // emits shuffleChanged only on a change
+    virtual bool getRepeatAll() const = 0;
+    virtual void setRepeatAll(bool value) = 0;  // emits repeatAllChanged only on a change
+    // Sequence number of the entry last played; -1 for none.
+    virtual int getLastSequenceNumber() const = 0;
+    virtual void setLastSequenceNumber(int seqNum) = 0;  // no signal
+    virtual int getSize() const = 0;  // number of entries; they are numbered 0..size-1
+
+    // Entries numbered from..to, both included, ascending.
+    virtual QList<KeloPlayListItem> getItems(int from, int to) = 0;
+    // Removes the entries with these sequence numbers (any order); the number removed, 0 or -1
+    // when nothing was removed. All or nothing.
+    virtual int removeItems(const QList<int>& indices) = 0;
+    // from and to are clamped to the size; moving onto the same number is true and silent.
+    virtual bool moveItem(int from, int to) = 0;
+    // A block move made of single moves, each with its own itemMoved; false for an empty list or
+    // at the first failed move.
+    virtual bool moveItems(QList<int> indices, int to) = 0;
+    // Number added (the items limit may cut the list short), or -1 when nothing was added.
+    virtual int addItems(KeloPlayListAddPosition::Enum position, const QList<KeloPlayListItem>& items) = 0;
+    virtual bool clearItems() = 0;
+    // Deletes the row with its entries; the play queue's row is refused (false). The owner deletes
+    // the object.
+    virtual bool remove() = 0;
+    // The role map of a stored entry: its stored roles plus id, value (sequence number), path and
+    // this module's play-logic path.
+    virtual KeloRoles itemToKeloRoles(const KeloPlayListItem& item) const = 0;
+
+signals:
+    // positionEnum: the add position's name; firstSeqNum: number of the first new entry.
+    void itemsAdded(const QString& positionEnum, int firstSeqNum, int count);
+    // indices: the removed numbers, ascending; lastSeqNumBeforeRemove: the last-played index
+    // before the removal.
+    void itemsRemoved(const QList<int>& indices, int lastSeqNumBeforeRemove);
+    void itemMoved(int from, int to);
+    void itemsCleared();
+    void shuffleChanged(bool newValue);
+    void repeatAllChanged(bool newValue);
+    void nameChanged(const QString& name);
+};
+
+class PlayList : public PlayListBase
+{
+    Q_OBJECT
+public:
+    // database is shared and not owned; record is copied.
+    PlayList(Database* database, const PlayListRecord& record);
+    ~PlayList() override;
+
+    bool valid() const;          // bound to a row (uid is not -1)
+    bool updateDatabase() const;  // writes the cached record to its row
+
+    int getUid() const override;
+    QString getName() const override;
+    void setName(const QString& name) override;
+    bool getShuffle() const override;
+    void setShuffle(bool value) override;
+    bool getRepeatAll() const override;
+    void setRepeatAll(bool value) override;
+    int getLastSequenceNumber() const override;
+    void setLastSequenceNumber(int seqNum) override;
+    int getSize() const override;
+
+    QList<KeloPlayListItem> getItems(int from, int to) override;
+    int removeItems(const QList<int>& indices) override;
+    bool moveItem(int from, int to) override;
+    bool moveItems(QList<int> indices, int to) override;
+    int addItems(KeloPlayListAddPosition::Enum position, const QList<KeloPlayListItem>& items) override;
+    bool clearItems() override;
+    bool remove() override;
+    KeloRoles itemToKeloRoles(const KeloPlayListItem& item) const override;
+
+private:
+    void adjustLastPlayedAfterMove(int last, int from, int to);
+
+    Database* database;
+    std::unique_ptr<PlayListRecord> record;
+    QRecursiveMutex mutex;
+};

@@ -1,0 +1,196 @@
+#include "playlistUI/BaseNode.h"
+
+#include <algorithm>
+
+#include "CMGlobal.h"
+#include "CMRoot.h"
+#include "KeloLog.h"
+#include "KeloPaths.h"
+
+namespace {
+bool readVisibility(const CMPath& setting)
+{
+    // Without a settings tree the contract's default (visible) holds.
+    if (!CMRoot())
+        return true;
+    return KeloValue(KeloHash(CMRoot()->getValue(setting).toHash())).bool_();
+}
+}  // namespace
+
+BaseNode::BaseNode(const CMPath& path, PlayListManager* manager)
+    : CMListRowsNode(path)
+    , manager(manager)
+    , playqueueVisible(readVisibility(KeloPlayListSettingsPlayqueueVisibilityPath()))
+    , collectionsVisible(readVisibility(KeloPlayListSettingsCollectionsVisibilityPath()))
+{
+}
+
+BaseNode* BaseNode::create(CMNodes* nodes, const CMPath& path, PlayListManager* manager)
+{
+    return createNode<BaseNode>(nodes, path, manager);
+}
+
+bool BaseNode::getRowsRequest(const CMGetRowsRequest&)
+{
+    return true;
+}
+
+bool BaseNode::setDataRequest(const CMSetDataRequest&)
+{
+    return true;
+}
+
+int BaseNode::toInt(const QString& text, int fallback)
+{
+    bool ok = false;
+    const int value = text.toInt(&ok, 10);
+    return ok ? value : fallback;
+}
+
+QString BaseNode::toStr(int value)
+{
+    return QString::number(value);
+}
+
+KeloRoles BaseNode::createRolesFromPath(const CMPath& path, const QStringList& roleNames) const
+{
+    return getDataRoles(roleNames, path.parameters());
+}
+
+KeloRoles BaseNode::addContextMenuToRoles(KeloRoles roles, int plid) const
+{
+    CMPath path = KeloPlayListPlTrackContextPath();
+    path.addParameter(QStringLiteral("action"), QStringLiteral("cmnode"));
+    path.addParameter(QStringLiteral("plid"), toStr(plid));
+    path.addParameter(QStringLiteral("itemid"), roles.id());
+    path.addParameter(QStringLiteral("seqnum"), toStr(roles.value().i32_()));
+    roles.setContext(contextRoles(KELO_TRS("Playlist"), path));
+    return roles;
+}
+
+KeloEvent BaseNode::genClosePathEvent() const
+{
+    KeloEvent event;
+    event.setRowsType(1);
+    event.setPath(path());
+    return event;
+}
+
+void BaseNode::sendRowsReply(const QVariantList& rows, int rowsCount, const TrString& title, const KeloRoles& roles,
+                             CMGetRowsRequest request, bool paging)
+{
+    KELO_LOG_TRACE("PlayLists", "rowsCount: " << rowsCount);
+    setTitle(title);
+    KeloRoles replyRoles = roles;
+    replyRoles.setTitle(title);
+    KeloRowsRoles reply;
+    reply.setRoles(replyRoles);
+    reply.setRowsCount(rowsCount);
+
+    const int last = qMin(rowsCount, rows.size()) - 1;
+    if (!paging || last < 0) {
+        reply.setRows(rows);
+    } else {
+        const int from = qBound(0, request.fromRow(), last);
+        const int to = qBound(0, request.toRow(), last);
+        if (to < from)
+            reply.setRows(rows.mid(to, 1));
+        else if (from == 0 && to == rows.size() - 1)
+            reply.setRows(rows);
+        else
+            reply.setRows(rows.mid(from, to - from + 1));
+    }
+    KELO_LOG_TRACE("PlayLists", "roles: " << replyRoles.hash());
+    request.reply().setValue(reply);
+    KELO_LOG_TRACE("PlayLists", "sent reply with " << rows.size() << " lines");
+}
+
+void BaseNode::appendRow(QVariantList& rows, const KeloRoles& roles, const CMGetRowsRequest& request)
+{
+    rows.append(CMGlobal::itemRolesToList(roles, request.roleNames()));
+}
+
+CMPath BaseNode::pathWith(const CMPath& base, const CMPath& from, const QList<QPair<QString, QString>>& extra)
+{
+    CMPath path = base.base();
+    for (const auto& parameter : from.parameters()) {
+        const bool replaced = std::any_of(extra.begin(), extra.end(),
+                                          [&](const auto& e) { return e.first == parameter.first; });
+        if (!replaced)
+            path.addParameter(parameter.first, parameter.second);
+    }
+    for (const auto& parameter : extra)
+        path.addParameter(parameter.first, parameter.second);
+    return path;
+}
+
+CMPath BaseNode::pathWith(const CMPath& base, const QList<QPair<QString, QString>>& extra)
+{
+    return pathWith(base, CMPath(), extra);
+}
+
+int BaseNode::intParameter(const CMPath& path, const QString& key, int fallback)
+{
+    return toInt(path.parameter(key), fallback);
+}
+
+KeloRoles BaseNode::menuEntry(const TrString& title, int type, const CMPath& path)
+{
+    KeloRoles roles;
+    roles.setTitle(title);
+    roles.setPath(path);
+    roles.setType(type);
+    return roles;
+}
+
+KeloRoles BaseNode::inputEntry(const TrString& title, const CMPath& path, const KeloValue& value)
+{
+    KeloRoles roles = menuEntry(title, KeloRolesType::Input, path);
+    roles.setValue(value);
+    roles.setModifiable(true);
+    return roles;
+}
+
+KeloRoles BaseNode::separator()
+{
+    KeloRoles roles;
+    roles.setType(KeloRolesType::Separator);
+    return roles;
+}
+
+KeloRoles BaseNode::contextRoles(const TrString& title, const CMPath& path)
+{
+    KeloRoles roles = menuEntry(title, KeloRolesType::Container, path);
+    roles.setContainerType(ContextMenuType);
+    return roles;
+}
+
+KeloRoles BaseNode::playlistRow(int uid, const QString& name, bool playable)
+{
+    KeloRoles roles = menuEntry(TrString(name), KeloRolesType::Container, KeloPlayListPlGetItemsPath() + uid);
+    if (playable)
+        roles.setContainerPlayable(true);
+    roles.setMediaData(playLogicMediaData());
+    return roles;
+}
+
+KeloMediaData BaseNode::playLogicMediaData()
+{
+    KeloMetaData metaData;
+    metaData.setPlayLogicPath(KeloPlayListsPlayLogicPath());
+    KeloMediaData mediaData;
+    mediaData.setMetaData(metaData);
+    return mediaData;
+}
+
+void BaseNode::invokeCommand(const CMPath& command, const KeloHash& args, const CMVoidReply& reply)
+{
+    KELO_LOG_TRACE("PlayLists", "command: " << command.toEncoded() << " args: " << args.hash());
+    CMRoot()->invoke(command, args.toVariant(), reply);
+}
+
+QString BaseNode::valueString(const CMSetDataRequest& request)
+{
+    const QVariant value = request.value();
+    return value.userType() == QMetaType::QString ? value.toString() : QString();
+}

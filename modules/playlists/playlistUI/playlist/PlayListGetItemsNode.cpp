@@ -1,0 +1,38 @@
+#include "playlistUI/playlist/PlayListGetItemsNode.h"
+
+#include "KeloLog.h"
+#include "PlayList.h"
+#include "PlayListManager.h"
+
+PlayListGetItemsNode* PlayListGetItemsNode::create(CMNodes* nodes, const CMPath& path, PlayListManager* manager)
+{
+    PlayListGetItemsNode* node = createNode<PlayListGetItemsNode>(nodes, path, manager);
+    node->setMediaData(playLogicMediaData());
+    return node;
+}
+
+bool PlayListGetItemsNode::getRowsRequest(const CMGetRowsRequest& request)
+{
+    KELO_TRACE_SCOPE("PlayLists");
+    const QStringList segments = path().splitBase();
+    const int plid = segments.isEmpty() ? -1 : toInt(segments.last(), -1);
+    KELO_LOG_TRACE("PlayLists", "plid: " << plid << " fromRow: " << request.fromRow() << " toRow: " << request.toRow());
+    PlayListBase* pl = manager ? manager->getPlayListByUid(plid) : nullptr;
+    sendTracks(pl, request, KELO_TRS("Playlist - %1", QList<TrArg>{pl ? pl->getName() : QString()}));
+    return true;
+}
+
+void PlayListGetItemsNode::sendTracks(PlayListBase* pl, const CMGetRowsRequest& request, const TrString& title)
+{
+    QVariantList rows;
+    int count = 0;
+    if (pl) {
+        count = pl->getSize();
+        // The playlist clamps the range itself; fromRow above toRow yields nothing.
+        const QList<KeloPlayListItem> items = pl->getItems(request.fromRow(), request.toRow());
+        rows.reserve(items.size());
+        for (const KeloPlayListItem& item : items)
+            appendRow(rows, addContextMenuToRoles(pl->itemToKeloRoles(item), pl->getUid()), request);
+    }
+    sendRowsReply(rows, count, title, createRolesFromPath(request.path(), request.roleNames()), request, false);
+}

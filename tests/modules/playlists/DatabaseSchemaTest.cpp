@@ -1,0 +1,149 @@
+#include <QFileInfo>
+#include <QSignalSpy>
+
+#include "DatabaseFixture.h"
+#include "Sqlite3Statement.h"
+
+namespace {
+QStringList dumpAll(SqlProbe& probe)
+{
+    QStringList dump = probe.rows(QStringLiteral("SELECT type, name, sql FROM sqlite_master ORDER BY name"));
+    for (const char* table : {"playlists", "items", "collections", "playlists_items", "collections_playlists"})
+        dump += probe.rows(QStringLiteral("SELECT * FROM %1 ORDER BY 1, 2").arg(QLatin1String(table)));
+    return dump;
+}
+}  // namespace
+
+TEST_F(DatabaseTest, AFreshStartCreatesTheFileTheTablesAndThePlayQueue)
+{
+    EXPECT_TRUE(QFileInfo(QString::fromLatin1(databasePath())).isFile());
+    SqlProbe probe;
+    EXPECT_EQ(probe.rows(QStringLiteral("SELECT type || ':' || name FROM sqlite_master "
+                                        "WHERE name NOT LIKE 'sqlite_%' ORDER BY name")),
+              QStringList({"table:collections", "table:collections_playlists", "index:itemUrlIndex", "table:items",
+                           "table:playlists", "table:playlists_items"}));
+    EXPECT_EQ(probe.rows(QStringLiteral("SELECT * FROM playlists")), QStringList({"0|PlayQueue|0|0|-1"}));
+    EXPECT_EQ(db->countPlaylists(), 0);
+    EXPECT_EQ(db->countPlaylistsItems(), 0);
+    EXPECT_EQ(db->countCollections(), 0);
+
+    const PlayListRecord queue = db->getPlayQueue();
+    EXPECT_EQ(queue.uid, 0);
+    EXPECT_EQ(queue.name, QStringLiteral("PlayQueue"));
+    EXPECT_EQ(queue.lastPlayedIndex, -1);
+    EXPECT_EQ(queue.size, 0);
+    EXPECT_TRUE(db->getPlayLists().isEmpty());
+}
+
+TEST_F(DatabaseTest, ARestartChangesNothing)
+{
+    PlayListRecord queue = db->getPlayQueue();
+    queue.lastPlayedIndex = 1;
+    queue.shuffle = true;
+    ASSERT_TRUE(db->updatePlayList(queue));
+    ASSERT_EQ(db->addItems(queue, KeloPlayListAddPosition::Append, makeItems({"q1", "q2"})), 0);
+    const PlayListRecord pl = playlistWith(QStringLiteral("rock"), {"a", "b", "c"});
+    ASSERT_TRUE(db->addToCollection(db->createCollection(QStringLiteral("mine")), pl.uid));
+    QStringList before;
+    {
+        SqlProbe probe;
+        before = dumpAll(probe);
+    }
+
+    reopen(0);
+    SqlProbe probe;
+    EXPECT_EQ(dumpAll(probe), before);
+    EXPECT_EQ(db->getPlayQueue().size, 2);
+    EXPECT_TRUE(db->getPlayQueue().shuffle);
+}
+
+TEST_F(DatabaseTest, ClearDatabaseLeavesOnlyTheEmptyPlayQueue)
+{
+    const PlayListRecord pl = playlistWith(QStringLiteral("a"), {"x", "y"});
+    ASSERT_EQ(db->addItems(db->getPlayQueue(), KeloPlayListAddPosition::Append, makeItems({"q"})), 0);
+    db->addToCollection(db->createCollection(QStringLiteral("c")), pl.uid);
+
+    db->clearDatabase();
+    SqlProbe probe;
+    EXPECT_EQ(probe.rows(QStringLiteral("SELECT * FROM playlists")), QStringList({"0|PlayQueue|0|0|-1"}));
+    for (const char* table : {"items", "collections", "playlists_items", "collections_playlists"})
+        EXPECT_EQ(probe.intValue(QStringLiteral("SELECT COUNT(*) FROM %1").arg(QLatin1String(table))), 0) << table;
+}
+
+TEST_F(DatabaseTest, OnlyDeletingOperationsAnnounceAVacuumAndOnlyOnce)
+{
+    PlayListRecord pl = playlistWith(QStringLiteral("a"), {"0", "1", "2", "3"});
+    QSignalSpy spy(db.get(), &Database::vacuumNeeded);
+    ASSERT_TRUE(db->moveItem(pl, 0, 3));
+    ASSERT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, makeItems({"4"})), 4);
+    pl.size = 5;
+    ASSERT_TRUE(db->updatePlayList(pl));
+    db->addToCollection(db->createCollection(QStringLiteral("c")), pl.uid);
+    EXPECT_EQ(spy.count(), 0);
+
+    ASSERT_EQ(db->removeItems(pl, {0}), 1);
+    ASSERT_TRUE(db->clearItems(pl));
+    ASSERT_TRUE(db->deletePlayList(pl));
+    ASSERT_EQ(spy.count(), 1);
+    EXPECT_EQ(spy.takeFirst().value(0).toBool(), true);
+
+    db->vacuum();
+    db->vacuum();
+    ASSERT_EQ(spy.count(), 1);
+    EXPECT_EQ(spy.takeFirst().value(0).toBool(), false);
+
+    db->setVacuumNeeded();
+    EXPECT_EQ(spy.count(), 1);
+}
+
+TEST_F(DatabaseTest, AVacuumDueAtStartRunsBeforeAnythingElse)
+{
+    PlayListRecord pl = playlistWith(QStringLiteral("big"), {});
+    QStringList titles;
+    for (int i = 0; i < 2000; ++i)
+        titles.append(QStringLiteral("a rather long title so that the rows fill many pages %1").arg(i));
+    ASSERT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, makeItems(titles)), 0);
+    pl.size = titles.size();
+    ASSERT_TRUE(db->clearItems(pl));
+    {
+        SqlProbe probe;
+        ASSERT_GT(probe.intValue(QStringLiteral("PRAGMA freelist_count")), 0);
+    }
+
+    reopen(0, true);
+    SqlProbe probe;
+    EXPECT_EQ(probe.intValue(QStringLiteral("PRAGMA freelist_count")), 0);
+    QSignalSpy spy(db.get(), &Database::vacuumNeeded);
+    db->setVacuumNeeded();  // the flag was cleared by the start-up vacuum, so this is a transition again
+    EXPECT_EQ(spy.count(), 1);
+}
+
+TEST_F(DatabaseTest, StatementsKeepBoundTextsAliveUntilReset)
+{
+    sqlite3* connection = nullptr;
+    ASSERT_EQ(sqlite3_open(":memory:", &connection), SQLITE_OK);
+    {
+        EXPECT_EQ(Sqlite3Statement::create(connection, QStringLiteral("SELEC nonsense"), QStringLiteral("bad")), nullptr);
+        auto echo = Sqlite3Statement::create(connection, QStringLiteral("SELECT ?1, ?2"), QStringLiteral("echo"));
+        ASSERT_NE(echo, nullptr);
+        {
+            // Temporaries: the statement must hold the bytes itself.
+            ASSERT_TRUE(echo->bindText(1, QString(QStringLiteral("first ")) + QString::number(1)));
+            ASSERT_TRUE(echo->bindText(2, QStringLiteral("zweite \u00fcber")));
+        }
+        ASSERT_TRUE(echo->step_row());
+        EXPECT_EQ(echo->columnText(0), QStringLiteral("first 1"));
+        EXPECT_EQ(echo->columnText(1), QStringLiteral("zweite \u00fcber"));
+        EXPECT_TRUE(echo->reset());
+        ASSERT_TRUE(echo->step_row());  // nothing rebound: NULL, never the freed buffers
+        EXPECT_TRUE(echo->columnText(0).isNull());
+        EXPECT_TRUE(echo->reset());
+
+        auto failing = Sqlite3Statement::create(connection, QStringLiteral("SELECT abs(-9223372036854775807 - 1)"),
+                                                QStringLiteral("overflow"));
+        ASSERT_NE(failing, nullptr);
+        EXPECT_EQ(failing->step(), SQLITE_ERROR);
+        EXPECT_FALSE(failing->reset());
+    }
+    sqlite3_close(connection);
+}
