@@ -150,8 +150,9 @@ class App {
 
   canPlay(view, row) {
     if (row.type !== TYPE.track) return false;
-    const meta = view.nodeRoles && view.nodeRoles.mediaData && view.nodeRoles.mediaData.metaData;
-    return !!((meta && meta.playLogicPath) || (view.opener && view.opener.containerPlayable));
+    // Only what names a play logic can be played; the media library's tracks are added instead.
+    const logicOf = (roles) => roles && roles.mediaData && roles.mediaData.metaData && roles.mediaData.metaData.playLogicPath;
+    return !!(logicOf(view.nodeRoles) || logicOf(row));
   }
 
   hasSyntheticMenu(view, row) {

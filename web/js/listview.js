@@ -10,7 +10,7 @@ import { MODULE_PREFIX } from './commands.js';
 
 export const SHOWN_ROLES = [
   'title', 'path', 'type', 'containerType', 'containerPlayable', 'modifiable', 'value',
-  'context', 'id', 'artist', 'album', 'duration', 'vimboClearQueue',
+  'context', 'id', 'artist', 'album', 'duration', 'vimboClearQueue', 'mediaData',
 ];
 export const TYPE = { container: 1, track: 3, input: 101, action: 102, header: 103, separator: 105 };
 

@@ -142,8 +142,9 @@ export class Menu {
     return [...this.items.querySelectorAll('[role^="menuitem"], .menu-input input')];
   }
 
+  /** The first entry that acts gets focus; a text field only when there is nothing else. */
   focusFirst() {
-    const first = this.entries()[0];
+    const first = this.items.querySelector('[role^="menuitem"]') ?? this.entries()[0];
     (first ?? this.box).focus();
   }
 
@@ -188,7 +189,7 @@ export class Menu {
         return;
       case 'ArrowLeft':
       case 'Backspace':
-        if (!inInput) {
+        if (!inInput || (event.altKey && event.key === 'ArrowLeft')) {
           event.preventDefault();
           this.pop();
         }

@@ -47,7 +47,8 @@ export const pane = (page, name) => page.locator(`#pane-${name}`);
 export const rows = (page, name) => pane(page, name).locator('[role="option"]');
 export const row = (page, name, title) => rows(page, name).filter({ has: page.locator('.title', { hasText: new RegExp(`^${escapeRe(title)}$`) }) });
 export const menu = (page) => page.locator('.menu-layer:not([hidden]) [role="menu"]');
-export const menuItem = (page, title) => menu(page).locator('[role^="menuitem"]', { hasText: title });
+export const menuItem = (page, title) => menu(page).locator('[role^="menuitem"]').filter({ hasText: new RegExp(`^\\s*${escapeRe(title)}\\s*$`) });
+export const menuField = (page, title) => menu(page).getByRole('textbox', { name: title, exact: true });
 
 export function escapeRe(text) {
   return text.replace(/[.*+?^${}()|[\]\\]/g, '\\$&');
