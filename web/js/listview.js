@@ -351,9 +351,10 @@ export class ListView {
     if (count <= 0) return;
     index = Math.max(0, Math.min(count - 1, index));
     const row = this.model.row(index);
+    if (extend && !this.anchor) this.anchor = { ...this.focus };
     this.focus = { index, key: rowKey(row) };
     this.pendingSelect = select && !row;
-    if (extend && this.anchor) this.selectRange(this.anchor.index, index);
+    if (extend && this.anchor) this.selectRange(this.anchorIndex(), index);
     else if (toggle) this.toggleSelected(row);
     else if (select) {
       this.selected.clear();
@@ -365,6 +366,12 @@ export class ListView {
     this.render();
     this.fetchVisible();
     this.ctx.selectionChanged(this);
+  }
+
+  /** Where the anchor of a range selection is now: it stays on its row when rows move. */
+  anchorIndex() {
+    const index = this.model.indexOfId(this.anchor.key);
+    return index >= 0 ? index : this.anchor.index;
   }
 
   toggleSelected(row) {

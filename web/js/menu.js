@@ -25,6 +25,12 @@ export class Menu {
       if (e.target === this.layer) this.close();
     });
     this.box.addEventListener('keydown', (e) => this.onKey(e));
+    document.addEventListener('keydown', (e) => {
+      if (e.key === 'Escape' && this.isOpen && !this.box.contains(e.target)) {
+        e.preventDefault();
+        this.close();
+      }
+    });
     this.box.addEventListener('click', (e) => this.onClick(e));
     this.items.addEventListener('submit', (e) => this.onSubmit(e));
   }
@@ -148,6 +154,11 @@ export class Menu {
     (first ?? this.box).focus();
   }
 
+  focusEntry(i) {
+    const entry = this.items.querySelector(`[data-i="${i}"]`);
+    (entry && entry.tagName === 'FORM' ? entry.querySelector('input') : entry)?.focus();
+  }
+
   // ---- input ---------------------------------------------------------------------
 
   onClick(event) {
@@ -229,7 +240,7 @@ export class Menu {
       level.messages.set(i, { text: answer.error.message, kind: 'error' });
       if (level === this.top) {
         this.render();
-        this.items.querySelector(`[data-i="${i}"]`)?.focus();
+        this.focusEntry(i);
       }
       this.app.announce(answer.error.message);
       return;
@@ -243,7 +254,7 @@ export class Menu {
       level.messages.set(i, { text: row.type === TYPE.input ? 'Saved.' : 'Done.', kind: 'ok' });
       if (level === this.top) {
         this.render();
-        this.items.querySelector(`[data-i="${i}"]`)?.focus();
+        this.focusEntry(i);
       }
     }
     this.app.afterMenuAction({ ...context, answer, sentAt, before });
@@ -268,9 +279,7 @@ export class Menu {
     const focusedIndex = document.activeElement?.closest?.('[data-i]')?.dataset.i;
     const editing = document.activeElement?.tagName === 'INPUT';
     await this.load(level);
-    if (level === this.top && !editing && focusedIndex !== undefined) {
-      this.items.querySelector(`[data-i="${focusedIndex}"]`)?.focus();
-    }
+    if (level === this.top && !editing && focusedIndex !== undefined) this.focusEntry(focusedIndex);
   }
 
   resync() {
