@@ -10,6 +10,7 @@
 #include "KeloPaths.h"
 #include "KeloRoles.h"
 #include "PlayListManager.h"
+#include "playlistUI/PlayListUI.h"
 
 namespace {
 KeloValue settingsValue(const CMPath& path)
@@ -26,7 +27,7 @@ PlayListWorker::PlayListWorker(const QHash<QString, QVariant>& config)
     database = new Database(itemsLimit, vacuum);
     CMGlobal::connect(database, &Database::vacuumNeeded, this, &PlayListWorker::on_databaseVacuum_needed);
     manager = new PlayListManager(database);
-    // Browse tree.
+    ui = new PlayListUI(this, nodes(), subscribe, manager);
     controller = new Controller(this, manager);
     // Play logic.
     CMGlobal::connect(this, &PlayListWorker::setDataReceived, this, &PlayListWorker::on_setDataRequest);
@@ -39,7 +40,7 @@ PlayListWorker::PlayListWorker(const QHash<QString, QVariant>& config)
 PlayListWorker::~PlayListWorker()
 {
     // Play logic teardown.
-    // Browse tree teardown.
+    delete ui;
     delete controller;
     delete manager;
     delete database;

@@ -183,10 +183,29 @@ KeloMediaData BaseNode::playLogicMediaData()
     return mediaData;
 }
 
-void BaseNode::invokeCommand(const CMPath& command, const KeloHash& args, const CMVoidReply& reply)
+void BaseNode::sendCommand(const CMPath& command, const KeloHash& args, const CMSetDataRequest& request)
+{
+    sendCommand(command, args, request, request.reply());
+}
+
+void BaseNode::sendCommand(const CMPath& command, const KeloHash& args, const CMSetDataRequest& request,
+                           const CMVoidReply& reply)
 {
     KELO_LOG_TRACE("PlayLists", "command: " << command.toEncoded() << " args: " << args.hash());
     CMRoot()->invoke(command, args.toVariant(), reply);
+    keepUntilAnswered(request);
+}
+
+void BaseNode::keepUntilAnswered(const CMSetDataRequest& request)
+{
+    CMReplyAbstractData* data = request.reply().data();
+    if (data->isFinished())
+        return;
+    unanswered.insert(data, request);
+    connect(data, &CMReplyAbstractData::finished, this, [this, data]() { unanswered.remove(data); });
+    // It may have been finished in another thread before the connection was made.
+    if (data->isFinished())
+        unanswered.remove(data);
 }
 
 QString BaseNode::valueString(const CMSetDataRequest& request)

@@ -3,6 +3,7 @@
 // through sendRowsReply) and turns set-data requests on its menu entries into one command each, sent
 // to the worker that owns the command path. Nodes are created, registered and retired by PlayListUI
 // and its watchers; they live in the worker's thread and are used only from it.
+#include <QHash>
 #include <QList>
 #include <QPair>
 #include <QString>
@@ -84,13 +85,24 @@ protected:
     static KeloRoles playlistRow(int uid, const QString& name, bool playable);
     static KeloMediaData playLogicMediaData();
 
-    // Sends one command with its argument record to the worker that owns command; reply gets the
-    // command's answer.
-    static void invokeCommand(const CMPath& command, const KeloHash& args, const CMVoidReply& reply);
+    // Sends one command with its argument record to the worker that owns command; the command answers
+    // request itself.
+    void sendCommand(const CMPath& command, const KeloHash& args, const CMSetDataRequest& request);
+    // Sends one command whose answer goes to reply (which must answer request in the end).
+    void sendCommand(const CMPath& command, const KeloHash& args, const CMSetDataRequest& request,
+                     const CMVoidReply& reply);
     // The request's value as a name: its text when it holds one, else empty.
     static QString valueString(const CMSetDataRequest& request);
 
     PlayListManager* manager;
     bool playqueueVisible;
     bool collectionsVisible;
+
+private:
+    // A request whose last copy goes unanswered is answered NoAnswer by the framework, even while a
+    // command that shares its reply is still working (an add waits for its prepare requests). So the
+    // request is held until its reply is finished.
+    void keepUntilAnswered(const CMSetDataRequest& request);
+
+    QHash<CMReplyAbstractData*, CMSetDataRequest> unanswered;
 };

@@ -98,13 +98,13 @@ bool RootNode::setDataRequest(const CMSetDataRequest& request)
     if (action == QLatin1String("createCl")) {
         KeloPlayListClCreate args;
         args.setName(valueString(request));
-        invokeCommand(KeloPlayListClCreatePath(), args, request.reply());
+        sendCommand(KeloPlayListClCreatePath(), args, request);
         return true;
     }
     if (action == QLatin1String("createPl")) {
         KeloPlayListPlCreate args;
         args.setName(valueString(request));
-        invokeCommand(KeloPlayListPlCreatePath(), args, request.reply());
+        sendCommand(KeloPlayListPlCreatePath(), args, request);
         return true;
     }
     return false;

@@ -43,14 +43,14 @@ bool CollectionAddToClNode::setDataRequest(const CMSetDataRequest& request)
     if (action == QLatin1String("createCl")) {
         KeloPlayListClCreate args;
         args.setName(valueString(request));
-        invokeCommand(KeloPlayListClCreatePath(), args, request.reply());
+        sendCommand(KeloPlayListClCreatePath(), args, request);
         return true;
     }
     if (action == QLatin1String("addItem")) {
         KeloPlayListClAddRemoveItem args;
         args.setPlid(intParameter(requestPath, QStringLiteral("plid")));
         args.setClid(intParameter(requestPath, QStringLiteral("clid")));
-        invokeCommand(KeloPlayListClAddItemPath(), args, request.reply());
+        sendCommand(KeloPlayListClAddItemPath(), args, request);
         return true;
     }
     return false;

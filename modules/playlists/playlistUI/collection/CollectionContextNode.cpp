@@ -38,6 +38,6 @@ bool CollectionContextNode::setDataRequest(const CMSetDataRequest& request)
         return false;
     KeloPlayListClId args;
     args.setClid(intParameter(requestPath, QStringLiteral("clid")));
-    invokeCommand(KeloPlayListClDeletePath(), args, request.reply());
+    sendCommand(KeloPlayListClDeletePath(), args, request);
     return true;
 }

@@ -43,6 +43,6 @@ bool PlayListAddModeNode::setDataRequest(const CMSetDataRequest& request)
     if (requestPath.hasParameter(QStringLiteral("itemid")))
         items.append(CMPath(requestPath.parameter(QStringLiteral("itemid"))).toEncoded());
     args.setItems(items);
-    invokeCommand(KeloPlayListPlAddItemsPath(), args, request.reply());
+    sendCommand(KeloPlayListPlAddItemsPath(), args, request);
     return true;
 }

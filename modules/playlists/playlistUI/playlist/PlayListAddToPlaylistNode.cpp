@@ -50,6 +50,6 @@ bool PlayListAddToPlaylistNode::setDataRequest(const CMSetDataRequest& request)
         return false;
     KeloPlayListPlCreate args;
     args.setName(valueString(request));
-    invokeCommand(KeloPlayListPlCreatePath(), args, request.reply());
+    sendCommand(KeloPlayListPlCreatePath(), args, request);
     return true;
 }

@@ -98,34 +98,34 @@ bool PlayListContextNode::setDataRequest(const CMSetDataRequest& request)
     if (action == QLatin1String("play")) {
         KeloPlayListPlId args;
         args.setPlid(plid);
-        invokeCommand(KeloPlayListPlPlayPath(), args, request.reply());
+        sendCommand(KeloPlayListPlPlayPath(), args, request);
     } else if (action == QLatin1String("rename")) {
         KeloPlayListPlSetName args;
         args.setPlid(plid);
         args.setName(valueString(request));
-        invokeCommand(KeloPlayListPlSetNamePath(), args, request.reply());
+        sendCommand(KeloPlayListPlSetNamePath(), args, request);
     } else if (action == QLatin1String("shuffle")) {
         KeloPlayListPlSetShuffle args;
         args.setPlid(plid);
         if (valueIsBool || requestPath.hasParameter(KeloPlayListArgs::modeKey()))
             args.setMode(valueIsBool ? int(value.toBool()) : intParameter(requestPath, KeloPlayListArgs::modeKey()));
-        invokeCommand(KeloPlayListPlSetShufflePath(), args, request.reply());
+        sendCommand(KeloPlayListPlSetShufflePath(), args, request);
     } else if (action == QLatin1String("repeat")) {
         // The repeat command counts all as 2, so true becomes 2; a "mode" parameter passes unchanged.
         KeloPlayListPlSetRepeat args;
         args.setPlid(plid);
         if (valueIsBool || requestPath.hasParameter(KeloPlayListArgs::modeKey()))
             args.setMode(valueIsBool ? int(value.toBool()) * 2 : intParameter(requestPath, KeloPlayListArgs::modeKey()));
-        invokeCommand(KeloPlayListPlSetRepeatPath(), args, request.reply());
+        sendCommand(KeloPlayListPlSetRepeatPath(), args, request);
     } else if (action == QLatin1String("delFromCl")) {
         KeloPlayListClAddRemoveItem args;
         args.setPlid(plid);
         args.setClid(intParameter(requestPath, QStringLiteral("clid")));
-        invokeCommand(KeloPlayListClRemoveItemPath(), args, request.reply());
+        sendCommand(KeloPlayListClRemoveItemPath(), args, request);
     } else if (action == QLatin1String("clearPl")) {
         KeloPlayListPlId args;
         args.setPlid(plid);
-        invokeCommand(KeloPlayListPlClearPath(), args, request.reply());
+        sendCommand(KeloPlayListPlClearPath(), args, request);
     } else if (action == QLatin1String("delPL")) {
         deletePlayList(plid, request);
     } else {
@@ -134,7 +134,7 @@ bool PlayListContextNode::setDataRequest(const CMSetDataRequest& request)
     return true;
 }
 
-void PlayListContextNode::deletePlayList(int plid, const CMSetDataRequest& request) const
+void PlayListContextNode::deletePlayList(int plid, const CMSetDataRequest& request)
 {
     // The command's own answer cannot be passed on: the menu of a deleted playlist must be left, which
     // an event without a path tells the user interface.
@@ -159,5 +159,5 @@ void PlayListContextNode::deletePlayList(int plid, const CMSetDataRequest& reque
         Qt::DirectConnection);
     KeloPlayListPlId args;
     args.setPlid(plid);
-    invokeCommand(KeloPlayListPlDeletePath(), args, commandReply);
+    sendCommand(KeloPlayListPlDeletePath(), args, request, commandReply);
 }

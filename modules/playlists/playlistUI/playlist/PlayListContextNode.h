@@ -23,5 +23,5 @@ public:
 private:
     QVariantList entries(PlayListBase* pl, const CMGetRowsRequest& request) const;
     void appendCollectionEntries(QVariantList& rows, const QString& plid, const CMGetRowsRequest& request) const;
-    void deletePlayList(int plid, const CMSetDataRequest& request) const;
+    void deletePlayList(int plid, const CMSetDataRequest& request);
 };

@@ -72,14 +72,14 @@ bool PlayListTrackContextNode::setDataRequest(const CMSetDataRequest& request)
         args.setPlid(intParameter(requestPath, QStringLiteral("plid")));
         args.setItems({intParameter(requestPath, QStringLiteral("from"))});
         args.setTo(toInt(request.value().toString(), -1));
-        invokeCommand(KeloPlayListPlMoveItemspath(), args, request.reply());
+        sendCommand(KeloPlayListPlMoveItemspath(), args, request);
         return true;
     }
     if (action == QLatin1String("removeTr")) {
         KeloPlayListPlRemoveItems args;
         args.setPlid(intParameter(requestPath, QStringLiteral("fromplid")));
         args.setItems({intParameter(requestPath, QStringLiteral("seqnum"))});
-        invokeCommand(KeloPlayListPlRemoveItemsPath(), args, request.reply());
+        sendCommand(KeloPlayListPlRemoveItemsPath(), args, request);
         return true;
     }
     return false;

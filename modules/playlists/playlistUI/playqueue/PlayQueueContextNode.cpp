@@ -49,6 +49,6 @@ bool PlayQueueContextNode::setDataRequest(const CMSetDataRequest& request)
         return false;
     KeloPlayListPlId args;
     args.setPlid(intParameter(requestPath, QStringLiteral("plid")));
-    invokeCommand(command, args, request.reply());
+    sendCommand(command, args, request);
     return true;
 }

@@ -37,7 +37,9 @@ public:
     bool setDataRequest(const CMSetDataRequest& request) override
     {
         sent.push_back({request.path().toEncoded(), request.value().toHash()});
-        if (!error.isNull())
+        if (answerLater)
+            held.push_back(request);
+        else if (!error.isNull())
             request.reply().setError(error);
         else
             request.reply().setValue(answer);
@@ -46,6 +48,8 @@ public:
     std::vector<SentCommand> sent;
     QVariant answer = QStringLiteral("command answer");
     CMError error;
+    bool answerLater = false;  // keeps the requests in held, unanswered, as an asynchronous command does
+    std::vector<CMSetDataRequest> held;
 };
 
 inline void ensureApplication()
@@ -111,10 +115,11 @@ protected:
         root->setInitialValue(KeloPlayListSettingsCollectionsVisibilityPath(), KeloValue::fromBool(collections));
     }
 
+    // A node that is not registered: several of one class may exist in a test.
     template <class Node>
     Node* make(const CMPath& path)
     {
-        Node* node = Node::create(&registry, path, manager.get());
+        Node* node = Node::create(nullptr, path, manager.get());
         owned.emplace_back(node);
         return node;
     }
@@ -125,8 +130,9 @@ protected:
         QList<KeloPlayListItem> items;
         for (int i = 0; i < tracks; ++i)
             items.append(track(name + QStringLiteral("-") + QString::number(i)));
-        if (tracks > 0)
+        if (tracks > 0) {
             EXPECT_EQ(pl->addItems(KeloPlayListAddPosition::Append, items), tracks);
+        }
         return pl;
     }
 

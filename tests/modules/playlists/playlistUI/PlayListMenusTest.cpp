@@ -241,6 +241,17 @@ TEST_F(PlayListMenusTest, AddToPlayListMenuCreatesAPlayList)
     EXPECT_FALSE(taken);
 }
 
+TEST_F(PlayListMenusTest, ACommandThatAnswersLaterStillAnswersTheMenuRequest)
+{
+    PlayListAddModeNode* node = make<PlayListAddModeNode>(KeloPlayListPlSelectAddModePath());
+    recorder->answerLater = true;
+    const CMVoidReply reply = set(node, "playlists:pl/selectaddmode?fromplid=3&itemid=playlists:item/12&plid=0&mode=2", {});
+    EXPECT_FALSE(reply.isFinished()) << "the menu request is dropped by its sender, not by the command";
+    ASSERT_EQ(recorder->held.size(), 1u);
+    recorder->held.front().reply().setValue(QStringLiteral("added"));
+    EXPECT_EQ(reply.variant(), QVariant(QStringLiteral("added")));
+}
+
 TEST_F(PlayListMenusTest, AddModeMenuOffersThreePositionsAndSendsTheAdd)
 {
     PlayListAddModeNode* node = make<PlayListAddModeNode>(KeloPlayListPlSelectAddModePath());

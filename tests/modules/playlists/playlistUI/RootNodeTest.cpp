@@ -131,7 +131,7 @@ TEST_F(RootNodeTest, CreateRowsSendTheCreateCommandsAnsweredByTheCommand)
 
 TEST_F(RootNodeTest, ListsNothingWithoutAManager)
 {
-    RootNode* node = RootNode::create(&registry, KeloPlayListsRootPath(), nullptr);
+    RootNode* node = RootNode::create(nullptr, KeloPlayListsRootPath(), nullptr);
     owned.emplace_back(node);
     const KeloRowsRoles reply = rows(node, "playlists:");
     EXPECT_EQ(reply.rowsCount(), 0);

@@ -1,0 +1,104 @@
+// The events stream of kelo-host and how it ends.
+#include <QTemporaryDir>
+#include <QThread>
+#include <gtest/gtest.h>
+
+#include "CMEventHub.h"
+#include "EventReader.h"
+#include "HostProcess.h"
+#include "http/EventStream.h"
+
+namespace {
+
+class Events : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(m_dir.isValid());
+        ASSERT_TRUE(m_host.start(m_dir.filePath(QStringLiteral("data")), {})) << m_host.errorOutput().toStdString();
+    }
+    void setLimit(int limit) const
+    {
+        ASSERT_EQ(m_host.post("/api/setData", jsonText(QVariantHash{{QStringLiteral("path"), QStringLiteral("settings:playlists/dbItemsLimit")},
+                                                                    {QStringLiteral("value"), i32Value(limit)}})),
+                  200);
+    }
+    static bool isLimit(const QVariantHash& event, int limit)
+    {
+        return event.value(QStringLiteral("path")) == QStringLiteral("settings:playlists/dbItemsLimit")
+               && event.value(QStringLiteral("change")) == QStringLiteral("value")
+               && event.value(QStringLiteral("value")).toHash() == i32Value(limit);
+    }
+
+    QTemporaryDir m_dir;
+    HostProcess m_host;
+};
+
+TEST_F(Events, ASettingsChangeArrivesOnEveryOpenStream)
+{
+    EventReader first(m_host.port());
+    EventReader second(m_host.port());
+    ASSERT_TRUE(first.waitConnected());
+    ASSERT_TRUE(second.waitConnected());
+    setLimit(42);
+    EXPECT_TRUE(first.waitFor([](const QVariantHash& e) { return isLimit(e, 42); }));
+    EXPECT_TRUE(second.waitFor([](const QVariantHash& e) { return isLimit(e, 42); }));
+}
+
+// A client that went away is noticed at the next write, so its stream may hold its place for a moment.
+std::unique_ptr<EventReader> opensSoonerOrLater(int port)
+{
+    for (int attempt = 0; attempt < 50; ++attempt) {
+        auto reader = std::make_unique<EventReader>(port);
+        if (reader->waitConnected())
+            return reader;
+        if (reader->status() != 503)
+            return nullptr;
+        QThread::msleep(200);
+    }
+    return nullptr;
+}
+
+TEST_F(Events, ClosedStreamsAreForgottenSoNewOnesCanAlwaysOpen)
+{
+    // More streams than may be open at once: streams that were never forgotten would keep the later
+    // ones out for good.
+    for (int i = 0; i < 40; ++i)
+        ASSERT_NE(opensSoonerOrLater(m_host.port()), nullptr) << "stream " << i;
+    const auto last = opensSoonerOrLater(m_host.port());
+    ASSERT_TRUE(last);
+    setLimit(7);
+    EXPECT_TRUE(last->waitFor([](const QVariantHash& e) { return isLimit(e, 7); }));
+}
+
+TEST_F(Events, TerminationEndsOpenStreamsAndTheHostExitsCleanly)
+{
+    EventReader first(m_host.port());
+    EventReader second(m_host.port());
+    ASSERT_TRUE(first.waitConnected());
+    ASSERT_TRUE(second.waitConnected());
+    EXPECT_EQ(m_host.stop(SIGTERM, 10000), 0) << m_host.errorOutput().toStdString();
+    EXPECT_TRUE(first.waitEnded());
+    EXPECT_TRUE(second.waitEnded());
+}
+
+TEST_F(Events, AnInterruptStopsTheHostCleanlyToo)
+{
+    EXPECT_EQ(m_host.stop(SIGINT, 10000), 0) << m_host.errorOutput().toStdString();
+}
+
+// The stream's text, from a subscriber of the process's own hub.
+TEST(EventStreamText, DroppedEventsAreAnnouncedAsAResetBeforeTheNextEvent)
+{
+    auto subscriber = CMEventHub::instance().subscribe(2);
+    for (int n = 1; n <= 5; ++n)
+        CMEventHub::instance().publish({{QStringLiteral("n"), n}});
+    EXPECT_EQ(EventStream::nextChunk(*subscriber, 1000), "data: {\"change\":\"reset\",\"path\":\"\"}\n\ndata: {\"n\":4}\n\n");
+    EXPECT_EQ(EventStream::nextChunk(*subscriber, 1000), "data: {\"n\":5}\n\n");
+    EXPECT_EQ(EventStream::nextChunk(*subscriber, 50), ": keepalive\n\n");
+    subscriber->close();
+    EXPECT_EQ(EventStream::nextChunk(*subscriber, 1000), "");
+}
+
+}  // namespace

@@ -1,0 +1,147 @@
+// The HTTP API of a running kelo-host, through the test plug-in's worker and the settings.
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+#include "HostProcess.h"
+
+namespace {
+
+const char* const LimitPath = "settings:playlists/dbItemsLimit";
+
+class HttpApi : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(m_dir.isValid());
+        ASSERT_TRUE(m_host.start(dataDir(), {QStringLiteral("--plugin"), HostProcess::testWorker(),
+                                             QStringLiteral("--reply-timeout-ms"), QStringLiteral("500")}))
+            << m_host.errorOutput().toStdString();
+    }
+
+    QString dataDir() const { return m_dir.filePath(QStringLiteral("data")); }
+    QByteArray settingsFile() const
+    {
+        QFile file(dataDir() + QStringLiteral("/data-rw/settings.json"));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    int limit() const
+    {
+        QVariantHash answer;
+        m_host.post("/api/getData", jsonText(QVariantHash{{QStringLiteral("path"), LimitPath}}), &answer);
+        return answer.value(QStringLiteral("value")).toHash().value(QStringLiteral("i32_"), -1).toInt();
+    }
+    QString errorName(const QVariantHash& answer) const
+    {
+        return answer.value(QStringLiteral("error")).toHash().value(QStringLiteral("name")).toString();
+    }
+
+    QTemporaryDir m_dir;
+    HostProcess m_host;
+};
+
+TEST_F(HttpApi, ASetDataRoundTripReachesThePluginWorkerAndComesBackUnchanged)
+{
+    const QVariantHash value = {{QStringLiteral("name"), QStringLiteral("Mix")},
+                                {QStringLiteral("items"), QVariantList{1, QStringLiteral("media:track/2")}}};
+    QVariantHash answer;
+    ASSERT_EQ(m_host.post("/api/setData", jsonText(QVariantHash{{QStringLiteral("path"), QStringLiteral("test:echo")},
+                                                                  {QStringLiteral("value"), value}}),
+                          &answer),
+              200);
+    EXPECT_EQ(answer.value(QStringLiteral("value")).toHash().value(QStringLiteral("received")).toHash(), value);
+
+    ASSERT_EQ(m_host.post("/api/getData", R"({"path": "test:echo"})", &answer), 200);
+    EXPECT_EQ(answer.value(QStringLiteral("value")).toString(), QStringLiteral("echo"));
+}
+
+TEST_F(HttpApi, WholeNumbersFromClientsReachWorkersAsInts)
+{
+    const QList<QPair<std::string, QString>> cases = {{"7", "int"}, {"7.0", "int"}, {"-3", "int"}, {"2.5", "double"}};
+    for (const auto& c : cases) {
+        QVariantHash answer;
+        ASSERT_EQ(m_host.post("/api/setData", R"({"path": "test:echo", "value": )" + c.first + "}", &answer), 200);
+        EXPECT_EQ(answer.value(QStringLiteral("value")).toHash().value(QStringLiteral("type")).toString(), c.second)
+            << c.first;
+    }
+}
+
+TEST_F(HttpApi, AnErroredReplyIsAnOrdinaryAnswer)
+{
+    QVariantHash answer;
+    EXPECT_EQ(m_host.post("/api/setData", R"({"path": "test:fail", "value": 1})", &answer), 200);
+    EXPECT_EQ(errorName(answer), QStringLiteral("Failed"));
+    EXPECT_FALSE(answer.value(QStringLiteral("error")).toHash().value(QStringLiteral("message")).toString().isEmpty());
+}
+
+TEST_F(HttpApi, PathsThatNobodyTakesAndRefusedRequestsAreNotFound)
+{
+    const QList<QPair<std::string, std::string>> requests = {
+        {"/api/setData", R"({"path": "nosuchprefix:x", "value": 1})"},
+        {"/api/setData", R"({"path": "test:nosuchnode", "value": 1})"},
+        {"/api/setData", R"({"path": "test:refuse", "value": 1})"},
+        {"/api/getRows", R"({"path": "test:echo", "fromRow": 0, "toRow": 9})"},
+        {"/api/getData", R"({"path": "nosuchprefix:"})"},
+    };
+    for (const auto& request : requests) {
+        QVariantHash answer;
+        EXPECT_EQ(m_host.post(request.first, request.second, &answer), 404) << request.second;
+        EXPECT_EQ(errorName(answer), QStringLiteral("NotFound")) << request.second;
+    }
+}
+
+TEST_F(HttpApi, AReplyThatNeverFinishesIsAnsweredGatewayTimeoutAndTheHostGoesOn)
+{
+    QVariantHash answer;
+    EXPECT_EQ(m_host.post("/api/setData", R"({"path": "test:silent", "value": 1})", &answer), 504);
+    EXPECT_EQ(errorName(answer), QStringLiteral("Timeout"));
+    EXPECT_EQ(m_host.post("/api/setData", R"({"path": "test:echo", "value": 1})"), 200);
+}
+
+TEST_F(HttpApi, MalformedBodiesAreBadRequestsAndChangeNothing)
+{
+    const QByteArray before = settingsFile();
+    const std::string goodValue = jsonText(i32Value(5));
+    const QList<QPair<std::string, std::string>> requests = {
+        {"/api/setData", ""},
+        {"/api/setData", "path=settings:playlists/dbItemsLimit"},
+        {"/api/setData", R"({"path": "settings:playlists/dbItemsLimit", "value": )"},
+        {"/api/setData", "[\"settings:playlists/dbItemsLimit\"]"},
+        {"/api/setData", "\"settings:playlists/dbItemsLimit\""},
+        {"/api/setData", R"({"value": )" + goodValue + "}"},
+        {"/api/setData", R"({"path": ["settings:playlists/dbItemsLimit"], "value": )" + goodValue + "}"},
+        {"/api/setData", R"({"path": "", "value": )" + goodValue + "}"},
+        // A value of the wrong type for the setting is refused by the settings tree itself.
+        {"/api/setData", R"({"path": "settings:playlists/dbItemsLimit", "value": {"type": "bool_", "bool_": true}})"},
+        {"/api/setData", R"({"path": "settings:playlists/dbItemsLimit", "value": 5})"},
+        {"/api/getRows", R"({"path": "media:", "fromRow": "0", "toRow": 9})"},
+        {"/api/getRows", R"({"path": "media:", "fromRow": 0.5, "toRow": 9})"},
+        {"/api/getRows", R"({"path": "media:", "fromRow": 0})"},
+        {"/api/getRows", R"({"path": "media:", "fromRow": 0, "toRow": 99999999999})"},
+        {"/api/getRows", R"({"path": "media:", "fromRow": 0, "toRow": 9, "roles": "title"})"},
+        {"/api/getRows", R"({"path": "media:", "fromRow": 0, "toRow": 9, "roles": ["title", 3]})"},
+        {"/api/getData", R"({"path": 12})"},
+        {"/api/getData", R"({"path": "media:", "roles": [{"title": 1}]})"},
+    };
+    for (const auto& request : requests) {
+        QVariantHash answer;
+        EXPECT_EQ(m_host.post(request.first, request.second, &answer), 400) << request.first << " " << request.second;
+        EXPECT_EQ(errorName(answer), QStringLiteral("BadRequest")) << request.second;
+    }
+    EXPECT_EQ(limit(), 10000);
+    EXPECT_EQ(settingsFile(), before);
+}
+
+TEST_F(HttpApi, ABodyOverTheSizeLimitIsRefusedWithoutBeingApplied)
+{
+    const std::string padding(16 * 1024 * 1024, 'x');
+    const std::string body = R"({"path": "settings:playlists/dbItemsLimit", "value": )" + jsonText(i32Value(5))
+                             + R"(, "padding": ")" + padding + "\"}";
+    QVariantHash answer;
+    EXPECT_EQ(m_host.post("/api/setData", body, &answer), 413);
+    EXPECT_EQ(errorName(answer), QStringLiteral("PayloadTooLarge"));
+    EXPECT_EQ(limit(), 10000);
+}
+
+}  // namespace

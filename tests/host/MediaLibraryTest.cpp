@@ -1,0 +1,208 @@
+// The demo media library: its catalogues, and its rows and prepared items through a running host.
+#include <QDir>
+#include <QFile>
+#include <QSet>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+#include <taglib/fileref.h>
+#include <taglib/tag.h>
+
+#include "HostProcess.h"
+#include "KeloJson.h"
+#include "KeloPlayList.h"
+#include "KeloRoles.h"
+#include "media/Catalogue.h"
+
+namespace {
+
+// A mono 8 kHz 16-bit WAV file of the given length in seconds, silent.
+void writeWav(const QString& fileName, int seconds)
+{
+    const quint32 dataSize = 8000u * 2u * static_cast<quint32>(seconds);
+    QByteArray wav;
+    auto u32 = [&wav](quint32 v) { for (int i = 0; i < 4; ++i) wav.append(char((v >> (8 * i)) & 0xff)); };
+    auto u16 = [&wav](quint16 v) { wav.append(char(v & 0xff)); wav.append(char(v >> 8)); };
+    wav.append("RIFF"); u32(36 + dataSize); wav.append("WAVEfmt "); u32(16);
+    u16(1); u16(1); u32(8000); u32(16000); u16(2); u16(16);
+    wav.append("data"); u32(dataSize); wav.append(QByteArray(static_cast<int>(dataSize), '\0'));
+    QFile file(fileName);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(wav);
+}
+
+void writeTaggedWav(const QString& fileName, int seconds, const char* title, const char* artist, const char* album,
+                    unsigned int number)
+{
+    writeWav(fileName, seconds);
+    TagLib::FileRef file(QFile::encodeName(fileName).constData());
+    ASSERT_FALSE(file.isNull());
+    file.tag()->setTitle(title);
+    file.tag()->setArtist(artist);
+    file.tag()->setAlbum(album);
+    file.tag()->setTrack(number);
+    ASSERT_TRUE(file.save());
+}
+
+TEST(MediaCatalogue, TheDemoHoldsAFewHundredPlayableTracksAndOneAlbumOfUnplayableOnes)
+{
+    const Catalogue demo = Catalogue::demo();
+    EXPECT_GE(demo.trackCount(), 250);
+    EXPECT_LE(demo.trackCount(), 400);
+    QSet<QString> artists;
+    int failing = 0;
+    for (int id = 1; id <= demo.trackCount(); ++id) {
+        const CatalogueTrack* track = demo.track(id);
+        ASSERT_NE(track, nullptr);
+        EXPECT_GE(track->duration, 90);
+        EXPECT_LE(track->duration, 400);
+        EXPECT_TRUE(demo.album(track->albumId)->trackIds.contains(id));
+        artists.insert(track->artist);
+        failing += track->uri.startsWith(QStringLiteral("fail:")) ? 1 : 0;
+        if (!track->uri.startsWith(QStringLiteral("fail:"))) {
+            EXPECT_EQ(track->uri, QStringLiteral("demo://track/%1").arg(id));
+        }
+    }
+    EXPECT_EQ(artists.size(), 12);
+    EXPECT_GT(failing, 0);
+    EXPECT_LT(failing, 10);
+    EXPECT_EQ(demo.track(0), nullptr);
+    EXPECT_EQ(demo.album(demo.albumCount() + 1), nullptr);
+}
+
+TEST(MediaCatalogue, TheDemoIsTheSameOnEveryStart)
+{
+    const Catalogue a = Catalogue::demo();
+    const Catalogue b = Catalogue::demo();
+    ASSERT_EQ(a.trackCount(), b.trackCount());
+    for (int id = 1; id <= a.trackCount(); ++id) {
+        EXPECT_EQ(a.track(id)->title, b.track(id)->title);
+        EXPECT_EQ(a.track(id)->duration, b.track(id)->duration);
+    }
+}
+
+TEST(MediaCatalogue, AFolderOfAudioFilesIsReadThroughItsTagsAndGroupedByAlbum)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    QDir().mkpath(dir.filePath(QStringLiteral("b/deeper")));
+    writeTaggedWav(dir.filePath(QStringLiteral("b/two.wav")), 3, "Second", "Ada", "Blue", 2);
+    writeTaggedWav(dir.filePath(QStringLiteral("b/deeper/one.wav")), 2, "First", "Ada", "Blue", 1);
+    writeTaggedWav(dir.filePath(QStringLiteral("a.wav")), 1, "Alone", "Ben", "Amber", 1);
+    writeWav(dir.filePath(QStringLiteral("untagged.wav")), 1);
+    QFile notes(dir.filePath(QStringLiteral("notes.txt")));
+    ASSERT_TRUE(notes.open(QIODevice::WriteOnly));
+    notes.write("not audio");
+    notes.close();
+
+    const Catalogue catalogue = Catalogue::scan(dir.path());
+    ASSERT_EQ(catalogue.albumCount(), 3);
+    EXPECT_EQ(catalogue.album(1)->title, QStringLiteral("Amber"));
+    const CatalogueAlbum* blue = catalogue.album(2);
+    EXPECT_EQ(blue->title, QStringLiteral("Blue"));
+    EXPECT_EQ(blue->artist, QStringLiteral("Ada"));
+    ASSERT_EQ(blue->trackIds.size(), 2);
+    const CatalogueTrack* first = catalogue.track(blue->trackIds.at(0));
+    EXPECT_EQ(first->title, QStringLiteral("First"));
+    EXPECT_EQ(first->duration, 2);
+    EXPECT_EQ(first->uri, QStringLiteral("file://") + dir.filePath(QStringLiteral("b/deeper/one.wav")));
+    EXPECT_EQ(first->mimeType, QStringLiteral("audio/wav"));
+    EXPECT_EQ(catalogue.track(blue->trackIds.at(1))->title, QStringLiteral("Second"));
+    const CatalogueAlbum* unknown = catalogue.album(3);
+    EXPECT_EQ(unknown->title, QStringLiteral("Unknown album"));
+    EXPECT_EQ(catalogue.track(unknown->trackIds.at(0))->title, QStringLiteral("untagged"));
+}
+
+class MediaLibrary : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(m_dir.isValid());
+        ASSERT_TRUE(m_host.start(m_dir.filePath(QStringLiteral("data")), {})) << m_host.errorOutput().toStdString();
+    }
+    QVariantHash rows(const QString& path, int fromRow, int toRow, const QStringList& roles = {}) const
+    {
+        QVariantHash request = {{QStringLiteral("path"), path}, {QStringLiteral("fromRow"), fromRow}, {QStringLiteral("toRow"), toRow}};
+        if (!roles.isEmpty())
+            request.insert(QStringLiteral("roles"), roles);
+        QVariantHash answer;
+        EXPECT_EQ(m_host.post("/api/getRows", jsonText(request), &answer), 200) << path.toStdString();
+        return answer;
+    }
+
+    QTemporaryDir m_dir;
+    HostProcess m_host;
+    const Catalogue m_demo = Catalogue::demo();
+};
+
+TEST_F(MediaLibrary, TheRootListsTheAlbumsPageByPageClampedToWhatExists)
+{
+    const QVariantHash tail = rows(QStringLiteral("media:"), m_demo.albumCount() - 2, m_demo.albumCount() + 50);
+    EXPECT_EQ(tail.value(QStringLiteral("rowsCount")), m_demo.albumCount());
+    const QVariantList rowList = tail.value(QStringLiteral("rows")).toList();
+    ASSERT_EQ(rowList.size(), 2);
+    const KeloRoles last(KeloHash(rowList.at(1).toHash()));
+    EXPECT_EQ(last.type(), 1);
+    EXPECT_TRUE(last.containerPlayable());
+    EXPECT_EQ(last.path().toEncoded(), QStringLiteral("media:album/%1").arg(m_demo.albumCount()));
+    EXPECT_EQ(last.title(), m_demo.album(m_demo.albumCount())->title);
+
+    EXPECT_EQ(rows(QStringLiteral("media:"), -5, 0).value(QStringLiteral("rows")).toList().size(), 1);
+    EXPECT_TRUE(rows(QStringLiteral("media:"), 5, 4).value(QStringLiteral("rows")).toList().isEmpty());
+    EXPECT_TRUE(rows(QStringLiteral("media:"), 500, 600).value(QStringLiteral("rows")).toList().isEmpty());
+}
+
+TEST_F(MediaLibrary, AnAlbumListsItsTracksWithAPlayableResourceAndOnlyTheRolesAskedFor)
+{
+    const CatalogueAlbum* album = m_demo.album(3);
+    const QVariantHash all = rows(QStringLiteral("media:album/3"), 0, 999);
+    EXPECT_EQ(all.value(QStringLiteral("title")), album->title);
+    const QVariantList tracks = all.value(QStringLiteral("rows")).toList();
+    ASSERT_EQ(tracks.size(), album->trackIds.size());
+    const KeloRoles first(KeloHash(tracks.at(0).toHash()));
+    const CatalogueTrack* track = m_demo.track(album->trackIds.at(0));
+    EXPECT_EQ(first.type(), 3);
+    EXPECT_EQ(first.title(), track->title);
+    EXPECT_EQ(first.artist(), track->artist);
+    EXPECT_EQ(first.album(), album->title);
+    EXPECT_EQ(first.duration(), track->duration);
+    EXPECT_EQ(first.path().toEncoded(), QStringLiteral("media:track/%1").arg(track->id));
+    ASSERT_EQ(first.mediaData().resources().size(), 1);
+    EXPECT_EQ(first.mediaData().resources().at(0).uri(), track->uri);
+
+    const QVariantList titles = rows(QStringLiteral("media:album/3"), 1, 1, {QStringLiteral("title")}).value(QStringLiteral("rows")).toList();
+    ASSERT_EQ(titles.size(), 1);
+    EXPECT_EQ(titles.at(0).toHash(), (QVariantHash{{QStringLiteral("title"), m_demo.track(album->trackIds.at(1))->title}}));
+
+    EXPECT_EQ(m_host.post("/api/getRows", R"({"path": "media:album/999", "fromRow": 0, "toRow": 9})"), 404);
+    EXPECT_EQ(m_host.post("/api/getRows", R"({"path": "media:track/1", "fromRow": 0, "toRow": 9})"), 404);
+}
+
+TEST_F(MediaLibrary, PreparingPathsGivesPlaylistItemsForTracksAndWholeAlbumsAndSkipsTheRest)
+{
+    const CatalogueAlbum* album = m_demo.album(2);
+    const QVariantList paths = {QStringLiteral("media:track/5"), QStringLiteral("media:nothing/1"),
+                                QStringLiteral("media:album/2"), QStringLiteral("media:track/99999"), 17};
+    QVariantHash answer;
+    ASSERT_EQ(m_host.post("/api/setData", jsonText(QVariantHash{{QStringLiteral("path"), QStringLiteral("media:prepareItems")},
+                                                                {QStringLiteral("value"), paths}}),
+                          &answer),
+              200);
+    const QVariantList items = answer.value(QStringLiteral("value")).toList();
+    ASSERT_EQ(items.size(), 1 + album->trackIds.size());
+    const KeloPlayListItem item(KeloHash(items.at(0).toHash()));
+    const CatalogueTrack* track = m_demo.track(5);
+    EXPECT_EQ(item.title(), track->title);
+    EXPECT_EQ(item.durationSeconds(), track->duration);
+    EXPECT_EQ(item.url(), track->uri);
+    EXPECT_EQ(item.serviceId(), QStringLiteral("media"));
+    const KeloRoles roles(KeloHash(KeloJson::parse(item.keloRoles()).toHash()));
+    EXPECT_EQ(roles.type(), 3);
+    EXPECT_EQ(roles.title(), track->title);
+    EXPECT_EQ(roles.mediaData().resources().at(0).uri(), track->uri);
+    EXPECT_EQ(KeloPlayListItem(KeloHash(items.last().toHash())).url(), m_demo.track(album->trackIds.last())->uri);
+
+    EXPECT_EQ(m_host.post("/api/setData", R"({"path": "media:prepareItems", "value": "media:track/5"})"), 400);
+}
+
+}  // namespace
