@@ -7,6 +7,7 @@
 #include "CMEventHub.h"
 #include "CMRoot.h"
 #include "KeloLog.h"
+#include "Player.h"
 #include "PluginLoader.h"
 #include "http/EventStream.h"
 #include "http/HttpApi.h"
@@ -68,6 +69,7 @@ bool Host::startWorkers(QString* error)
     }
     const Catalogue catalogue = m_options.mediaDir.isEmpty() ? Catalogue::demo() : Catalogue::scan(m_options.mediaDir);
     m_workers->run([catalogue] { return new MediaLibraryWorker(catalogue); });
+    m_workers->run([speed = m_options.playerSpeed] { return new Player(speed); });
     QStringList plugins = m_options.plugins;
     const QString fallback = PluginLoader::defaultPlugin(QCoreApplication::applicationDirPath());
     if (plugins.isEmpty() && !fallback.isEmpty())

@@ -71,6 +71,18 @@ bool parseTimeout(const QString& text, Options* options, QString* error)
     return true;
 }
 
+bool parseSpeed(const QString& text, Options* options, QString* error)
+{
+    bool ok = false;
+    const double speed = text.toDouble(&ok);
+    if (!ok || !(speed > 0) || speed > 1e6) {
+        *error = QStringLiteral("--player-speed takes a factor above 0 (2: twice as fast), not \"%1\"").arg(text);
+        return false;
+    }
+    options->playerSpeed = speed;
+    return true;
+}
+
 // Applies one option that takes a value; false with *error for a bad value or an unknown name.
 bool applyOption(const QString& name, const QString& value, Options* options, QString* error)
 {
@@ -92,6 +104,8 @@ bool applyOption(const QString& name, const QString& value, Options* options, QS
         options->webRoot = absolute(value);
     else if (name == QLatin1String("--reply-timeout-ms"))
         return parseTimeout(value, options, error);
+    else if (name == QLatin1String("--player-speed"))
+        return parseSpeed(value, options, error);
     else {
         *error = QStringLiteral("unknown option \"%1\" (see --help)").arg(name);
         return false;
@@ -171,5 +185,6 @@ QString Options::usage()
         "  --media-dir DIR         media library from the audio files under DIR (default: built-in demo)\n"
         "  --web-root DIR          folder of the web page served at / (default: the repository's web/)\n"
         "  --reply-timeout-ms N    how long a request waits for its reply (default 30000)\n"
+        "  --player-speed X        the simulated player plays X times faster than real time (default 1)\n"
         "  --help                  this text\n");
 }

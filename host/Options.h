@@ -22,6 +22,7 @@ struct Options
     QString mediaDir;            // absolute, or empty for the built-in catalogue
     QString webRoot;             // absolute
     int replyTimeoutMs = 30000;
+    double playerSpeed = 1.0;    // the simulated player's play time against real time
     bool help = false;
 
     // Whether the listen address is a loopback address (127.0.0.0/8, ::1 or "localhost").

@@ -60,6 +60,7 @@ private:
     void nextMediaAnswered(const QVariantHash& value, const KeloRoles& roles);
     void askForNextMedia();
     void advance();
+    void stopPlayback();  // without telling the play logic
     void call(const QString& name, const QVariantHash& fields = QVariantHash());
 
     // Track timing and the events stream (Player.cpp).

@@ -111,7 +111,7 @@ CMError Player::changePlayMode(const QVariantHash& value)
         return playerError(QStringLiteral("No play logic to ask; play something first"));
     KeloPlayLogicChangePlayModeArgs args;
     args.setPlayMode(number);
-    call(PlayLogicWire::ChangePlayMode(), {{PlayLogicWire::Args(), args.toVariant()}});
+    call(PlayLogicWire::ChangePlayMode(), args.hash());
     return CMError();
 }
 
@@ -154,14 +154,8 @@ void Player::resume()
 
 void Player::stop()
 {
-    m_track = KeloRoles();
-    m_endReached = false;
-    m_nextMedia = KeloRoles();
-    m_clock.hold();
-    m_clock.setPlayTime(0);
-    m_timer->stop();
     call(PlayLogicWire::Stop());
-    setState(State::Stopped);
+    stopPlayback();
 }
 
 void Player::endOfTrack()

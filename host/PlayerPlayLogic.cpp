@@ -15,18 +15,16 @@ void Player::command(const QVariantHash& value)
     }
     const KeloRoles roles(KeloHash(value.value(PlayLogicWire::Roles()).toHash()));
     KELO_LOG_DEBUG("Player", "command=" << name << " title=" << roles.title());
-    if (name == PlayLogicWire::Play()) {
+    if (name == PlayLogicWire::Play() && roles.isEmpty()) {
+        stopPlayback();
+    } else if (name == PlayLogicWire::Play()) {
         startTrack(roles);
     } else if (name == PlayLogicWire::SetNextMedia()) {
         nextMediaAnswered(value, roles);
     } else if (name == PlayLogicWire::NoNextMedia()) {
         nextMediaAnswered(value, KeloRoles());
     } else if (name == PlayLogicWire::PlaybackEnded()) {
-        m_track = KeloRoles();
-        m_endReached = false;
-        m_clock.hold();
-        m_timer->stop();
-        setState(State::Stopped);
+        stopPlayback();
     } else if (name == PlayLogicWire::Data()) {
         m_data = KeloPlayLogicData(KeloHash(value.value(PlayLogicWire::Data()).toHash()));
         publish();
@@ -104,11 +102,20 @@ void Player::advance()
 {
     m_endReached = false;
     if (!m_nextMedia.isEmpty()) {
-        startTrack(m_nextMedia);
+        const KeloRoles next = m_nextMedia;  // startTrack forgets the announcement
+        startTrack(next);
         return;
     }
+    stopPlayback();
+}
+
+void Player::stopPlayback()
+{
     m_track = KeloRoles();
+    m_endReached = false;
+    m_nextMedia = KeloRoles();
     m_timer->stop();
+    m_clock.hold();
     m_clock.setPlayTime(0);
     setState(State::Stopped);
 }

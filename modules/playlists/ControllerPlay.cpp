@@ -1,12 +1,15 @@
-// Starting playback: the play command and the start of an added entry. Playback needs the module's
-// play logic; until it is built the play command answers that playback is not available.
+// Starting playback: the play command and the start of one entry within its playlist. The player is
+// asked to play the entry's container; it then asks this module's play logic, named in the track's
+// media metadata, which entry plays and what follows.
 #include "Controller.h"
 
 #include "KeloLog.h"
+#include "KeloPaths.h"
 #include "KeloPlayList.h"
 #include "Language.h"
 #include "PlayList.h"
 #include "PlayListManager.h"
+#include "PlayLogic.h"
 
 bool Controller::plPlay(CMSetDataRequest request, QString& msg)
 {
@@ -26,13 +29,40 @@ bool Controller::plPlay(CMSetDataRequest request, QString& msg)
         msg = buildErrMsg(what, KELO_TR("There are no items in the playlist."), pl->getName());
         return false;
     }
-    msg = buildErrMsg(what, KELO_TR("Playback is not available."), pl->getName());
-    KELO_LOG_WARN("PlayLists", "Playback is not available, playlist id: " << plid);
-    return false;
+    const QList<KeloPlayListItem> items = pl->getItems(0, 0);
+    if (items.isEmpty()) {
+        msg = buildErrMsg(what, KELO_TR("Cannot get first item"), pl->getName());
+        return false;
+    }
+    tryStartItem(items.first(), pl, 0);
+    msg = buildOkMsg(KELO_TR("Playback started successfully on playlist."), pl->getName(), QString());
+    return true;
 }
 
 void Controller::tryStartItem(const KeloPlayListItem& item, const PlayListBase* pl, int index)
 {
-    KELO_LOG_WARN("PlayLists", "Playback is not available, not starting item " << item.uid() << " of playlist "
-                                                                                << pl->getUid() << " at " << index);
+    const CMPath containerPath =
+        pl->getUid() == 0 ? KeloPlayListPqGetItemsPath() : KeloPlayListPlGetItemsPath() + pl->getUid();
+    KELO_LOG_TRACE("PlayLists", "path: " << containerPath.toEncoded());
+    KeloRoles containerRoles;
+    containerRoles.setType(KeloRolesType::Container);
+    containerRoles.setPath(containerPath);
+    containerRoles.setContainerPlayable(true);
+    KELO_LOG_TRACE("PlayLists", "play item: " << item.toVariant());
+
+    KeloMetaData metaData;
+    metaData.setPlayLogicPath(KeloPlayListsPlayLogicPath());
+    KeloMediaData mediaData;
+    mediaData.setMetaData(metaData);
+    KeloRoles trackRoles;
+    trackRoles.setPath(containerPath + item.uid());
+    trackRoles.setMediaData(mediaData);
+    KELO_LOG_TRACE("PlayLists", "play item trackRoles: " << trackRoles.toVariant());
+
+    if (item.url().isEmpty()) {
+        KELO_LOG_ERROR("PlayLists", "Item " << item.uid() << " hasn't url");
+        return;
+    }
+    PlayLogicInterface::playerInstance()->playContainer(containerRoles, trackRoles, index, CMVoidReply(), false);
+    KELO_LOG_TRACE("PlayLists", "playContainer() called");
 }

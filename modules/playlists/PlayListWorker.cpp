@@ -9,7 +9,9 @@
 #include "KeloLog.h"
 #include "KeloPaths.h"
 #include "KeloRoles.h"
+#include "Language.h"
 #include "PlayListManager.h"
+#include "PlayListPlayLogic.h"
 #include "playlistUI/PlayListUI.h"
 
 namespace {
@@ -29,7 +31,7 @@ PlayListWorker::PlayListWorker(const QHash<QString, QVariant>& config)
     manager = new PlayListManager(database);
     ui = new PlayListUI(this, nodes(), subscribe, manager);
     controller = new Controller(this, manager);
-    // Play logic.
+    playLogic = new PlayListPlayLogic(this, manager);
     CMGlobal::connect(this, &PlayListWorker::setDataReceived, this, &PlayListWorker::on_setDataRequest);
     powerTargetItem = new CMValueItem(this, KeloPowerManagerTargetPath());
     CMGlobal::connect(powerTargetItem, &CMValueItem::changed, this,
@@ -39,7 +41,7 @@ PlayListWorker::PlayListWorker(const QHash<QString, QVariant>& config)
 // The browse tree and the play logic watch the model, so they go before it; the store goes last.
 PlayListWorker::~PlayListWorker()
 {
-    // Play logic teardown.
+    delete playLogic;
     delete ui;
     delete controller;
     delete manager;
@@ -62,7 +64,8 @@ bool PlayListWorker::on_setDataRequest(const CMSetDataRequest& request)
         return true;
     const bool taken = CMNodesWorker::setDataRequest(request);
     if (!taken && !request.reply().isFinished())
-        request.reply().setError(CMError(CMError::NotFoundName(), QStringLiteral("Not found: %1").arg(request.path().toEncoded())));
+        request.reply().setError(
+            CMError(CMError::NotFoundName(), KELO_TR("Nothing handles the path %1.").arg(request.path().toEncoded())));
     return taken;
 }
 

@@ -74,7 +74,7 @@ T fromVariant(const QVariant& v)
 class CMReplyBase
 {
 public:
-    CMReplyBase() : d(QSharedPointer<CMReplyAbstractData>::create()) {}
+    CMReplyBase();
     CMReplyAbstractData* data() const { return d.data(); }
     bool isFinished() const { return d->isFinished(); }
     bool hasError() const { return d->hasError(); }

@@ -10,11 +10,11 @@
 #include <QVariantHash>
 
 #include "CMNode.h"
+#include "CMNodes.h"
 #include "CMReply.h"
 #include "CMRequest.h"
 #include "KeloPlayLogic.h"
 
-class CMNodes;
 
 // Where a play logic sends its commands to the player (an internal path of the player).
 inline CMPath KeloPlayerPlayLogicPath() { return CMPath(QStringLiteral("player:playlogic")); }
@@ -23,8 +23,9 @@ inline CMPath KeloPlayerPlayLogicPath() { return CMPath(QStringLiteral("player:p
 // Player -> play logic, on the play logic's path: {"call": <name>, "serial": n, "playTime": ms, ...}.
 //   serial counts the tracks the player started; playTime is the play time of the current track
 //   when the call was sent. Further keys per call: play {"args": KeloPlayLogicPlayArgs},
-//   changePlayMode {"args": KeloPlayLogicChangePlayModeArgs}, mediaPlaybackStarted {"oldRoles",
-//   "newRoles"}, streamError {"error": KeloError}; stop, next, previous, prepareNextMedia: none.
+//   changePlayMode {"playMode"} (the value is a KeloPlayLogicChangePlayModeArgs), mediaPlaybackStarted
+//   {"oldRoles", "newRoles"}, streamError {"error": KeloError}; stop, next, previous,
+//   prepareNextMedia: none.
 // Play logic -> player, on KeloPlayerPlayLogicPath(): {"command": <name>, "from": <play logic path>, ...}.
 //   play {"roles", "args"}: start this track now; setNextMedia {"roles", "args", "serial"}: the track
 //   that follows the one with that serial; noNextMedia {"serial"}: nothing follows it; playbackEnded:
@@ -108,7 +109,8 @@ protected:
     virtual void stopInternal(const CMSetDataRequest& request);
     virtual void nextInternal(const CMSetDataRequest& request);
     virtual void previousInternal(const CMSetDataRequest& request);
-    // Called only for a mode that isPlayModeSupported; the base stores it with setPlayMode.
+    // Called only for a mode that isPlayModeSupported (the request's value is a
+    // KeloPlayLogicChangePlayModeArgs); the base stores it with setPlayMode.
     virtual void changePlayModeInternal(const CMSetDataRequest& request);
     // The player wants to know what follows the playing track: answer with sendSetNextMediaCommand or
     // sendNoNextMediaCommand. The base has nothing to follow.

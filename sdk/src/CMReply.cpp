@@ -4,6 +4,9 @@
 
 #include "KeloLog.h"
 
+// Out of line: inlined, QSharedPointer::create trips GCC's maybe-uninitialized check in every caller.
+CMReplyBase::CMReplyBase() : d(QSharedPointer<CMReplyAbstractData>::create()) {}
+
 bool CMReplyAbstractData::isFinished() const
 {
     QMutexLocker locker(&m_mutex);

@@ -27,9 +27,8 @@ int valueOf(const EnumName (&names)[N], const QString& text, int invalid)
         if (text == QLatin1String(n.name))
             return n.value;
     }
-    bool ok = false;
-    const int number = text.toInt(&ok, 10);
-    return ok ? number : invalid;
+    int number = 0;
+    return KeloHashPrivate::toDecimalInt(text, &number) ? number : invalid;
 }
 
 template <size_t N>

@@ -56,6 +56,22 @@ bool toWholeInt(const QVariant& value, int* out)
     return true;
 }
 
+bool toDecimalInt(const QString& text, int* out)
+{
+    const int digitsFrom = text.startsWith(QLatin1Char('-')) ? 1 : 0;
+    if (text.size() == digitsFrom)
+        return false;
+    for (int i = digitsFrom; i < text.size(); ++i) {
+        if (text.at(i) < QLatin1Char('0') || text.at(i) > QLatin1Char('9'))
+            return false;
+    }
+    bool ok = false;
+    const int number = text.toInt(&ok, 10);
+    if (ok)
+        *out = number;
+    return ok;
+}
+
 bool holdsHash(const QVariant& value)
 {
     switch (value.userType()) {

@@ -8,6 +8,8 @@
 namespace KeloHashPrivate {
 // True when the variant is a number (not a bool, not a text) with a whole value in int range.
 bool toWholeInt(const QVariant& value, int* out);
+// True when the text is a plain decimal int: an optional '-' and digits, nothing around them.
+bool toDecimalInt(const QString& text, int* out);
 // True when the variant holds a variant hash, map or JSON object.
 bool holdsHash(const QVariant& value);
 // The hash held by a variant hash, map or JSON object; empty for anything else.

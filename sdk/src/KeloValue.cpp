@@ -35,9 +35,8 @@ int KeloPowerManagerTarget::fromString(const QString& name)
         if (name == QLatin1String(t.name))
             return t.target;
     }
-    bool ok = false;
-    const int number = name.toInt(&ok);
-    return ok ? number : -1;
+    int number = 0;
+    return KeloHashPrivate::toDecimalInt(name, &number) ? number : -1;
 }
 
 bool KeloValue::isWellFormed() const

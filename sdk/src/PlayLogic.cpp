@@ -112,7 +112,7 @@ void StreamerPlayLogic::previousInternal(const CMSetDataRequest& request)
 
 void StreamerPlayLogic::changePlayModeInternal(const CMSetDataRequest& request)
 {
-    const KeloPlayLogicChangePlayModeArgs args(KeloHash(request.value().toHash().value(PlayLogicWire::Args()).toHash()));
+    const KeloPlayLogicChangePlayModeArgs args(KeloHash(request.value().toHash()));
     setPlayMode(KeloPlayerPlayMode::Enum(args.playMode()));
     answer(request);
 }
@@ -145,7 +145,7 @@ bool StreamerPlayLogic::handleAlternate(const CMSetDataRequest& request)
 
 void StreamerPlayLogic::changePlayMode(const CMSetDataRequest& request)
 {
-    const KeloPlayLogicChangePlayModeArgs args(KeloHash(request.value().toHash().value(PlayLogicWire::Args()).toHash()));
+    const KeloPlayLogicChangePlayModeArgs args(KeloHash(request.value().toHash()));
     const int mode = args.playMode();
     if (!isPlayModeSupported(mode)) {
         KELO_LOG_WARN(kLogger, "Play mode not supported: " << args.get(QStringLiteral("playMode")).toString());

@@ -1,0 +1,137 @@
+// Following edits of the playing playlist. The playlist has renumbered its entries and adjusted its
+// last played number before it signals; these slots bring the shuffle order, the announced next
+// media and the play-logic data in line.
+#include <algorithm>
+
+#include "KeloLog.h"
+#include "PlayList.h"
+#include "PlayListPlayLogic.h"
+
+namespace {
+constexpr char kLog[] = "PlayListsPlayLogic";
+}  // namespace
+
+void PlayListPlayLogic::on_currentPlayList_itemsAdded(const QString& position, int firstSeqNum, int count)
+{
+    KELO_LOG_TRACE(kLog, "pos=" << position << " count=" << count
+                                << " lastSeq=" << (currentPlayList ? currentPlayList->getLastSequenceNumber() : -1));
+    const int p = KeloPlayListAddPosition::fromString(position);
+    if (p == KeloPlayListAddPosition::AfterCurrent && pendingTrackRoles.value().isI32_()) {
+        // The player was told what follows; the new entries follow now.
+        prepareNextMedia();
+        if (shuffleEnabled)
+            insertIntoShuffle(firstSeqNum, count);
+        return;
+    }
+    if (!shuffleEnabled)
+        return;
+    if (p == KeloPlayListAddPosition::Now || p == KeloPlayListAddPosition::AfterCurrent) {
+        insertIntoShuffle(firstSeqNum, count);
+    } else if (p == KeloPlayListAddPosition::Append) {
+        // Mixed only into the part of the order not yet played.
+        for (int s = firstSeqNum; s < firstSeqNum + count; ++s) {
+            m_shuffleSeq.append(s);
+            randomizeShuffleItems(m_shuffleCurIndex + 1);
+        }
+    } else {
+        KELO_LOG_ERROR(kLog, "Unknown position specifier: " << position);
+    }
+}
+
+// Entries inserted behind the last played one play next, in list order, before the rest of the order.
+void PlayListPlayLogic::insertIntoShuffle(int first, int count)
+{
+    if (count < 1)
+        return;
+    for (int& entry : m_shuffleSeq) {
+        if (entry >= first)
+            entry += count;
+    }
+    for (int j = 0; j < count; ++j)
+        m_shuffleSeq.insert(m_shuffleCurIndex + 1 + j, first + j);
+}
+
+void PlayListPlayLogic::on_currentPlayList_itemsRemoved(const QList<int>& indices, int lastSeqNum)
+{
+    KELO_LOG_TRACE(kLog, "indices.size()=" << indices.size() << " lastSeqNum=" << lastSeqNum);
+    if (currentPlayList->getSize() == 0) {
+        on_currentPlayList_cleared();
+        return;
+    }
+    // Each number is applied to the order as already adjusted for the ones before it.
+    if (shuffleEnabled) {
+        for (int removed : indices)
+            removeFromShuffle(removed);
+    }
+    if (!indices.contains(lastSeqNum)) {
+        updateSequenceNumberInData();
+        return;
+    }
+    // The playing entry went; the one that moved into its place plays on.
+    const int below = int(std::count_if(indices.begin(), indices.end(), [lastSeqNum](int i) { return i < lastSeqNum; }));
+    const KeloRoles follower = getTrackAbsolute(lastSeqNum - below);
+    if (!follower.isEmpty())
+        playTrackRoles(follower);
+    else if (currentPlayList->getRepeatAll())
+        playTrackRoles(getNextTrack());
+    else
+        PlayLogicInterface::stop(PlayLogicInterface::playerInstance());
+}
+
+void PlayListPlayLogic::removeFromShuffle(int removed)
+{
+    for (int i = 0; i < m_shuffleSeq.size();) {
+        if (m_shuffleSeq[i] == removed) {
+            m_shuffleSeq.remove(i);
+            if (m_shuffleCurIndex >= i)
+                --m_shuffleCurIndex;
+            continue;
+        }
+        if (m_shuffleSeq[i] > removed)
+            --m_shuffleSeq[i];
+        ++i;
+    }
+}
+
+// The two numbers trade places in the order; the entries between them keep theirs.
+void PlayListPlayLogic::on_currentPlayList_itemMoved(int from, int to)
+{
+    KELO_LOG_TRACE(kLog, "from=" << from << " to=" << to);
+    if (shuffleEnabled && !m_shuffleSeq.isEmpty()) {
+        for (int& entry : m_shuffleSeq) {
+            if (entry == from)
+                entry = to;
+            else if (entry == to)
+                entry = from;
+        }
+    }
+    updateSequenceNumberInData();
+}
+
+void PlayListPlayLogic::on_currentPlayList_cleared()
+{
+    PlayLogicInterface::stop(PlayLogicInterface::playerInstance());
+}
+
+// A playlist's flags shown in the player's mode; the order and the repeat setting are left alone.
+void PlayListPlayLogic::on_currentPlayList_shuffleChanged(bool shuffle)
+{
+    if (shuffle == shuffleEnabled)
+        return;
+    const int mode = playMode();
+    int newMode = mode;
+    if (mode == KeloPlayerPlayMode::RepeatAll || mode == KeloPlayerPlayMode::ShuffleRepeatAll)
+        newMode = KeloPlayerPlayMode::RepeatAll + shuffle;
+    else if (mode == KeloPlayerPlayMode::RepeatOne || mode == KeloPlayerPlayMode::ShuffleRepeatOne)
+        newMode = KeloPlayerPlayMode::RepeatOne + shuffle;
+    else if (mode == KeloPlayerPlayMode::Normal || mode == KeloPlayerPlayMode::Shuffle)
+        newMode = shuffle;
+    setPlayMode(KeloPlayerPlayMode::Enum(newMode));
+}
+
+void PlayListPlayLogic::on_currentPlayList_repeatAllChanged(bool repeatAll)
+{
+    if (repeatAll == (repeatMode == RepeatAll))
+        return;
+    setPlayMode(KeloPlayerPlayMode::Enum(repeatAll ? KeloPlayerPlayMode::RepeatAll + shuffleEnabled : int(shuffleEnabled)));
+}

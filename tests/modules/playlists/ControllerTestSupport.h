@@ -1,0 +1,70 @@
+#pragma once
+// A Controller on a fresh model, driven the way the worker drives it: set-data requests on the
+// command paths, answered through their replies.
+#include "Controller.h"
+#include "KeloPaths.h"
+#include "PlayListTestSupport.h"
+
+namespace pltest {
+
+class ControllerTest : public ModelTest
+{
+protected:
+    void SetUp() override
+    {
+        ModelTest::SetUp();
+        controller = std::make_unique<Controller>(nullptr, manager.get());
+    }
+    void TearDown() override
+    {
+        controller.reset();
+        ModelTest::TearDown();
+    }
+    void reopenWithLimit(int itemsLimit)
+    {
+        controller.reset();
+        reopen(itemsLimit);
+        controller = std::make_unique<Controller>(nullptr, manager.get());
+    }
+
+    // Sends value on path and returns the answer as it stands when the controller returned.
+    Answer send(const CMPath& path, const QVariant& value)
+    {
+        CMSetDataRequest request(path, value);
+        EXPECT_TRUE(controller->handleSetData(request)) << path.toEncoded().toStdString();
+        return answerOf(request.reply());
+    }
+    int createPlayList(const QString& name)
+    {
+        return send(KeloPlayListPlCreatePath(), QVariantHash{{"name", name}}).value.i32_();
+    }
+
+    std::unique_ptr<Controller> controller;
+};
+
+// One argument record as a variant hash: {"plid": 5, "items": [1, 2]}.
+inline QVariantHash args(std::initializer_list<std::pair<const char*, QVariant>> fields)
+{
+    QVariantHash hash;
+    for (const auto& field : fields)
+        hash.insert(QString::fromLatin1(field.first), field.second);
+    return hash;
+}
+
+inline QVariantList intList(const QList<int>& values)
+{
+    QVariantList list;
+    for (int v : values)
+        list.append(v);
+    return list;
+}
+
+inline QVariantList itemList(const QList<KeloPlayListItem>& items)
+{
+    QVariantList list;
+    for (const KeloPlayListItem& item : items)
+        list.append(item.toVariant());
+    return list;
+}
+
+}  // namespace pltest

@@ -1,0 +1,159 @@
+// The root's settings tree: defaults, persistence, requests, events and value items.
+#include <QFile>
+#include <QSignalSpy>
+#include <atomic>
+#include <thread>
+
+#include "CMEventHub.h"
+#include "CMValueItem.h"
+#include "FrameworkTestSupport.h"
+#include "KeloPaths.h"
+
+using namespace FrameworkTest;
+
+namespace {
+class FrameworkSettings : public RootTest
+{
+protected:
+    void writeSettingsFile(const QByteArray& text)
+    {
+        root.reset();
+        QDir().mkpath(QFileInfo(settingsFile()).absolutePath());
+        QFile file(settingsFile());
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(text);
+        file.close();
+        restart();
+    }
+
+    void restart()
+    {
+        root.reset();
+        root = std::make_unique<CMRootWorker>(settingsFile());
+    }
+
+    CMVoidReply set(const CMPath& path, const QVariant& value)
+    {
+        const CMVoidReply reply;
+        root->sendSetData(CMSetDataRequest(path, value, reply));
+        return reply;
+    }
+};
+}  // namespace
+
+TEST_F(FrameworkSettings, DefaultsHoldUntilSomethingIsSet)
+{
+    EXPECT_EQ(root->value(KeloPlayListsSettingsDataBaseItemsLimitPath()).i32_(), 10000);
+    EXPECT_FALSE(root->value(KeloPlayListSettingsDataBaseVacuumPath()).bool_());
+    EXPECT_TRUE(root->value(KeloPlayListSettingsPlayqueueVisibilityPath()).bool_());
+    EXPECT_TRUE(root->value(KeloPlayListSettingsCollectionsVisibilityPath()).bool_());
+    EXPECT_EQ(root->value(KeloPowerManagerTargetPath()).powerTarget().target(), 1);
+    EXPECT_FALSE(root->getValue(CMPath("settings:unknown/thing")).isValid());
+}
+
+TEST_F(FrameworkSettings, ASetValueSurvivesARestartOfTheRoot)
+{
+    const CMVoidReply reply;
+    root->setValue(KeloPlayListsSettingsDataBaseItemsLimitPath(), KeloValue::fromI32(500), reply);
+    ASSERT_TRUE(reply.isFinished());
+    EXPECT_EQ(KeloValue(KeloHash(reply.variant().toHash())).i32_(), 500);
+
+    restart();
+    EXPECT_EQ(root->value(KeloPlayListsSettingsDataBaseItemsLimitPath()).i32_(), 500);
+    EXPECT_TRUE(root->value(KeloPlayListSettingsPlayqueueVisibilityPath()).bool_());
+}
+
+TEST_F(FrameworkSettings, AMalformedFileKeepsTheDefaultsAndIsReplacedByTheNextChange)
+{
+    writeSettingsFile("{ not json");
+    EXPECT_EQ(root->value(KeloPlayListsSettingsDataBaseItemsLimitPath()).i32_(), 10000);
+
+    ASSERT_FALSE(set(KeloPlayListSettingsDataBaseVacuumPath(), KeloValue::fromBool(true).toVariant()).hasError());
+    restart();
+    EXPECT_TRUE(root->value(KeloPlayListSettingsDataBaseVacuumPath()).bool_());
+}
+
+TEST_F(FrameworkSettings, BadEntriesOfTheFileAreSkippedAndTheRestIsKept)
+{
+    writeSettingsFile(R"({"settings:playlists/dbItemsLimit": {"type": "i32_", "i32_": 7},
+                          "settings:playlists/dbVacuum": {"type": "i32_", "i32_": 1},
+                          "settings:other": 12,
+                          "media:x": {"type": "bool_", "bool_": true}})");
+    EXPECT_EQ(root->value(KeloPlayListsSettingsDataBaseItemsLimitPath()).i32_(), 7);
+    EXPECT_TRUE(root->value(KeloPlayListSettingsDataBaseVacuumPath()).isBool_());
+    EXPECT_FALSE(root->getValue(CMPath("settings:other")).isValid());
+    EXPECT_FALSE(root->getValue(CMPath("media:x")).isValid());
+}
+
+TEST_F(FrameworkSettings, SetDataTakesOnlyWellFormedValuesOfTheStoredType)
+{
+    EXPECT_FALSE(set(CMPath("settings:playlists/dbItemsLimit"), KeloValue::fromI32(3).toVariant()).hasError());
+    EXPECT_EQ(set(CMPath("settings:playlists/dbItemsLimit"), 4).error().Name(), CMError::BadRequestName());
+    EXPECT_EQ(set(CMPath("settings:playlists/dbItemsLimit"), KeloValue::fromBool(true).toVariant()).error().Name(),
+              CMError::BadRequestName());
+    EXPECT_EQ(root->value(KeloPlayListsSettingsDataBaseItemsLimitPath()).i32_(), 3);
+
+    EXPECT_FALSE(set(CMPath("settings:new/one"), KeloValue::fromString(QStringLiteral("Mix")).toVariant()).hasError());
+    EXPECT_EQ(root->value(CMPath("settings:new/one")).string_(), QStringLiteral("Mix"));
+}
+
+TEST_F(FrameworkSettings, GetDataAnswersTheValueOrNotFound)
+{
+    const CMReply<QVariant> known;
+    root->sendGetData(CMGetDataRequest(KeloPowerManagerTargetPath(), {}, known));
+    EXPECT_EQ(KeloValue(KeloHash(known.value().toHash())).powerTarget().target(), 1);
+
+    const CMReply<QVariant> unknown;
+    root->sendGetData(CMGetDataRequest(CMPath("settings:nothing"), {}, unknown));
+    EXPECT_EQ(unknown.error().Name(), CMError::NotFoundName());
+}
+
+TEST_F(FrameworkSettings, AChangeIsPublishedAsAValueEvent)
+{
+    const auto subscriber = CMEventHub::instance().subscribe();
+    set(KeloPlayListSettingsDataBaseVacuumPath(), KeloValue::fromBool(true).toVariant());
+
+    QVariantHash event;
+    ASSERT_TRUE(subscriber->next(&event, 0));
+    EXPECT_EQ(event, QVariantHash({{QStringLiteral("path"), QStringLiteral("settings:playlists/dbVacuum")},
+                                   {QStringLiteral("change"), QStringLiteral("value")},
+                                   {QStringLiteral("value"), KeloValue::fromBool(true).toVariant()}}));
+}
+
+TEST_F(FrameworkSettings, AValueItemHearsOnlyItsPathWithNewAndOldValue)
+{
+    CMValueItem item(nullptr, CMPath("powermanager:target"));
+    QSignalSpy changed(&item, &CMValueItem::changed);
+    KeloValue standby;
+    standby.setPowerTarget(KeloPowerManagerTarget(KeloPowerManagerTarget::NetworkStandby));
+
+    set(KeloPlayListSettingsDataBaseVacuumPath(), KeloValue::fromBool(true).toVariant());
+    set(KeloPowerManagerTargetPath(), standby.toVariant());
+
+    ASSERT_EQ(changed.count(), 1);
+    EXPECT_EQ(changed.at(0).at(0).value<KeloValue>().powerTarget().target(), 2);
+    EXPECT_EQ(changed.at(0).at(1).value<KeloValue>().powerTarget().target(), 1);
+    EXPECT_EQ(item.value().powerTarget().target(), 2);
+}
+
+TEST_F(FrameworkSettings, AValueItemInAnotherThreadIsToldInItsThread)
+{
+    QThread thread;
+    QObject context;
+    context.moveToThread(&thread);
+    thread.start();
+    CMValueItem* item = nullptr;
+    std::atomic<QThread*> toldIn{nullptr};
+    QMetaObject::invokeMethod(&context, [&]() {
+        item = new CMValueItem(nullptr, KeloPlayListSettingsDataBaseVacuumPath());
+        QObject::connect(item, &CMValueItem::changed, item, [&]() { toldIn = QThread::currentThread(); });
+    }, Qt::BlockingQueuedConnection);
+
+    set(KeloPlayListSettingsDataBaseVacuumPath(), KeloValue::fromBool(true).toVariant());
+    ASSERT_TRUE(QTest::qWaitFor([&]() { return toldIn.load() != nullptr; }));
+    EXPECT_EQ(toldIn.load(), &thread);
+
+    QMetaObject::invokeMethod(&context, [&]() { delete item; }, Qt::BlockingQueuedConnection);
+    thread.quit();
+    thread.wait();
+}

@@ -1,0 +1,191 @@
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+#include <log4cplus/appender.h>
+#include <log4cplus/spi/loggingevent.h>
+#include <vector>
+
+#include "KeloLog.h"
+#include "Language.h"
+
+namespace {
+
+bool writeFile(const QString& name, const QByteArray& text)
+{
+    QFile file(name);
+    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
+}
+
+struct Captured
+{
+    QString message;
+    QString function;
+    QString file;
+    int line;
+};
+
+class CapturingAppender : public log4cplus::Appender
+{
+public:
+    ~CapturingAppender() override { destructorImpl(); }
+    void close() override {}
+    std::vector<Captured> events;
+
+protected:
+    void append(const log4cplus::spi::InternalLoggingEvent& e) override
+    {
+        events.push_back({QString::fromStdString(e.getMessage()), QString::fromStdString(e.getFunction()),
+                          QString::fromStdString(e.getFile()), e.getLine()});
+    }
+};
+
+// A logger of its own with a capturing appender, detached from the root's console.
+class LoggingTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        logger = KeloLog::logger("RecordsTest.Capture");
+        logger.setAdditivity(false);
+        logger.addAppender(log4cplus::SharedAppenderPtr(appender));
+    }
+    void TearDown() override { logger.removeAllAppenders(); }
+
+    CapturingAppender* appender = new CapturingAppender;
+    log4cplus::Logger logger;
+};
+
+struct Traced
+{
+    static QString run(int* evaluated)
+    {
+        KELO_TRACE_SCOPE("RecordsTest.Capture");
+        KELO_LOG_INFO("RecordsTest.Capture", "inside " << ++*evaluated);
+        return QString::fromUtf8(Q_FUNC_INFO);
+    }
+    QString context() const { return KELO_TRS("Playlist %1", {TrArg("x")}).context(); }
+};
+
+}  // namespace
+
+TEST(TranslationContext, IsTheQualifiedNameOfTheFunction)
+{
+    const std::vector<std::pair<const char*, const char*>> cases{
+        {"bool Controller::plCreate(CMSetDataRequest, QString&, int&)", "Controller::plCreate"},
+        {"Controller::Controller(QObject*)", "Controller::Controller"},
+        {"virtual void Ns::Node::getRowsRequest(const CMGetRowsRequest&) const", "Ns::Node::getRowsRequest"},
+        {"void helper()", "helper"},
+        {"QList<QPair<QString, QString> > CMPath::parameters() const", "CMPath::parameters"},
+        {"static const char* Foo::name()", "Foo::name"},
+        {"void Foo<T>::bar(T) [with T = std::map<int, int>]", "Foo::bar"},
+        {"T tf(T) [with T = double]", "tf"},
+        {"Controller::plCreate(CMSetDataRequest, QString&, int&)::<lambda(int)>", "Controller::plCreate"},
+        {"bool Foo<T>::operator<(const Foo<T>&) const [with T = int]", "Foo::operator<"},
+        {"QDebug operator<<(QDebug, const CMPath&)", "operator<<"},
+        {"void C::operator()(int)", "C::operator()"},
+        {"Foo<T>::operator bool() const [with T = int]", "Foo::operator bool"},
+        {"void {anonymous}::anon(int)", "{anonymous}::anon"},
+        {"void (anonymous namespace)::anon(int)", "(anonymous namespace)::anon"},
+        {"void (* Foo::handler())(int)", "Foo::handler"},
+        {"", ""},
+    };
+    for (const auto& [signature, context] : cases)
+        EXPECT_EQ(trExtractContext(signature), QString(context)) << signature;
+    EXPECT_TRUE(trExtractContext(nullptr).isEmpty());
+    EXPECT_EQ(Traced().context(), "{anonymous}::Traced::context");
+}
+
+TEST(Translation, LooksTextsUpByContextAndPassesTheRestThrough)
+{
+    QTemporaryDir dir;
+    const QString good = dir.filePath("good.json");
+    ASSERT_TRUE(writeFile(good, R"({"Ctl::a": {"Delete": "L\u00f6schen", "Empty": ""}, "Ctl::b": {}})"));
+    ASSERT_TRUE(Language::loadCatalogue(good));
+    EXPECT_EQ(Language::ntr("Ctl::a", "Delete"), QString::fromUtf8("L\u00f6schen"));
+    EXPECT_EQ(Language::ntr("Ctl::b", "Delete"), "Delete");
+    EXPECT_EQ(Language::ntr("Ctl::a", "Empty"), "Empty");
+
+    for (const QByteArray& bad : {QByteArray("[1]"), QByteArray(R"({"Ctl::a": "x"})"),
+                                  QByteArray(R"({"Ctl::a": {"Delete": 1}})"), QByteArray("{")}) {
+        ASSERT_TRUE(writeFile(dir.filePath("bad.json"), bad));
+        EXPECT_FALSE(Language::loadCatalogue(dir.filePath("bad.json"))) << bad.constData();
+    }
+    EXPECT_FALSE(Language::loadCatalogue(dir.filePath("missing.json")));
+    EXPECT_EQ(Language::ntr("Ctl::a", "Delete"), QString::fromUtf8("L\u00f6schen"));
+
+    Language::clearCatalogue();
+    EXPECT_EQ(Language::ntr("Ctl::a", "Delete"), "Delete");
+}
+
+TEST(Translation, TrStringFillsArgumentsIntoTheTranslatedText)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(writeFile(dir.filePath("c.json"), R"({"Ctx": {"Move %1 to %2": "Nach %2: %1", "%1": "tr"}})"));
+    ASSERT_TRUE(Language::loadCatalogue(dir.filePath("c.json")));
+
+    EXPECT_EQ(TrString("Ctx", "Move %1 to %2", {TrArg("A"), TrArg("B")}).toString(), "Nach B: A");
+    // An argument holding a marker is inserted as it is, not filled again.
+    EXPECT_EQ(TrString("Other", "Add %1 to %2", {TrArg("100%2"), TrArg("Mix")}).toString(), "Add 100%2 to Mix");
+    EXPECT_EQ(TrString("Other", "%1 and %3 at 50%", {TrArg("x")}).toString(), "x and %3 at 50%");
+    EXPECT_EQ(TrString("Other", "%11", {TrArg("a")}).toString(), "%11");
+    // A plain text (a playlist's name) is never translated.
+    EXPECT_EQ(TrString(QStringLiteral("%1")).toString(), "%1");
+    Language::clearCatalogue();
+}
+
+TEST_F(LoggingTest, TheTracerWritesEnterWithTheSignatureAndLeave)
+{
+    logger.setLogLevel(log4cplus::TRACE_LOG_LEVEL);
+    int evaluated = 0;
+    const QString signature = Traced::run(&evaluated);
+
+    ASSERT_EQ(appender->events.size(), 3u);
+    EXPECT_EQ(appender->events[0].message, "Enter " + signature);
+    EXPECT_EQ(appender->events[1].message, "inside 1");
+    EXPECT_EQ(appender->events[2].message, "Leave");
+    for (const Captured& e : appender->events) {
+        EXPECT_EQ(e.function, signature);
+        EXPECT_TRUE(e.file.endsWith("LanguageLogTest.cpp")) << qPrintable(e.file);
+        EXPECT_GT(e.line, 0);
+    }
+}
+
+TEST_F(LoggingTest, RecordsBelowTheLevelAreNeitherBuiltNorWritten)
+{
+    logger.setLogLevel(log4cplus::WARN_LOG_LEVEL);
+    int evaluated = 0;
+    Traced::run(&evaluated);
+    EXPECT_EQ(evaluated, 0);
+    EXPECT_TRUE(appender->events.empty());
+    KELO_LOG_ERROR("RecordsTest.Capture", "failed " << QStringLiteral("x"));
+    ASSERT_EQ(appender->events.size(), 1u);
+    EXPECT_EQ(appender->events[0].message, "failed x");
+}
+
+TEST(LoggingConfiguration, ReadsAPropertiesFileAndFallsBackToTheConsoleAtWarn)
+{
+    QTemporaryDir dir;
+    const QString logFile = dir.filePath("out.log");
+    const QString properties = dir.filePath("log.properties");
+    ASSERT_TRUE(writeFile(properties, QStringLiteral("log4cplus.logger.RecordsTest.File=TRACE, F\n"
+                                                     "log4cplus.appender.F=log4cplus::FileAppender\n"
+                                                     "log4cplus.appender.F.File=%1\n"
+                                                     "log4cplus.appender.F.layout=log4cplus::PatternLayout\n"
+                                                     "log4cplus.appender.F.layout.ConversionPattern=%m|%M%n\n")
+                                          .arg(logFile)
+                                          .toUtf8()));
+    KeloLog::configure(properties);
+    KELO_LOG_DEBUG("RecordsTest.File", "written " << 42);
+    KeloLog::configure();  // closes the file appender
+
+    QFile file(logFile);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QString text = QString::fromUtf8(file.readAll());
+    EXPECT_TRUE(text.startsWith("written 42|")) << qPrintable(text);
+    EXPECT_TRUE(text.contains("LoggingConfiguration")) << qPrintable(text);
+
+    EXPECT_FALSE(KeloLog::logger("RecordsTest.File").isEnabledFor(log4cplus::INFO_LOG_LEVEL));
+    EXPECT_TRUE(KeloLog::logger("RecordsTest.File").isEnabledFor(log4cplus::WARN_LOG_LEVEL));
+    KeloLog::configure(dir.filePath("missing.properties"));
+    EXPECT_FALSE(KeloLog::logger("RecordsTest.Other").isEnabledFor(log4cplus::INFO_LOG_LEVEL));
+}

@@ -1,0 +1,155 @@
+#include <QMetaType>
+#include <cmath>
+#include <gtest/gtest.h>
+
+#include "CMError.h"
+#include "KeloJson.h"
+#include "KeloPlayList.h"
+#include "KeloRoles.h"
+
+namespace {
+
+KeloHash fromJsonText(const char* text)
+{
+    bool ok = false;
+    const QVariant v = KeloJson::parse(QString::fromUtf8(text), &ok);
+    EXPECT_TRUE(ok) << text;
+    return KeloHash(v.toHash());
+}
+
+KeloPlayListPlId withPlid(const QVariant& plid)
+{
+    return KeloPlayListPlId(KeloHash({{"plid", plid}}));
+}
+
+}  // namespace
+
+TEST(RecordAccessors, ReadWholeNumbersOfAnyTypeAndGiveTheFallbackForAnythingElse)
+{
+    // JSON numbers arrive as whatever type Qt picks (double, qlonglong); the accessor must not care.
+    EXPECT_EQ(withPlid(5.0).plid(), 5);
+    EXPECT_EQ(withPlid(qlonglong(-7)).plid(), -7);
+    EXPECT_EQ(withPlid(2147483647.0).plid(), 2147483647);
+    EXPECT_EQ(KeloPlayListPlId(KeloHash::fromJson(QJsonObject{{"plid", 5}})).plid(), 5);
+    for (const QVariant& wrong : {QVariant("5"), QVariant(true), QVariant(5.5), QVariant(3e9), QVariant(-3e9),
+                                  QVariant(qlonglong(1) << 40), QVariant(std::nan("")), QVariant(QVariantList{5}),
+                                  QVariant()}) {
+        EXPECT_EQ(withPlid(wrong).plid(), -1) << qPrintable(wrong.toString());
+    }
+    const KeloPlayListPlCreate create(KeloHash({{"name", 5}}));
+    EXPECT_TRUE(create.name().isEmpty());
+    KeloMetaData meta(KeloHash({{"AllowSeekTime", "true"}, {"AllowSeekBytes", 1}}));
+    EXPECT_FALSE(meta.allowSeekTime());
+    EXPECT_FALSE(meta.allowSeekBytes());
+    EXPECT_TRUE(KeloRoles(KeloHash({{"value", "text"}})).value().isEmpty());
+}
+
+TEST(ArgumentRecords, ReadTheirJsonForms)
+{
+    EXPECT_EQ(KeloPlayListPlCreate(fromJsonText(R"({"name": "Mix"})")).name(), "Mix");
+    const KeloPlayListPlSetName setName(fromJsonText(R"({"plid": 5, "name": "X"})"));
+    EXPECT_EQ(setName.plid(), 5);
+    EXPECT_EQ(setName.name(), "X");
+    const KeloPlayListPlMoveItems move(fromJsonText(R"({"plid": 5, "items": [3], "to": 0})"));
+    EXPECT_EQ(move.items(), QList<int>{3});
+    EXPECT_EQ(move.to(), 0);
+    const KeloPlayListPlAddItems add(fromJsonText(R"({"plid": 5, "items": ["media:track/12"], "mode": 2, "fromPlid": -1})"));
+    ASSERT_EQ(add.items().size(), 1);
+    EXPECT_EQ(CMPath::fromQVariant(add.items().at(0)), CMPath("media:track/12"));
+    EXPECT_EQ(add.mode(), KeloPlayListAddPosition::Append);
+    EXPECT_EQ(add.fromPlid(), -1);
+    const KeloPlayListClAddRemoveItem clItem(fromJsonText(R"({"clid": 3, "plid": 5})"));
+    EXPECT_EQ(clItem.clid(), 3);
+    EXPECT_EQ(clItem.plid(), 5);
+    EXPECT_EQ(KeloPlayListClId(fromJsonText("{}")).clid(), -1);
+    EXPECT_FALSE(KeloPlayListPlAddItems(fromJsonText(R"({"plid": 5})")).hasMode());
+}
+
+TEST(ArgumentRecords, ListsLeaveOutElementsOfTheWrongType)
+{
+    const KeloPlayListPlRemoveItems remove(fromJsonText(R"({"plid": 5, "items": [1, "2", 3.5, 4.0, true, null, {}, 5]})"));
+    EXPECT_EQ(remove.items(), (QList<int>{1, 4, 5}));
+    EXPECT_TRUE(KeloPlayListPlRemoveItems(fromJsonText(R"({"items": "1,2"})")).items().isEmpty());
+
+    const KeloPlayListPlAddExternalItems external(
+        fromJsonText(R"({"plid": 5, "items": [{"uid": 1, "title": "A"}, "media:x", 3, {"uid": 2}], "mode": "now"})"));
+    const QList<KeloPlayListItem> items = external.items();
+    ASSERT_EQ(items.size(), 2);
+    EXPECT_EQ(items.at(0).title(), "A");
+    EXPECT_EQ(items.at(1).uid(), 2);
+    EXPECT_EQ(external.mode(), KeloPlayListAddPosition::Now);
+}
+
+TEST(ArgumentRecords, ModesAreReadAsNumbersOrNamesAndWrittenAsNames)
+{
+    auto shuffle = [](const QVariant& mode) { return KeloPlayListPlSetShuffle(KeloHash({{"mode", mode}})).mode(); };
+    EXPECT_EQ(shuffle(1), KeloPlayListPlShuffleMode::On);
+    EXPECT_EQ(shuffle(1.0), KeloPlayListPlShuffleMode::On);
+    EXPECT_EQ(shuffle("on"), KeloPlayListPlShuffleMode::On);
+    EXPECT_EQ(shuffle("1"), KeloPlayListPlShuffleMode::On);
+    for (const QVariant& bad : {QVariant("shuffle"), QVariant(1.5), QVariant(true), QVariant(), QVariant("")})
+        EXPECT_EQ(shuffle(bad), KeloPlayListPlShuffleMode::Invalid) << qPrintable(bad.toString());
+
+    EXPECT_EQ(KeloPlayListPlSetRepeat(fromJsonText(R"({"plid": 5, "mode": 3})")).mode(), 3);
+
+    KeloPlayListPlAddItems add;
+    add.setMode(KeloPlayListAddPosition::AfterCurrent);
+    EXPECT_EQ(add.get("mode"), QVariant("afterCurrent"));
+    EXPECT_EQ(add.mode(), KeloPlayListAddPosition::AfterCurrent);
+    add.setItems({"media:a", "media:b"});
+    EXPECT_EQ(CMPath::fromQVariant(add.items().value(1)), CMPath("media:b"));
+}
+
+TEST(Enumerations, NamesAndNumbersConvertBothWays)
+{
+    const QStringList playModes{"normal", "shuffle", "repeatOne", "shuffleRepeatOne", "repeatAll", "shuffleRepeatAll"};
+    for (int i = 0; i < playModes.size(); ++i) {
+        EXPECT_EQ(KeloPlayerPlayMode::toString(i), playModes.at(i));
+        EXPECT_EQ(KeloPlayerPlayMode::fromString(playModes.at(i)), i);
+        EXPECT_EQ(KeloPlayerPlayMode::fromVariant(playModes.at(i)), i);
+    }
+    EXPECT_EQ(KeloPlayListAddPosition::toString(1), "afterCurrent");
+    EXPECT_EQ(KeloPlayListAddPosition::fromString("append"), KeloPlayListAddPosition::Append);
+    EXPECT_EQ(KeloPlayListPlShuffleMode::toString(0), "off");
+    EXPECT_EQ(KeloPlayListPlRepeatMode::toString(1), "one");
+    EXPECT_EQ(KeloPlayListPlRepeatMode::fromString("all"), KeloPlayListPlRepeatMode::All);
+    EXPECT_EQ(KeloPowerManagerTarget::toString(2), "networkStandby");
+    EXPECT_EQ(KeloPowerManagerTarget::fromString("online"), KeloPowerManagerTarget::Online);
+}
+
+TEST(Enumerations, UnnamedNumbersAreTextAndUnknownNamesAreInvalid)
+{
+    EXPECT_EQ(KeloPlayListPlRepeatMode::toString(3), "3");
+    EXPECT_EQ(KeloPlayListPlRepeatMode::fromString("3"), 3);
+    EXPECT_EQ(KeloPlayerPlayMode::fromString("-1"), -1);
+    for (const char* text : {"All", "repeat", "", "-", "1x", "0x1", " 1", "+1", "99999999999"}) {
+        EXPECT_EQ(KeloPlayListPlRepeatMode::fromString(text), KeloPlayListPlRepeatMode::Invalid) << text;
+        EXPECT_EQ(KeloPlayerPlayMode::fromVariant(QString(text)), KeloPlayerPlayMode::Invalid) << text;
+    }
+    EXPECT_EQ(KeloPlayerPlayMode::fromVariant(QVariantList{1}), KeloPlayerPlayMode::Invalid);
+    EXPECT_EQ(KeloPowerManagerTarget::fromString("standby"), -1);
+    EXPECT_EQ(KeloPowerManagerTarget::fromString("2"), 2);
+}
+
+TEST(RoleRecords, RowsRolesTakeTheTitleOfTheirRoles)
+{
+    KeloRoles roles;
+    roles.setTitle(QStringLiteral("Queue"));
+    KeloRowsRoles rows;
+    rows.setRoles(roles);
+    EXPECT_EQ(rows.title(), "Queue");
+    EXPECT_EQ(rows.roles(), roles);
+    KeloRoles untitled;
+    untitled.setType(KeloRolesType::Container);
+    rows.setRoles(untitled);
+    EXPECT_EQ(rows.title(), "Queue");
+}
+
+TEST(RecordTypes, AreRegisteredSoThatTheyCrossThreads)
+{
+    for (const char* name : {"KeloHash", "KeloValue", "KeloRoles", "KeloRowsRoles", "KeloPlayListItem", "CMPath",
+                             "CMError"})
+        EXPECT_NE(QMetaType::type(name), QMetaType::UnknownType) << name;
+    EXPECT_EQ(QVariant::fromValue(CMPath("a:b?x=1&y=2")), QVariant::fromValue(CMPath("a:b?y=2&x=1")));
+    EXPECT_NE(QVariant::fromValue(KeloValue::fromI32(1)), QVariant::fromValue(KeloValue::fromI32(2)));
+}
