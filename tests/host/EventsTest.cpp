@@ -16,19 +16,18 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(m_dir.isValid());
-        ASSERT_TRUE(m_host.start(m_dir.filePath(QStringLiteral("data")), {})) << m_host.errorOutput().toStdString();
+        ASSERT_TRUE(m_host.start(m_dir.filePath("data"), {})) << m_host.errorOutput().toStdString();
     }
     void setLimit(int limit) const
     {
-        ASSERT_EQ(m_host.post("/api/setData", jsonText(QVariantHash{{QStringLiteral("path"), QStringLiteral("settings:playlists/dbItemsLimit")},
-                                                                    {QStringLiteral("value"), i32Value(limit)}})),
-                  200);
+        const QVariantHash request = {{"path", "settings:playlists/dbItemsLimit"}, {"value", i32Value(limit)}};
+        ASSERT_EQ(m_host.post("/api/setData", jsonText(request)), 200);
     }
     static bool isLimit(const QVariantHash& event, int limit)
     {
-        return event.value(QStringLiteral("path")) == QStringLiteral("settings:playlists/dbItemsLimit")
-               && event.value(QStringLiteral("change")) == QStringLiteral("value")
-               && event.value(QStringLiteral("value")).toHash() == i32Value(limit);
+        return event.value("path") == "settings:playlists/dbItemsLimit"
+               && event.value("change") == "value"
+               && event.value("value").toHash() == i32Value(limit);
     }
 
     QTemporaryDir m_dir;
@@ -93,7 +92,7 @@ TEST(EventStreamText, DroppedEventsAreAnnouncedAsAResetBeforeTheNextEvent)
 {
     auto subscriber = CMEventHub::instance().subscribe(2);
     for (int n = 1; n <= 5; ++n)
-        CMEventHub::instance().publish({{QStringLiteral("n"), n}});
+        CMEventHub::instance().publish({{"n", n}});
     EXPECT_EQ(EventStream::nextChunk(*subscriber, 1000), "data: {\"change\":\"reset\",\"path\":\"\"}\n\ndata: {\"n\":4}\n\n");
     EXPECT_EQ(EventStream::nextChunk(*subscriber, 1000), "data: {\"n\":5}\n\n");
     EXPECT_EQ(EventStream::nextChunk(*subscriber, 50), ": keepalive\n\n");

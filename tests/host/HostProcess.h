@@ -2,50 +2,43 @@
 // kelo-host as a subprocess of a test: started on a free loopback port with a data directory of the
 // test's choosing, talked to with httplib, stopped with a signal. Paths of the built binaries come
 // from KELO_BIN_DIR and KELO_LIB_DIR when set, else from where the test binary itself lies.
+#include <QProcess>
 #include <QString>
 #include <QStringList>
 #include <QVariantHash>
 #include <httplib.h>
 #include <memory>
-#include <sys/types.h>
 
 class HostProcess
 {
 public:
-    HostProcess() = default;
     ~HostProcess();  // kills a host still running
-    HostProcess(const HostProcess&) = delete;
-    HostProcess& operator=(const HostProcess&) = delete;
 
     static QString binDir();
     static QString libDir();
     static QString testWorker();  // the test plug-in's library
 
-    // Starts kelo-host with --listen 127.0.0.1:0 (a later --listen wins), --data-dir dataDir and arguments, and waits for its
-    // listening line. False when it exits first (exitStatus() then tells how) or prints nothing in time.
+    // Starts kelo-host with --listen 127.0.0.1:0 (a later --listen wins), --data-dir dataDir and
+    // arguments, and waits for its listening line. False when it exits first or says nothing in time.
     bool start(const QString& dataDir, const QStringList& arguments);
     // Starts it as above, expecting it to refuse: its exit status, or -1 when it did not exit.
     int runToExit(const QString& dataDir, const QStringList& arguments);
-    // Sends sig and waits up to timeoutMs for the exit; the exit status, or -1 (the host is then killed).
+    // Sends sig and waits up to timeoutMs for the exit: the exit status, or -1 (the host is then killed).
     int stop(int sig = SIGTERM, int timeoutMs = 10000);
 
     int port() const { return m_port; }
-    int exitStatus() const { return m_exitStatus; }
     QString errorOutput() const;  // what the host wrote to stderr
     std::unique_ptr<httplib::Client> client() const;
-
     // POSTs body to path and parses the JSON answer into *json (when given). The HTTP status, or -1.
     int post(const std::string& path, const std::string& body, QVariantHash* json = nullptr,
              const httplib::Headers& headers = {}) const;
 
 private:
-    bool spawn(const QString& dataDir, const QStringList& arguments);
-    bool waitForExit(int timeoutMs);
+    void launch(const QString& dataDir, const QStringList& arguments);
+    int exitStatus() const;
 
-    pid_t m_pid = -1;
-    int m_stdout = -1;
+    QProcess m_process;
     int m_port = -1;
-    int m_exitStatus = -1;
     QString m_errorFile;
 };
 

@@ -15,26 +15,25 @@ protected:
     void SetUp() override
     {
         ASSERT_TRUE(m_dir.isValid());
-        ASSERT_TRUE(m_host.start(dataDir(), {QStringLiteral("--plugin"), HostProcess::testWorker(),
-                                             QStringLiteral("--reply-timeout-ms"), QStringLiteral("500")}))
+        ASSERT_TRUE(m_host.start(dataDir(), {"--plugin", HostProcess::testWorker(), "--reply-timeout-ms", "500"}))
             << m_host.errorOutput().toStdString();
     }
 
-    QString dataDir() const { return m_dir.filePath(QStringLiteral("data")); }
+    QString dataDir() const { return m_dir.filePath("data"); }
     QByteArray settingsFile() const
     {
-        QFile file(dataDir() + QStringLiteral("/data-rw/settings.json"));
+        QFile file(dataDir() + "/data-rw/settings.json");
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
     int limit() const
     {
         QVariantHash answer;
-        m_host.post("/api/getData", jsonText(QVariantHash{{QStringLiteral("path"), LimitPath}}), &answer);
-        return answer.value(QStringLiteral("value")).toHash().value(QStringLiteral("i32_"), -1).toInt();
+        m_host.post("/api/getData", jsonText(QVariantHash{{"path", LimitPath}}), &answer);
+        return answer.value("value").toHash().value("i32_", -1).toInt();
     }
     QString errorName(const QVariantHash& answer) const
     {
-        return answer.value(QStringLiteral("error")).toHash().value(QStringLiteral("name")).toString();
+        return answer.value("error").toHash().value("name").toString();
     }
 
     QTemporaryDir m_dir;
@@ -43,17 +42,13 @@ protected:
 
 TEST_F(HttpApi, ASetDataRoundTripReachesThePluginWorkerAndComesBackUnchanged)
 {
-    const QVariantHash value = {{QStringLiteral("name"), QStringLiteral("Mix")},
-                                {QStringLiteral("items"), QVariantList{1, QStringLiteral("media:track/2")}}};
+    const QVariantHash value = {{"name", "Mix"}, {"items", QVariantList{1, "media:track/2"}}};
     QVariantHash answer;
-    ASSERT_EQ(m_host.post("/api/setData", jsonText(QVariantHash{{QStringLiteral("path"), QStringLiteral("test:echo")},
-                                                                  {QStringLiteral("value"), value}}),
-                          &answer),
-              200);
-    EXPECT_EQ(answer.value(QStringLiteral("value")).toHash().value(QStringLiteral("received")).toHash(), value);
+    ASSERT_EQ(m_host.post("/api/setData", jsonText(QVariantHash{{"path", "test:echo"}, {"value", value}}), &answer), 200);
+    EXPECT_EQ(answer.value("value").toHash().value("received").toHash(), value);
 
     ASSERT_EQ(m_host.post("/api/getData", R"({"path": "test:echo"})", &answer), 200);
-    EXPECT_EQ(answer.value(QStringLiteral("value")).toString(), QStringLiteral("echo"));
+    EXPECT_EQ(answer.value("value").toString(), "echo");
 }
 
 TEST_F(HttpApi, WholeNumbersFromClientsReachWorkersAsInts)
@@ -62,8 +57,7 @@ TEST_F(HttpApi, WholeNumbersFromClientsReachWorkersAsInts)
     for (const auto& c : cases) {
         QVariantHash answer;
         ASSERT_EQ(m_host.post("/api/setData", R"({"path": "test:echo", "value": )" + c.first + "}", &answer), 200);
-        EXPECT_EQ(answer.value(QStringLiteral("value")).toHash().value(QStringLiteral("type")).toString(), c.second)
-            << c.first;
+        EXPECT_EQ(answer.value("value").toHash().value("type").toString(), c.second) << c.first;
     }
 }
 
@@ -71,8 +65,8 @@ TEST_F(HttpApi, AnErroredReplyIsAnOrdinaryAnswer)
 {
     QVariantHash answer;
     EXPECT_EQ(m_host.post("/api/setData", R"({"path": "test:fail", "value": 1})", &answer), 200);
-    EXPECT_EQ(errorName(answer), QStringLiteral("Failed"));
-    EXPECT_FALSE(answer.value(QStringLiteral("error")).toHash().value(QStringLiteral("message")).toString().isEmpty());
+    EXPECT_EQ(errorName(answer), "Failed");
+    EXPECT_FALSE(answer.value("error").toHash().value("message").toString().isEmpty());
 }
 
 TEST_F(HttpApi, PathsThatNobodyTakesAndRefusedRequestsAreNotFound)
@@ -87,7 +81,7 @@ TEST_F(HttpApi, PathsThatNobodyTakesAndRefusedRequestsAreNotFound)
     for (const auto& request : requests) {
         QVariantHash answer;
         EXPECT_EQ(m_host.post(request.first, request.second, &answer), 404) << request.second;
-        EXPECT_EQ(errorName(answer), QStringLiteral("NotFound")) << request.second;
+        EXPECT_EQ(errorName(answer), "NotFound") << request.second;
     }
 }
 
@@ -95,7 +89,7 @@ TEST_F(HttpApi, AReplyThatNeverFinishesIsAnsweredGatewayTimeoutAndTheHostGoesOn)
 {
     QVariantHash answer;
     EXPECT_EQ(m_host.post("/api/setData", R"({"path": "test:silent", "value": 1})", &answer), 504);
-    EXPECT_EQ(errorName(answer), QStringLiteral("Timeout"));
+    EXPECT_EQ(errorName(answer), "Timeout");
     EXPECT_EQ(m_host.post("/api/setData", R"({"path": "test:echo", "value": 1})"), 200);
 }
 
@@ -127,7 +121,7 @@ TEST_F(HttpApi, MalformedBodiesAreBadRequestsAndChangeNothing)
     for (const auto& request : requests) {
         QVariantHash answer;
         EXPECT_EQ(m_host.post(request.first, request.second, &answer), 400) << request.first << " " << request.second;
-        EXPECT_EQ(errorName(answer), QStringLiteral("BadRequest")) << request.second;
+        EXPECT_EQ(errorName(answer), "BadRequest") << request.second;
     }
     EXPECT_EQ(limit(), 10000);
     EXPECT_EQ(settingsFile(), before);
@@ -140,7 +134,7 @@ TEST_F(HttpApi, ABodyOverTheSizeLimitIsRefusedWithoutBeingApplied)
                              + R"(, "padding": ")" + padding + "\"}";
     QVariantHash answer;
     EXPECT_EQ(m_host.post("/api/setData", body, &answer), 413);
-    EXPECT_EQ(errorName(answer), QStringLiteral("PayloadTooLarge"));
+    EXPECT_EQ(errorName(answer), "PayloadTooLarge");
     EXPECT_EQ(limit(), 10000);
 }
 

@@ -14,7 +14,7 @@ class Startup : public ::testing::Test
 {
 protected:
     void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
-    QString dataDir() const { return m_dir.filePath(QStringLiteral("data")); }
+    QString dataDir() const { return m_dir.filePath("data"); }
 
     QTemporaryDir m_dir;
     HostProcess m_host;
@@ -22,19 +22,18 @@ protected:
 
 TEST_F(Startup, ListeningOutsideLoopbackWithoutATokenIsRefused)
 {
-    EXPECT_EQ(m_host.runToExit(dataDir(), {QStringLiteral("--listen"), QStringLiteral("0.0.0.0:0")}), 2);
-    EXPECT_TRUE(m_host.errorOutput().contains(QStringLiteral("--token"))) << m_host.errorOutput().toStdString();
+    EXPECT_EQ(m_host.runToExit(dataDir(), {"--listen", "0.0.0.0:0"}), 2);
+    EXPECT_TRUE(m_host.errorOutput().contains("--token")) << m_host.errorOutput().toStdString();
 }
 
 TEST_F(Startup, WithATokenEveryRequestMustCarryIt)
 {
-    ASSERT_TRUE(m_host.start(dataDir(), {QStringLiteral("--listen"), QStringLiteral("0.0.0.0:0"),
-                                         QStringLiteral("--token"), QStringLiteral("s3cret")}))
+    ASSERT_TRUE(m_host.start(dataDir(), {"--listen", "0.0.0.0:0", "--token", "s3cret"}))
         << m_host.errorOutput().toStdString();
     const std::string body = R"({"path": "settings:playlists/dbVacuum"})";
     QVariantHash answer;
     EXPECT_EQ(m_host.post("/api/getData", body, &answer), 401);
-    EXPECT_EQ(answer.value(QStringLiteral("error")).toHash().value(QStringLiteral("name")), QStringLiteral("Unauthorized"));
+    EXPECT_EQ(answer.value("error").toHash().value("name"), "Unauthorized");
     EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Authorization", "Bearer s3cre"}}), 401);
     EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Authorization", "Bearer s3cret!"}}), 401);
     EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Authorization", "Bearer s3cret"}}), 200);
@@ -48,32 +47,31 @@ TEST_F(Startup, WithATokenEveryRequestMustCarryIt)
 
 TEST_F(Startup, APlugInThatCannotBeLoadedEndsTheHostWithStatus2)
 {
-    const QStringList plugins = {m_dir.filePath(QStringLiteral("missing.so")),
-                                 HostProcess::libDir() + QStringLiteral("/libkelo_sdk.so")};
+    const QStringList plugins = {m_dir.filePath("missing.so"), HostProcess::libDir() + "/libkelo_sdk.so"};
     for (const QString& plugin : plugins) {
-        EXPECT_EQ(m_host.runToExit(dataDir(), {QStringLiteral("--plugin"), plugin}), 2) << plugin.toStdString();
+        EXPECT_EQ(m_host.runToExit(dataDir(), {"--plugin", plugin}), 2) << plugin.toStdString();
         EXPECT_TRUE(m_host.errorOutput().contains(plugin)) << m_host.errorOutput().toStdString();
     }
 }
 
 TEST_F(Startup, TheDataDirectoryIsCreatedAndHoldsTheSettings)
 {
-    const QString nested = m_dir.filePath(QStringLiteral("a/b/data"));
+    const QString nested = m_dir.filePath("a/b/data");
     ASSERT_TRUE(m_host.start(nested, {})) << m_host.errorOutput().toStdString();
     ASSERT_EQ(m_host.post("/api/setData", R"({"path": "settings:playlists/dbVacuum", "value": {"type": "bool_", "bool_": true}})"), 200);
-    EXPECT_TRUE(QFile::exists(nested + QStringLiteral("/data-rw/settings.json")));
+    EXPECT_TRUE(QFile::exists(nested + "/data-rw/settings.json"));
 }
 
 TEST_F(Startup, ThePlaylistsPlugInLoadsAndItsWorkerAnswersFromItsThread)
 {
-    const QString plugin = HostProcess::libDir() + QStringLiteral("/libkelo_playlists.so");
+    const QString plugin = HostProcess::libDir() + "/libkelo_playlists.so";
     void* library = QFile::exists(plugin) ? dlopen(QFile::encodeName(plugin).constData(), RTLD_LAZY | RTLD_LOCAL) : nullptr;
     const bool hasEntry = library && dlsym(library, "worker_create");
     if (library)
         dlclose(library);
     if (!hasEntry)
         GTEST_SKIP() << "the playlists plug-in is not built yet";
-    ASSERT_TRUE(m_host.start(dataDir(), {QStringLiteral("--plugin"), plugin})) << m_host.errorOutput().toStdString();
+    ASSERT_TRUE(m_host.start(dataDir(), {"--plugin", plugin})) << m_host.errorOutput().toStdString();
     const int status = m_host.post("/api/getRows", R"({"path": "playlists:", "fromRow": 0, "toRow": 9})");
     EXPECT_TRUE(status == 200 || status == 404) << status;
     EXPECT_EQ(m_host.stop(), 0) << m_host.errorOutput().toStdString();
@@ -81,17 +79,17 @@ TEST_F(Startup, ThePlaylistsPlugInLoadsAndItsWorkerAnswersFromItsThread)
 
 TEST_F(Startup, TheWebPageIsServedFromItsFolderAndNothingOutsideIt)
 {
-    const QString web = m_dir.filePath(QStringLiteral("web"));
-    QDir().mkpath(web + QStringLiteral("/js"));
-    const QList<QPair<QString, QByteArray>> files = {{QStringLiteral("index.html"), "<!doctype html><p>hello</p>"},
-                                                     {QStringLiteral("js/app.js"), "export const a = 1;"},
-                                                     {QStringLiteral(".secret"), "hidden"}};
+    const QString web = m_dir.filePath("web");
+    QDir().mkpath(web + "/js");
+    const QList<QPair<QString, QByteArray>> files = {{"index.html", "<!doctype html><p>hello</p>"},
+                                                     {"js/app.js", "export const a = 1;"},
+                                                     {".secret", "hidden"}};
     for (const auto& file : files) {
         QFile f(web + QLatin1Char('/') + file.first);
         ASSERT_TRUE(f.open(QIODevice::WriteOnly));
         f.write(file.second);
     }
-    ASSERT_TRUE(m_host.start(dataDir(), {QStringLiteral("--web-root"), web})) << m_host.errorOutput().toStdString();
+    ASSERT_TRUE(m_host.start(dataDir(), {"--web-root", web})) << m_host.errorOutput().toStdString();
     auto client = m_host.client();
     auto index = client->Get("/");
     ASSERT_TRUE(index);
@@ -110,7 +108,7 @@ TEST_F(Startup, TheWebPageIsServedFromItsFolderAndNothingOutsideIt)
 
 TEST_F(Startup, WithoutAWebFolderTheRootSaysThatThePageIsNotBuilt)
 {
-    ASSERT_TRUE(m_host.start(dataDir(), {QStringLiteral("--web-root"), m_dir.filePath(QStringLiteral("none"))}));
+    ASSERT_TRUE(m_host.start(dataDir(), {"--web-root", m_dir.filePath("none")}));
     auto page = m_host.client()->Get("/");
     ASSERT_TRUE(page);
     EXPECT_EQ(page->status, 200);
