@@ -129,7 +129,7 @@ describe('menus', () => {
     await menuItem(page, 'Delete playlist').click();
     await until(async () => (await menu(page).count()) === 0, { message: 'the menu to close' });
     await page.locator('#pane-playlists .view-title', { hasText: 'Playlists' }).waitFor();
-    assert.equal(await rows(page, 'playlists').filter({ hasText: 'Short lived' }).count(), 0);
+    await until(async () => (await rows(page, 'playlists').filter({ hasText: 'Short lived' }).count()) === 0, { message: 'the row to go' });
     await page.close();
   });
 });

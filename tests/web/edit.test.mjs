@@ -118,6 +118,7 @@ describe('removing and undo', () => {
     await row(page, 'playlists', tracks[4].title).click({ button: 'right' });
     await menuItem(page, 'Remove track').click();
     await waitForOrder(t(0, 1, 2, 3, 5, 6, 7));
+    await page.locator('.toast', { hasText: 'Removed' }).waitFor();
     await page.keyboard.press('Control+z');
     await waitForOrder(t(0, 1, 2, 3, 4, 5, 6, 7));
   });
@@ -135,6 +136,7 @@ describe('removing and undo', () => {
     await page.locator('#pane-playlists .view-actions button[data-act="menu"]').click();
     await menuItem(page, 'Delete playlist').click();
     await page.locator('#pane-playlists .view-title', { hasText: 'Playlists' }).waitFor();
+    await page.locator('.toast', { hasText: 'Deleted' }).waitFor();
     await page.keyboard.press('Control+z');
     await row(page, 'playlists', `Edit ${name}`).waitFor();
     const root = await host.rows('playlists:');

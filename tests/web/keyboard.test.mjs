@@ -94,6 +94,7 @@ describe('keyboard only', () => {
     await key('Shift+ArrowDown');
     await key('Delete');
     await until(async () => JSON.stringify(await queueOrList()) === JSON.stringify([b]), { message: 'the removal' });
+    await page.locator('.toast', { hasText: 'Removed' }).waitFor();
     await key('Control+z');
     await until(async () => JSON.stringify(await queueOrList()) === JSON.stringify([b, a, c]), { message: 'the undo' });
   });

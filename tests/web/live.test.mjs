@@ -50,6 +50,7 @@ describe('two windows', () => {
     await first.keyboard.press('Delete');
     await showsOrder(second, t(0, 2, 3, 4, 5));
     assert.deepEqual(await selected(second), t(3));
+    await first.locator('.toast', { hasText: 'Removed' }).waitFor();
     await first.keyboard.press('Control+z');
     await showsOrder(second, t(1, 0, 2, 3, 4, 5));
     assert.deepEqual(await selected(second), t(3));

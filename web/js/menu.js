@@ -245,8 +245,12 @@ export class Menu {
       this.app.announce(answer.error.message);
       return;
     }
+    // An answer that names menus to close is followed; without one, an action entry is done
+    // and closes the menu, while an input entry (a name, a switch) leaves it open.
     const events = answerEvents(answer);
-    const closes = events.some((e) => (e.rowsType ?? 1) === 1 && this.levels.some((l) => !e.path || (l.path && eventCovers(e.path, l.path))));
+    const closes = events.length
+      ? events.some((e) => (e.rowsType ?? 1) === 1 && this.levels.some((l) => !e.path || (l.path && eventCovers(e.path, l.path))))
+      : row.type !== TYPE.input;
     if (closes) {
       this.close();
     } else if (this.levels.includes(level)) {
