@@ -704,6 +704,7 @@ function fillRow(el, row, index, state, view) {
     lead = icon('plus');
   } else if (type === TYPE.container) {
     lead = row.containerPlayable ? icon('list') : icon('folder');
+    sub = [row.artist, row.album].filter(Boolean).map(escapeHtml).join(' · ');
     tail = `<span class="chev">${icon('chevron')}</span>`;
   } else {
     lead = icon('chevron');

@@ -104,7 +104,11 @@ export class Menu {
     const back = this.levels.length > 1
       ? `<button type="button" class="icon-btn menu-back" aria-label="Back to ${escapeHtml(this.levels[this.levels.length - 2].title)}">${icon('back')}</button>`
       : '';
-    this.head.innerHTML = `${back}<span class="menu-title" id="menu-title">${escapeHtml(level.title)}</span><button type="button" class="icon-btn menu-close" aria-label="Close menu">${icon('close')}</button>`;
+    // The first menu is named after the row it belongs to; its own title says what it is.
+    const first = this.levels.length === 1 && this.subject && this.subject.title && this.subject.title !== level.title;
+    const title = first ? this.subject.title : level.title;
+    const caption = first && level.title ? `<span class="menu-caption">${escapeHtml(level.title)}</span>` : '';
+    this.head.innerHTML = `${back}<span class="menu-title" id="menu-title"><span class="menu-name">${escapeHtml(title)}</span>${caption}</span><button type="button" class="icon-btn menu-close" aria-label="Close menu">${icon('close')}</button>`;
     this.box.setAttribute('aria-labelledby', 'menu-title');
     if (!level.rows) {
       this.items.innerHTML = '<div class="menu-note" role="status">Loading…</div>';
