@@ -87,7 +87,7 @@ describe('reordering', () => {
     await page.keyboard.press('Alt+ArrowUp');
     await waitForOrder(t(1, 0, 2, 3, 4, 5, 6, 7));
     assert.deepEqual(await selectedTitles(), t(0));
-    assert.match(await page.locator('#announcer').textContent(), /Moved .* to position 2/);
+    await until(async () => /Moved .* to position 2 of 8/.test(await page.locator('#announcer').textContent()), { message: 'the move to be announced' });
   });
 
   test('"Move to…" puts the selection at the position typed', async () => {
@@ -138,6 +138,7 @@ describe('removing and undo', () => {
     await page.locator('#pane-playlists .view-title', { hasText: 'Playlists' }).waitFor();
     await page.locator('.toast', { hasText: 'Deleted' }).waitFor();
     await page.keyboard.press('Control+z');
+    await page.locator('.toast', { hasText: `Brought back Edit ${name}` }).waitFor();
     await row(page, 'playlists', `Edit ${name}`).waitFor();
     const root = await host.rows('playlists:');
     const back = root.rows.find((r) => r.title === `Edit ${name}`);

@@ -12,9 +12,6 @@ export const PLAY_QUEUE_ID = 0;
 export const removeItems = (plid, items) => setData('playlists:pl/removeitems', { plid, items });
 export const moveItems = (plid, items, to) => setData('playlists:pl/moveitems', { plid, items, to });
 export const createPlaylist = (name) => setData('playlists:pl/create', { name });
-export const setShuffle = (plid, mode) => setData('playlists:pl/setshuffle', { plid, mode });
-export const setRepeat = (plid, mode) => setData('playlists:pl/setrepeat', { plid, mode });
-export const addCollectionItem = (clid, plid) => setData('playlists:cl/additem', { clid, plid });
 
 /** Adds finished items (appended when mode is 2), in batches the host takes easily. */
 export async function addExternalItems(plid, items, mode = 2, batch = 1000) {

@@ -61,11 +61,7 @@ export class ListModel {
     const inserted = [...new Set(positions)].filter((p) => p >= 0).sort((a, b) => a - b);
     if (!inserted.length) return;
     const moved = new Map();
-    let k = 0;
-    for (const index of [...this.rows.keys()].sort((a, b) => a - b)) {
-      while (k < inserted.length && inserted[k] <= index + k) k++;
-      moved.set(index + k, this.rows.get(index));
-    }
+    for (const index of this.rows.keys()) moved.set(shiftedIndex(index, inserted), this.rows.get(index));
     this.rows = moved;
     if (this.count >= 0) this.count += inserted.length;
     // Page boundaries moved: every page from the first insert on is stale. A reset of the
@@ -82,10 +78,13 @@ export class ListModel {
     for (const [index, row] of this.rows) if (rowKey(row) === id) return index;
     return -1;
   }
+}
 
-  isComplete() {
-    return this.count >= 0 && this.rows.size >= this.count;
-  }
+/** Where the row at `index` stands after rows were inserted at `inserted` (ascending, after insertion). */
+export function shiftedIndex(index, inserted) {
+  let k = 0;
+  while (k < inserted.length && inserted[k] <= index + k) k++;
+  return index + k;
 }
 
 /** A row's identity: its item id when it has one, otherwise its path, otherwise its title. */

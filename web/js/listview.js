@@ -3,7 +3,7 @@
 // Focus and selection are kept by row identity (item id), never by index, so that edits
 // from elsewhere move neither of them.
 import { getRows } from './api.js';
-import { ListModel, rowKey } from './listmodel.js';
+import { ListModel, rowKey, shiftedIndex } from './listmodel.js';
 import { icon } from './icons.js';
 import { playlistIdOf, parsePath } from './paths.js';
 import { MODULE_PREFIX } from './commands.js';
@@ -192,9 +192,8 @@ export class ListView {
     const above = positions.filter((p) => p < first || (p === first && this.el.scrollTop > 0)).length;
     this.model.insert(positions);
     if (this.focus.index >= 0) {
-      const k = positions.filter((p) => p <= this.focus.index + positions.length).length;
       const index = this.model.indexOfId(this.focus.key);
-      this.focus.index = index >= 0 ? index : this.focus.index + k;
+      this.focus.index = index >= 0 ? index : shiftedIndex(this.focus.index, [...positions].sort((a, b) => a - b));
     }
     if (above) this.el.scrollTop += above * this.rowHeight;
     this.ctx.countChanged(this);

@@ -3,7 +3,6 @@
 import { ListView, TYPE, escapeHtml } from './listview.js';
 import { eventCovers } from './paths.js';
 import { icon } from './icons.js';
-import { rowKey } from './listmodel.js';
 
 export class Pane {
   constructor(el, { path, title, name }, app) {
@@ -188,16 +187,6 @@ export class Pane {
     for (const view of this.stack) view.stale = true;
     this.current.stale = false;
     this.current.refresh();
-  }
-
-  /** Focus the row with this key, fetching its page first when needed. */
-  focusKey(view, key, index) {
-    const found = view.model.indexOfId(key);
-    view.setFocus(found >= 0 ? found : index, { select: view.canSelect(view.model.row(found)), align: 'center' });
-  }
-
-  rowKeyOf(row) {
-    return rowKey(row);
   }
 
   isTrackList(view) {

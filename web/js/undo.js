@@ -22,10 +22,6 @@ export class UndoStack {
     this.app.toast(entry.label, { action: 'Undo', onAction: () => this.undo(entry), timeout: 10000 });
   }
 
-  get canUndo() {
-    return this.entries.length > 0;
-  }
-
   async undoLast() {
     const entry = this.entries[this.entries.length - 1];
     if (entry) await this.undo(entry);
