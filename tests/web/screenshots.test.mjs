@@ -59,6 +59,9 @@ for (const [size, viewport] of [['laptop', LAPTOP], ['phone', PHONE]]) {
       await row(page, 'playlists', media.tracks[4].title).click({ modifiers: ['Shift'] });
       await screenshot(page, `playlist-${size}.png`);
       if (size === 'phone') assert.deepEqual(await smallTargets(page), []);
+      await page.emulateMedia({ colorScheme: 'dark' });
+      await screenshot(page, `playlist-dark-${size}.png`);
+      await page.emulateMedia({ colorScheme: 'light' });
       await row(page, 'playlists', media.tracks[5].title).click({ button: 'right' });
       await menu(page).waitFor();
       await screenshot(page, `track-menu-${size}.png`);
