@@ -4,7 +4,7 @@ import { test, describe } from 'node:test';
 import assert from 'node:assert/strict';
 import { planMove, planRestore } from '../../web/js/moveplan.js';
 import { ListModel, rowKey } from '../../web/js/listmodel.js';
-import { parsePath, playlistIdOf, eventCovers, buildPath } from '../../web/js/paths.js';
+import { parsePath, playlistIdOf, eventCovers, eventCloses, buildPath } from '../../web/js/paths.js';
 import { playMode, splitPlayMode } from '../../web/js/player.js';
 
 /** The module's move command: validation, then single moves in its documented order. */
@@ -150,6 +150,12 @@ describe('paths', () => {
     assert.ok(eventCovers('playlists:pl/contextmenu', 'playlists:pl/contextmenu?plid=5'));
     assert.ok(eventCovers('playlists:', 'playlists:pl/getitems/3'));
     assert.ok(!eventCovers('playlists:pl/getitems/3', 'playlists:pl/getitems/4'));
+  });
+
+  test('a closed path closes its own views only, not those of a longer number', () => {
+    assert.ok(eventCloses('playlists:pl/getitems/5', 'playlists:pl/getitems/5'));
+    assert.ok(eventCloses('playlists:pl/contextmenu', 'playlists:pl/contextmenu?plid=5'));
+    assert.ok(!eventCloses('playlists:pl/getitems/5', 'playlists:pl/getitems/50'));
   });
 });
 

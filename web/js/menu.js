@@ -5,7 +5,7 @@
 import { getRows, setData, answerEvents, unwrapValue } from './api.js';
 import { TYPE, escapeHtml } from './listview.js';
 import { icon } from './icons.js';
-import { eventCovers, parsePath } from './paths.js';
+import { eventCloses, eventCovers, parsePath } from './paths.js';
 
 const ALL_ROWS = 499;
 
@@ -272,7 +272,7 @@ export class Menu {
 
   onEvent(event) {
     if (!this.isOpen || typeof event.path !== 'string') return;
-    if (event.change === 'close' && this.levels.some((l) => l.path && eventCovers(event.path, l.path))) {
+    if (event.change === 'close' && this.levels.some((l) => l.path && eventCloses(event.path, l.path))) {
       this.close();
       return;
     }

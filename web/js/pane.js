@@ -1,7 +1,7 @@
 // A pane shows one stack of open nodes (a breadcrumb leads back) and follows the events
 // stream for every node in its stack: inserts, resets and closes.
 import { ListView, TYPE, escapeHtml } from './listview.js';
-import { eventCovers } from './paths.js';
+import { eventCloses, eventCovers } from './paths.js';
 import { icon } from './icons.js';
 
 export class Pane {
@@ -159,7 +159,7 @@ export class Pane {
     const path = event.path;
     if (typeof path !== 'string') return;
     if (event.change === 'close') {
-      const level = this.stack.findIndex((view) => view.path && eventCovers(path, view.path));
+      const level = this.stack.findIndex((view) => view.path && eventCloses(path, view.path));
       if (level > 0) {
         const gone = this.stack[level].title;
         this.goTo(level - 1, { focus: this.el.contains(document.activeElement) });

@@ -58,3 +58,13 @@ export function playlistIdOf(path) {
 export function eventCovers(eventPath, viewPath) {
   return String(viewPath).startsWith(String(eventPath));
 }
+
+/**
+ * True when a path that is gone is the view's own node (with or without query, or a node
+ * below it): playlist 5 closing must not close playlist 50.
+ */
+export function eventCloses(eventPath, viewPath) {
+  const gone = String(eventPath);
+  const view = String(viewPath);
+  return view === gone || view.startsWith(`${gone}?`) || view.startsWith(`${gone}/`) || (gone.endsWith(':') && view.startsWith(gone));
+}
