@@ -1,0 +1,90 @@
+// A playlist of 10,000 entries opens at once, shows its count, jumps to its last row with
+// the right title, scrolls through without fetching more than it shows, and keeps only
+// the rows in view in the document.
+import { test, before, after, describe } from 'node:test';
+import assert from 'node:assert/strict';
+import { startHost, NO_ITEMS_LIMIT } from './lib/host.mjs';
+import { launch, row, until } from './lib/browser.mjs';
+
+const SIZE = 10000;
+let host;
+let browser;
+let page;
+let rowRequests;
+
+const title = (i) => `Entry ${String(i + 1).padStart(5, '0')}`;
+
+before(async () => {
+  host = await startHost({ settings: [NO_ITEMS_LIMIT] });
+  browser = await launch();
+  const plid = await host.createPlaylist('Ten thousand');
+  const { tracks } = await host.mediaTracks(1);
+  const base = tracks[0];
+  for (let from = 0; from < SIZE; from += 1000) {
+    const items = [];
+    for (let i = from; i < from + 1000; i++) {
+      const roles = { ...base, title: title(i) };
+      delete roles.path;
+      delete roles.id;
+      items.push({ title: roles.title, artist: base.artist ?? '', album: base.album ?? '', artworkUrl: '', genre: '', durationSeconds: base.duration ?? 0, url: base.mediaData.resources[0].uri, serviceId: '', keloRoles: JSON.stringify(roles) });
+    }
+    const answer = await host.set('playlists:pl/addexternalitems', { plid, items, mode: 2 });
+    assert.ok(!answer.error, answer.error?.message);
+  }
+  page = await browser.page(host.url);
+  rowRequests = [];
+  page.on('request', (request) => {
+    if (request.url().endsWith('/api/getRows')) rowRequests.push(JSON.parse(request.postData()));
+  });
+});
+after(async () => {
+  await browser?.close();
+  await host?.close();
+});
+
+const optionCount = () => page.locator('#pane-playlists [role="option"]').count();
+
+describe('a playlist of 10,000 entries', () => {
+  test('opens in well under a second with its count', async () => {
+    const ms = await page.evaluate(async () => {
+      const start = performance.now();
+      const target = [...document.querySelectorAll('#pane-playlists [role="option"] .title')].find((el) => el.textContent === 'Ten thousand');
+      target.click();
+      while (!document.querySelector('#pane-playlists [role="option"]:not(.loading) .title')?.textContent.startsWith('Entry')) {
+        await new Promise((r) => requestAnimationFrame(r));
+      }
+      return performance.now() - start;
+    });
+    assert.ok(ms < 1000, `opened in ${Math.round(ms)} ms`);
+    assert.equal(await page.locator('#pane-playlists .view-count').textContent(), '10,000 tracks');
+    const items = rowRequests.filter((r) => r.path.startsWith('playlists:pl/getitems/'));
+    assert.ok(items.every((r) => r.toRow - r.fromRow < 100 && Array.isArray(r.roles)), 'pages with only the shown roles');
+  });
+
+  test('End jumps to the last row with the right title and the document stays small', async () => {
+    await page.locator('#pane-playlists [role="listbox"]').focus();
+    await page.keyboard.press('End');
+    const last = page.locator(`#pane-playlists [role="option"][aria-posinset="${SIZE}"]`);
+    await last.locator('.title', { hasText: title(SIZE - 1) }).waitFor();
+    assert.equal(await last.getAttribute('aria-setsize'), String(SIZE));
+    assert.equal(await last.getAttribute('aria-selected'), 'true');
+    assert.ok((await optionCount()) < 80, `${await optionCount()} rows in the document`);
+  });
+
+  test('scrolling through the middle fetches only the pages shown', async () => {
+    const before = rowRequests.length;
+    for (const fraction of [0.25, 0.5, 0.75]) {
+      await page.locator('#pane-playlists .list-scroll').evaluate((el, f) => { el.scrollTop = el.scrollHeight * f; }, fraction);
+      const index = Math.floor(SIZE * fraction);
+      await until(async () => (await page.locator('#pane-playlists [role="option"]:not(.loading) .title').allTextContents()).some((t) => Math.abs(Number(t.slice(6)) - index) < 30), { message: `rows near ${index}` });
+    }
+    assert.ok(rowRequests.length - before <= 12, `${rowRequests.length - before} page requests`);
+    assert.ok((await optionCount()) < 80);
+  });
+
+  test('Home goes back to the first row', async () => {
+    await page.locator('#pane-playlists [role="listbox"]').focus();
+    await page.keyboard.press('Home');
+    await row(page, 'playlists', title(0)).waitFor();
+  });
+});
