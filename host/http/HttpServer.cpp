@@ -2,6 +2,8 @@
 
 #include <httplib.h>
 
+#include <chrono>
+
 #include "KeloLog.h"
 #include "http/HttpErrors.h"
 
@@ -62,7 +64,14 @@ int HttpServer::bind(const QString& address, int port, QString* error)
 
 void HttpServer::start()
 {
-    m_thread = std::thread([this] { m_server->listen_after_bind(); });
+    m_thread = std::thread([this] {
+        m_server->listen_after_bind();
+        m_loopEnded = true;
+    });
+    // httplib's stop() only ends a loop that is already running; a stop that came earlier would be
+    // lost and the join in stop() would wait forever. Ready also means ready to be stopped.
+    while (!m_server->is_running() && !m_loopEnded)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
 }
 
 void HttpServer::stop()

@@ -5,6 +5,7 @@
 // body. Routes are installed by HttpApi, EventStream and StaticFiles through server().
 // Construct, bind, start and stop from one thread (the main thread).
 #include <QString>
+#include <atomic>
 #include <memory>
 #include <thread>
 
@@ -34,4 +35,5 @@ public:
 private:
     std::unique_ptr<httplib::Server> m_server;
     std::thread m_thread;
+    std::atomic<bool> m_loopEnded{false};
 };
