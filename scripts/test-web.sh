@@ -37,11 +37,11 @@ log=$(mktemp)
 for file in tests/web/*.test.mjs; do
   echo "== $file"
   set +e
-  (cd tests/web && node --test --test-reporter=spec "$(basename "$file")") 2>&1 | tee "$log"
+  (cd tests/web && node --test --test-reporter=tap "$(basename "$file")") 2>&1 | tee "$log"
   rc=${PIPESTATUS[0]}
   set -e
-  p=$(sed -n 's/^ℹ pass \([0-9]*\)$/\1/p' "$log" | tail -1)
-  f=$(sed -n 's/^ℹ fail \([0-9]*\)$/\1/p' "$log" | tail -1)
+  p=$(sed -n 's/^# pass \([0-9]*\)$/\1/p' "$log" | tail -1)
+  f=$(sed -n 's/^# fail \([0-9]*\)$/\1/p' "$log" | tail -1)
   p=${p:-0}
   f=${f:-0}
   # A file that failed outside its tests (a hook, a crash) still counts as a failure.
