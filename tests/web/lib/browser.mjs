@@ -78,7 +78,7 @@ export async function screenshot(page, file) {
 }
 
 /** Waits until `fn` (run in node) returns a truthy value. */
-export async function until(fn, { timeout = 5000, message = 'condition' } = {}) {
+export async function until(fn, { timeout = 15000, message = 'condition' } = {}) {
   const end = Date.now() + timeout;
   let last;
   while (Date.now() < end) {
