@@ -91,6 +91,13 @@ describe('keyboard only', () => {
     await arrowTo('playlists', a);
     await key('Alt+ArrowDown');
     await until(async () => JSON.stringify(await queueOrList()) === JSON.stringify([b, a, c]), { message: 'the move' });
+    // The view refetches after the move's events; extend the selection only once it shows the new order.
+    await until(
+      async () =>
+        JSON.stringify(await shownTitles(page, 'playlists')) === JSON.stringify([b, a, c]) &&
+        (await focusedTitle('playlists')) === a,
+      { message: 'the moved row in the view' },
+    );
     await key('Shift+ArrowDown');
     await key('Delete');
     await until(async () => JSON.stringify(await queueOrList()) === JSON.stringify([b]), { message: 'the removal' });
@@ -104,6 +111,8 @@ describe('keyboard only', () => {
     await until(async () => (await focusedTitle('playlists')) === 'By keys', { message: 'focus back on the playlist row' });
     await key('Shift+F10');
     await menu(page).waitFor();
+    // Tab goes from the focused first entry to the rename field only once the menu's rows are in.
+    await menu(page).locator('input').first().waitFor();
     await page.keyboard.press('Tab');
     await until(async () => page.evaluate(() => document.activeElement?.tagName === 'INPUT'), { message: 'the rename field' });
     await page.keyboard.press('Control+a');
