@@ -72,6 +72,8 @@ public:
     explicit StoreReader(const QString& file = QStringLiteral("data-rw/playlists/playlists.sqlite"))
     {
         sqlite3_open_v2(file.toUtf8().constData(), &m_db, SQLITE_OPEN_READONLY, nullptr);
+        // The host may be committing at the moment a test reads: wait for it rather than fail.
+        sqlite3_busy_timeout(m_db, 5000);
     }
     ~StoreReader() { sqlite3_close(m_db); }
     StoreReader(const StoreReader&) = delete;
