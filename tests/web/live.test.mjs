@@ -34,19 +34,23 @@ after(async () => {
 
 const t = (...indices) => indices.map((i) => tracks[i].title);
 const selected = (page) => page.locator('#pane-playlists [role="option"][aria-selected="true"] .title').allTextContents();
+const selects = (page, expected) => until(async () => JSON.stringify(await selected(page)) === JSON.stringify(expected), { message: `selection ${expected}` });
 const showsOrder = (page, expected) => until(async () => JSON.stringify(await shownTitles(page, 'playlists')) === JSON.stringify(expected), { message: `order ${expected}` });
 
 describe('two windows', () => {
   test('a move in one window shows in the other, whose selection stays on its track', async () => {
     await row(second, 'playlists', tracks[3].title).click();
     await row(first, 'playlists', tracks[0].title).click();
+    await selects(first, t(0));
     await first.keyboard.press('Alt+ArrowDown');
     await showsOrder(second, t(1, 0, 2, 3, 4, 5));
     assert.deepEqual(await selected(second), t(3));
   });
 
   test('a removal above the selection neither moves the selection nor loses it', async () => {
+    await showsOrder(first, t(1, 0, 2, 3, 4, 5));
     await row(first, 'playlists', tracks[1].title).click();
+    await selects(first, t(1));
     await first.keyboard.press('Delete');
     await showsOrder(second, t(0, 2, 3, 4, 5));
     assert.deepEqual(await selected(second), t(3));
