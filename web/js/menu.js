@@ -63,8 +63,13 @@ export class Menu {
     const level = { title: menu.title ?? '', path: menu.path ?? '', rows: menu.rows ?? null, messages: new Map(), synthetic: !!menu.rows };
     this.levels.push(level);
     this.render();
-    if (!level.rows) await this.load(level);
+    // The menu takes the keys at once: a key pressed while its rows load (Left to go back,
+    // Escape) reaches it instead of the page behind.
     this.focusFirst();
+    if (!level.rows) {
+      await this.load(level);
+      if (level === this.top) this.focusFirst();
+    }
   }
 
   async load(level) {
