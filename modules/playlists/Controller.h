@@ -75,6 +75,8 @@ signals:
 
 private slots:
     void on_prepareItemsGroup_finished();
+    // The group's add is answered Timeout and dropped when it is still waiting.
+    void on_prepareItemsGroup_timeout(CMRequestGroup* group);
 
 private:
     bool plPlay(CMSetDataRequest request, QString& msg);

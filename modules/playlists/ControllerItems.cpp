@@ -3,6 +3,7 @@
 #include "Controller.h"
 
 #include <QMap>
+#include <QTimer>
 
 #include "CMGlobal.h"
 #include "CMRequestGroup.h"
@@ -13,6 +14,7 @@
 #include "Language.h"
 #include "PlayList.h"
 #include "PlayListManager.h"
+#include "ReplyTimeout.h"
 
 namespace {
 // The add position of an argument record that may carry a mode: append when it carries none. An
@@ -122,6 +124,19 @@ void Controller::sendPrepareRequests(const ReqGroupProperties& properties, const
         group->addInvoke(KeloPlayListPrepareItems(), call, byPrefix.value(prefix));
     }
     m_ReqGroupPropertiesHash.insert(group, properties);
+    // A prepare that never comes back does not hold the add for ever.
+    QTimer::singleShot(ReplyTimeout::ms, group, [this, group]() { on_prepareItemsGroup_timeout(group); });
+}
+
+void Controller::on_prepareItemsGroup_timeout(CMRequestGroup* group)
+{
+    if (!m_ReqGroupPropertiesHash.contains(group))
+        return;
+    const ReqGroupProperties properties = m_ReqGroupPropertiesHash.take(group);
+    KELO_LOG_ERROR("PlayLists", "The items to add were not prepared within " << ReplyTimeout::ms << " ms");
+    ReplyTimeout::answer(properties.request.reply());
+    group->disconnect(this);
+    group->deleteLater();
 }
 
 void Controller::plPrepareItems(CMSetDataRequest request)

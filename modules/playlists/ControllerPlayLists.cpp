@@ -122,7 +122,10 @@ bool Controller::plSetName(CMSetDataRequest request, QString& msg)
         KELO_LOG_ERROR("PlayLists", "Playlist id: " << plid << " doesn't exist");
         return false;
     }
-    pl->setName(args.name());
+    if (!pl->setName(args.name())) {
+        msg = buildErrMsg(what, KELO_TR("The playlist could not be stored."), QString());
+        return false;
+    }
     msg = buildOkMsg(KELO_TR("Playlist renamed successfully."), pl->getName(), QString());
     KELO_LOG_INFO("PlayLists", "Playlist id:" << plid << " successfully renamed to: " << args.name());
     return true;
@@ -151,7 +154,10 @@ bool Controller::plSetShuffle(CMSetDataRequest request, QString& msg)
         return false;
     }
     const bool shuffle = mode == KeloPlayListPlShuffleMode::On;
-    pl->setShuffle(shuffle);
+    if (!pl->setShuffle(shuffle)) {
+        msg = buildErrMsg(what, KELO_TR("The playlist could not be stored."), QString());
+        return false;
+    }
     msg = buildOkMsg(KELO_TR("Playlist shuffle mode changed successfully."), pl->getName(),
                      KeloPlayListPlShuffleMode::toString(mode));
     KELO_LOG_INFO("PlayLists", "Playlist id:" << plid << " set shuffle: " << shuffle);
@@ -181,7 +187,10 @@ bool Controller::plSetRepeat(CMSetDataRequest request, QString& msg)
         return false;
     }
     const bool repeatAll = mode == KeloPlayListPlRepeatMode::All;
-    pl->setRepeatAll(repeatAll);
+    if (!pl->setRepeatAll(repeatAll)) {
+        msg = buildErrMsg(what, KELO_TR("The playlist could not be stored."), QString());
+        return false;
+    }
     msg = buildOkMsg(KELO_TR("Playlist repeat mode changed successfully."), pl->getName(),
                      KeloPlayListPlRepeatMode::toString(mode));
     KELO_LOG_INFO("PlayLists", "Playlist id:" << plid << " set repeat all: " << repeatAll);

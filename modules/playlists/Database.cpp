@@ -2,8 +2,10 @@
 
 #include <sqlite3.h>
 
+#include <QDateTime>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 
 #include "CMGlobal.h"
 #include "KeloLog.h"
@@ -90,6 +92,8 @@ Database::Database(int itemsLimit, bool vacuumNeeded, QObject* parent)
     static_assert(sizeof(statementTexts) / sizeof(statementTexts[0]) == StatementCount,
                   "one text per named statement");
     open();
+    if (!usable())
+        replaceDamagedFile();
     vacuum();
     execute("PRAGMA foreign_keys=1;");
     // Once SQLite is initialised (it is, by the open) this configuration is refused; the result
@@ -112,11 +116,76 @@ void Database::open()
         KELO_LOG_FATAL("PlayLists", "Unable to create directory for PlayList database file");
         KELO_ASSERT(false, "the PlayList database directory can be created");
     }
+    openConnection();
+}
+
+void Database::openConnection()
+{
     const int rc = sqlite3_open(databaseFile, &m_connection);
     if (rc != SQLITE_OK || !m_connection) {
         KELO_LOG_FATAL("PlayLists", "Unable to open PlayList database file: " << sqlite3_errstr(rc));
         KELO_ASSERT(false, "the PlayList database file can be opened");
     }
+    sqlite3_busy_timeout(m_connection, busyTimeoutMs);
+}
+
+// A file that is no database, is cut short, has damaged pages or other tables than these cannot be
+// used; a store that only cannot be written to (read-only, full) is not damaged and is kept.
+bool Database::usable()
+{
+    sqlite3_stmt* check = nullptr;
+    int rc = sqlite3_prepare_v2(m_connection, "PRAGMA quick_check;", -1, &check, nullptr);
+    bool ok = rc == SQLITE_OK && sqlite3_step(check) == SQLITE_ROW &&
+              qstrcmp(reinterpret_cast<const char*>(sqlite3_column_text(check, 0)), "ok") == 0;
+    rc = sqlite3_finalize(check);
+    if (!ok) {
+        KELO_LOG_ERROR("PlayLists", "quick_check of the PlayList database failed: " << sqlite3_errstr(rc));
+        return false;
+    }
+    // The schema is tried in a transaction that is rolled back: a file found damaged is kept as it was.
+    if (execute("BEGIN;") != SQLITE_OK)
+        return true;  // not a sign of damage; what cannot be written ends the start as before
+    const bool fits = schemaFits();
+    rollbackTransaction();
+    return fits;
+}
+
+bool Database::schemaFits()
+{
+    for (const SqlText& text : schemaTexts) {
+        const int rc = sqlite3_exec(m_connection, text.sql, nullptr, nullptr, nullptr);
+        if (rc != SQLITE_OK)
+            return (rc & 0xff) != SQLITE_ERROR && (rc & 0xff) != SQLITE_CORRUPT && (rc & 0xff) != SQLITE_NOTADB;
+    }
+    for (const SqlText& text : statementTexts) {
+        sqlite3_stmt* statement = nullptr;
+        const int rc = sqlite3_prepare_v2(m_connection, text.sql, -1, &statement, nullptr);
+        sqlite3_finalize(statement);
+        if (rc != SQLITE_OK) {
+            KELO_LOG_ERROR("PlayLists", "The PlayList database has another schema: " << text.name);
+            return false;
+        }
+    }
+    return true;
+}
+
+// The damaged file (with its journal) is kept whole for recovery under a name with the time, and a
+// fresh store takes its place.
+void Database::replaceDamagedFile()
+{
+    sqlite3_close_v2(m_connection);
+    m_connection = nullptr;
+    const QString stamp = QDateTime::currentDateTimeUtc().toString(QStringLiteral("yyyyMMdd-HHmmss-zzz"));
+    const QString file = QString::fromUtf8(databaseFile);
+    m_damagedFileMovedTo = file + QStringLiteral(".damaged-") + stamp;
+    if (!QFile::rename(file, m_damagedFileMovedTo)) {
+        KELO_LOG_FATAL("PlayLists", "Unable to move the damaged PlayList database file aside");
+        KELO_ASSERT(false, "the damaged PlayList database file can be moved aside");
+    }
+    QFile::rename(file + QStringLiteral("-journal"), m_damagedFileMovedTo + QStringLiteral("-journal"));
+    KELO_LOG_FATAL("PlayLists", "The PlayList database file was damaged; every playlist and collection in it is "
+                                "lost. It was moved to " << m_damagedFileMovedTo << " and a new one was made");
+    openConnection();
 }
 
 void Database::ensureTablesExist()
@@ -173,16 +242,9 @@ int Database::beginImmediateTransaction()
     return execute("BEGIN IMMEDIATE;");
 }
 
-bool Database::commitTransaction()
+int Database::commitTransaction()
 {
-    int rc;
-    do {
-        rc = execute("COMMIT;");
-    } while (rc > SQLITE_ERROR);
-    if (rc == SQLITE_OK)
-        return true;
-    KELO_LOG_ERROR("PlayLists", "Commit transaction failed");
-    return false;
+    return execute("COMMIT;");
 }
 
 int Database::rollbackTransaction()

@@ -10,14 +10,16 @@
 //
 // Sequence numbers: within a playlist the entries are numbered 0..size-1 without gaps, and every
 // change below keeps them so (UNIQUE(playlist,sequenceNumber) holds at every statement, not only
-// at commit). Changes of several statements (addItems, removeItems, moveItem, deletePlayList) are
+// at commit). Changes of several statements (addItems, removeItems, moveItem, moveItems, deletePlayList) are
 // all or nothing; the others are single statements.
 //
 // Records passed in must be current: addItems, removeItems, moveItem and printItems take the entry
 // count from record.size, and the add position from record.lastPlayedIndex, not from the file.
 //
-// Failures are results: false, -1 (or -2, see addItems), a record with uid -1, an empty item. An
-// unusable store (directory, file or schema) ends the process with an assertion.
+// Failures are results: false, -1 (or -2, see addItems), a record with uid -1, an empty item. A
+// damaged file found at the open (not a database, cut short, damaged pages, other tables) is moved
+// aside whole and a fresh store is made (FATAL log, damagedFileMovedTo). What cannot be recovered
+// (a directory or file that cannot be made or moved) ends the process with an assertion.
 #include <array>
 #include <memory>
 
@@ -63,12 +65,16 @@ public:
     Database(int itemsLimit, bool vacuumNeeded, QObject* parent = nullptr);
     ~Database() override;  // finalizes the statements and closes the connection
 
-    // Transactions. begin* return the SQLite result code. commitTransaction retries "COMMIT;"
-    // for as long as SQLite answers anything above SQLITE_ERROR (busy, locked, ...), without pause
-    // or bound; it is false (after an ERROR log) only on SQLITE_ERROR.
+    // Where the open moved a damaged file to; empty when the file was sound.
+    QString damagedFileMovedTo() const { return m_damagedFileMovedTo; }
+    bool isVacuumNeeded() const { return m_vacuumNeeded; }
+
+    // Transactions. Each returns the SQLite result code of its one statement; retrying a COMMIT is
+    // DatabaseTransaction's business. The connection waits up to busyTimeoutMs for a lock.
+    static constexpr int busyTimeoutMs = 500;
     int beginTransaction();
     int beginImmediateTransaction();
-    bool commitTransaction();
+    int commitTransaction();
     int rollbackTransaction();
 
     // Empties every table (no transaction, results ignored) and re-creates the play-queue row.
@@ -111,6 +117,8 @@ public:
     // Moves one entry from one sequence number to another; the entries between slide by one.
     // from and to are not checked: both must name entries.
     bool moveItem(const PlayListRecord& pl, int from, int to);
+    // The moves (from, to), one after the other, all or none.
+    bool moveItems(const PlayListRecord& pl, const QVector<QPair<int, int>>& moves);
     // Removes every entry. No transaction: if the cleanup of the item rows fails, orphans stay until
     // the next successful cleanup, and the result is still true.
     bool clearItems(const PlayListRecord& pl);
@@ -157,6 +165,10 @@ private:
     };
 
     void open();
+    void openConnection();  // with the busy timeout
+    bool usable();
+    bool schemaFits();  // the tables can be made and every statement prepared
+    void replaceDamagedFile();
     void ensureTablesExist();
     void createTableHelper(const char* sql, const char* label);
     void prepareStatements();
@@ -184,5 +196,6 @@ private:
     sqlite3* m_connection = nullptr;
     int m_itemsLimit;
     bool m_vacuumNeeded;
+    QString m_damagedFileMovedTo;
     std::array<std::unique_ptr<Sqlite3Statement>, StatementCount> m_statements;
 };

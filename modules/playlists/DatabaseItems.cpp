@@ -120,8 +120,9 @@ int Database::addItemsNextSequenceNumber(const PlayListRecord& pl, int position)
     switch (position) {
     case KeloPlayListAddPosition::Now:
     case KeloPlayListAddPosition::AfterCurrent:
+        // Never behind the end: the numbers stay dense even if the record's index is stale.
         if (pl.lastPlayedIndex >= 0)
-            return pl.lastPlayedIndex + 1;
+            return qMin(pl.lastPlayedIndex + 1, pl.size);
         return getNextSequenceNumber(pl);
     case KeloPlayListAddPosition::Append:
         return getNextSequenceNumber(pl);
@@ -330,6 +331,19 @@ bool Database::moveItem(const PlayListRecord& pl, int from, int to)
     DatabaseTransaction transaction(*this, DatabaseTransaction::Deferred);
     if (!transaction.isOpen() || !moveItemTransaction(pl, from, to) || !transaction.commit()) {
         KELO_LOG_ERROR("PlayLists", "Error moving PlayListItem");
+        return false;
+    }
+    return true;
+}
+
+bool Database::moveItems(const PlayListRecord& pl, const QVector<QPair<int, int>>& moves)
+{
+    DatabaseTransaction transaction(*this, DatabaseTransaction::Deferred);
+    bool moved = transaction.isOpen();
+    for (int i = 0; moved && i < moves.size(); ++i)
+        moved = moveItemTransaction(pl, moves[i].first, moves[i].second);
+    if (!moved || !transaction.commit()) {
+        KELO_LOG_ERROR("PlayLists", "Error moving PlayListItems");
         return false;
     }
     return true;

@@ -4,7 +4,10 @@
 // Database operation, on the Database's thread.
 #include <sqlite3.h>
 
+#include <QThread>
+
 #include "Database.h"
+#include "KeloLog.h"
 
 class DatabaseTransaction
 {
@@ -28,17 +31,35 @@ public:
     // transaction already open belongs to someone else, so it is not rolled back either).
     bool isOpen() const { return m_open; }
 
-    // "COMMIT;" (retried as commitTransaction does). True when committed; otherwise the destructor
-    // still rolls back whatever is left of the transaction.
+    // A COMMIT that finds the file busy or locked (a reader holds it: the connection's busy timeout
+    // has already waited) is tried again after a growing pause, a bounded number of times. Any
+    // other failure (a full disk, a read-only file, a deferred constraint) is final.
+    static constexpr int commitAttempts = 4;
+    static constexpr int firstCommitPauseMs = 25;
+
+    // "COMMIT;", retried as above. True when committed; otherwise false (ERROR log) and the
+    // destructor rolls back whatever is left of the transaction, so nothing of it stays.
     bool commit()
     {
-        if (!m_open || !m_database.commitTransaction())
+        if (!m_open)
             return false;
+        int rc = m_database.commitTransaction();
+        for (int attempt = 1, pause = firstCommitPauseMs; isBusy(rc) && attempt < commitAttempts;
+             ++attempt, pause *= 2) {
+            QThread::msleep(pause);
+            rc = m_database.commitTransaction();
+        }
+        if (rc != SQLITE_OK) {
+            KELO_LOG_ERROR("PlayLists", "Commit transaction failed: " << sqlite3_errstr(rc));
+            return false;
+        }
         m_open = false;
         return true;
     }
 
 private:
+    static bool isBusy(int rc) { return (rc & 0xff) == SQLITE_BUSY || (rc & 0xff) == SQLITE_LOCKED; }
+
     Database& m_database;
     bool m_open = false;
 };

@@ -55,36 +55,54 @@ int PlayList::getSize() const
     return record->size;
 }
 
-// The setters keep the new value even when the row update fails: the in-memory state is what the
-// user asked for, and the next successful update writes the whole row again.
-void PlayList::setName(const QString& name)
+// The row is written first; the cached record and the views change only when it was stored.
+bool PlayList::store(const PlayListRecord& changed)
 {
-    QMutexLocker locker(&mutex);
-    record->name = name;
-    updateDatabase();
-    emit nameChanged(name);
+    if (!database->updatePlayList(changed))
+        return false;
+    *record = changed;
+    return true;
 }
 
-void PlayList::setShuffle(bool value)
+bool PlayList::setName(const QString& name)
+{
+    QMutexLocker locker(&mutex);
+    PlayListRecord changed = *record;
+    changed.name = name;
+    if (!store(changed))
+        return false;
+    emit nameChanged(name);
+    return true;
+}
+
+bool PlayList::setShuffle(bool value)
 {
     QMutexLocker locker(&mutex);
     if (record->shuffle == value)
-        return;
-    record->shuffle = value;
-    updateDatabase();
+        return true;
+    PlayListRecord changed = *record;
+    changed.shuffle = value;
+    if (!store(changed))
+        return false;
     emit shuffleChanged(value);
+    return true;
 }
 
-void PlayList::setRepeatAll(bool value)
+bool PlayList::setRepeatAll(bool value)
 {
     QMutexLocker locker(&mutex);
     if (record->repeatAll == value)
-        return;
-    record->repeatAll = value;
-    updateDatabase();
+        return true;
+    PlayListRecord changed = *record;
+    changed.repeatAll = value;
+    if (!store(changed))
+        return false;
     emit repeatAllChanged(value);
+    return true;
 }
 
+// The play position follows the player even when the row cannot be written: navigation must not
+// repeat a track because the store refused it. The next successful write stores it.
 void PlayList::setLastSequenceNumber(int seqNum)
 {
     QMutexLocker locker(&mutex);
@@ -130,9 +148,12 @@ int PlayList::removeItems(const QList<int>& indices)
     const int last = getLastSequenceNumber();
     // The last played entry itself is not counted: its index then names the entry that took its place.
     const int below = int(std::count_if(sorted.cbegin(), sorted.cend(), [last](int i) { return i < last; }));
-    if (below > 0)
-        setLastSequenceNumber(last - below);
     record->size -= removed;
+    // When the last entries went, the index names the new last entry (-1 for an empty playlist),
+    // never a number behind the end: an add after it must not leave a gap.
+    const int kept = std::min(last - below, record->size - 1);
+    if (kept != last)
+        setLastSequenceNumber(kept);
     emit itemsRemoved(sorted, last);
     return removed;
 }
@@ -176,19 +197,24 @@ bool PlayList::moveItems(QList<int> indices, int to)
         KELO_LOG_TRACE("PlayLists", "indicies.size() is 0, returning");
         return false;
     }
+    // Towards the front the entries land at to, to + 1, ...; towards the back the moves run from
+    // the end of the list, each landing at to - k, so the block ends at to in the order given.
     const int count = indices.size();
-    if (indices.first() > to) {
-        for (int i = 0; i < count; ++i) {
-            if (!moveItem(indices[i], to + i))
-                return false;
-        }
-        return true;
+    QVector<QPair<int, int>> moves;
+    for (int i = 0; i < count; ++i) {
+        const int k = indices.first() > to ? i : count - 1 - i;
+        const int from = std::min(indices[k], getSize());
+        const int target = std::min(indices.first() > to ? to + k : to - k, getSize());
+        if (from != target)
+            moves.append(qMakePair(from, target));
     }
-    // Towards the back the moves run from the end of the list, each landing at to - k, so the
-    // block ends at to in the order given.
-    for (int k = count - 1; k >= 0; --k) {
-        if (!moveItem(indices[k], to - k))
-            return false;
+    QMutexLocker locker(&mutex);
+    // One transaction: a block is never found half moved.
+    if (!moves.isEmpty() && !database->moveItems(*record, moves))
+        return false;
+    for (const auto& [from, target] : moves) {
+        adjustLastPlayedAfterMove(getLastSequenceNumber(), from, target);
+        emit itemMoved(from, target);
     }
     return true;
 }

@@ -7,8 +7,8 @@
 // same thread may call back into the playlist.
 //
 // Every change goes to the database first; the cached record changes and a signal is emitted only
-// when that succeeded. Exception: setName, setShuffle, setRepeatAll and setLastSequenceNumber keep
-// the new value (and emit) even when the row update fails.
+// when that succeeded. Exception: setLastSequenceNumber keeps the new play position even when the
+// row update fails.
 #include <QList>
 #include <QMutex>
 #include <QObject>
@@ -30,11 +30,12 @@ public:
 
     virtual int getUid() const = 0;  // -1: not bound to a row
     virtual QString getName() const = 0;
-    virtual void setName(const QString& name) = 0;  // emits nameChanged every time
+    // The setters are false when the store refused the change; nothing changed then, no signal.
+    virtual bool setName(const QString& name) = 0;  // emits nameChanged on every stored call
     virtual bool getShuffle() const = 0;
-    virtual void setShuffle(bool value) = 0;  // emits shuffleChanged only on a change
+    virtual bool setShuffle(bool value) = 0;  // emits shuffleChanged only on a change
     virtual bool getRepeatAll() const = 0;
-    virtual void setRepeatAll(bool value) = 0;  // emits repeatAllChanged only on a change
+    virtual bool setRepeatAll(bool value) = 0;  // emits repeatAllChanged only on a change
     // Sequence number of the entry last played; -1 for none.
     virtual int getLastSequenceNumber() const = 0;
     virtual void setLastSequenceNumber(int seqNum) = 0;  // no signal
@@ -47,8 +48,8 @@ public:
     virtual int removeItems(const QList<int>& indices) = 0;
     // from and to are clamped to the size; moving onto the same number is true and silent.
     virtual bool moveItem(int from, int to) = 0;
-    // A block move made of single moves, each with its own itemMoved; false for an empty list or
-    // at the first failed move.
+    // A block move made of single moves stored in one transaction: all or none. Each move then
+    // emits its own itemMoved; false (nothing moved, no signal) for an empty list or a failed store.
     virtual bool moveItems(QList<int> indices, int to) = 0;
     // Number added (the items limit may cut the list short), or -1 when nothing was added.
     virtual int addItems(KeloPlayListAddPosition::Enum position, const QList<KeloPlayListItem>& items) = 0;
@@ -86,11 +87,11 @@ public:
 
     int getUid() const override;
     QString getName() const override;
-    void setName(const QString& name) override;
+    bool setName(const QString& name) override;
     bool getShuffle() const override;
-    void setShuffle(bool value) override;
+    bool setShuffle(bool value) override;
     bool getRepeatAll() const override;
-    void setRepeatAll(bool value) override;
+    bool setRepeatAll(bool value) override;
     int getLastSequenceNumber() const override;
     void setLastSequenceNumber(int seqNum) override;
     int getSize() const override;
@@ -106,6 +107,7 @@ public:
 
 private:
     void adjustLastPlayedAfterMove(int last, int from, int to);
+    bool store(const PlayListRecord& changed);  // writes the row, then takes it as the cached record
 
     Database* database;
     std::unique_ptr<PlayListRecord> record;

@@ -92,8 +92,11 @@ private slots:
 private:
     void resetPlayback();
     void playPending(const KeloRoles& track);
-    void confirmPendingTrack();
+    bool confirmPendingTrack();  // false when no track was pending
     void insertIntoShuffle(int first, int count);
+    void addToShuffle(int position, int firstSeqNum, int count);
+    int announcedNumber() const;  // number of the entry the player was told comes next, or -1
+    void followAnnouncedTrack(int newNumber);  // newNumber: the announced entry's number now, -1: gone
     void removeFromShuffle(int removed);
 
     PlayListWorker* worker;

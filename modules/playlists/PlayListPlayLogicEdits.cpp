@@ -23,8 +23,15 @@ void PlayListPlayLogic::on_currentPlayList_itemsAdded(const QString& position, i
             insertIntoShuffle(firstSeqNum, count);
         return;
     }
-    if (!shuffleEnabled)
-        return;
+    if (shuffleEnabled)
+        addToShuffle(p, firstSeqNum, count);
+    const int announced = announcedNumber();
+    if (announced >= 0)
+        followAnnouncedTrack(announced >= firstSeqNum ? announced + count : announced);
+}
+
+void PlayListPlayLogic::addToShuffle(int p, int firstSeqNum, int count)
+{
     if (p == KeloPlayListAddPosition::Now || p == KeloPlayListAddPosition::AfterCurrent) {
         insertIntoShuffle(firstSeqNum, count);
     } else if (p == KeloPlayListAddPosition::Append) {
@@ -34,8 +41,27 @@ void PlayListPlayLogic::on_currentPlayList_itemsAdded(const QString& position, i
             randomizeShuffleItems(m_shuffleCurIndex + 1);
         }
     } else {
-        KELO_LOG_ERROR(kLog, "Unknown position specifier: " << position);
+        KELO_LOG_ERROR(kLog, "Unknown position specifier: " << p);
     }
+}
+
+int PlayListPlayLogic::announcedNumber() const
+{
+    const KeloValue value = pendingTrackRoles.value();
+    return nextMediaPrepared && value.isI32_() ? value.i32_() : -1;
+}
+
+// The player was told the next media before an edit. The announced entry keeps playing next if it
+// still exists and still follows the playing one (or the shuffle order holds it); it then starts
+// with its new number. Otherwise what follows now is announced instead, so no entry is skipped.
+void PlayListPlayLogic::followAnnouncedTrack(int newNumber)
+{
+    const int last = currentPlayList ? currentPlayList->getLastSequenceNumber() : -1;
+    if (newNumber >= 0 && (shuffleEnabled || (repeatMode != RepeatOne && newNumber == last + 1))) {
+        pendingTrackRoles.setValue(KeloValue::fromI32(newNumber));
+        return;
+    }
+    prepareNextMedia();
 }
 
 // Entries inserted behind the last played one play next, in list order, before the rest of the order.
@@ -63,17 +89,25 @@ void PlayListPlayLogic::on_currentPlayList_itemsRemoved(const QList<int>& indice
         for (int removed : indices)
             removeFromShuffle(removed);
     }
+    const auto countBelow = [&indices](int number) {
+        return int(std::count_if(indices.begin(), indices.end(), [number](int i) { return i < number; }));
+    };
     if (!indices.contains(lastSeqNum)) {
         updateSequenceNumberInData();
+        const int announced = announcedNumber();
+        if (announced >= 0)
+            followAnnouncedTrack(indices.contains(announced) ? -1 : announced - countBelow(announced));
         return;
     }
-    // The playing entry went; the one that moved into its place plays on.
-    const int below = int(std::count_if(indices.begin(), indices.end(), [lastSeqNum](int i) { return i < lastSeqNum; }));
-    const KeloRoles follower = getTrackAbsolute(lastSeqNum - below);
+    // The playing entry went; the one that moved into its place plays on, and whatever the player
+    // was told would follow is void.
+    nextMediaPrepared = false;
+    pendingTrackRoles = KeloRoles();
+    const KeloRoles follower = getTrackAbsolute(lastSeqNum - countBelow(lastSeqNum));
     if (!follower.isEmpty())
-        playTrackRoles(follower);
+        playPending(follower);
     else if (currentPlayList->getRepeatAll())
-        playTrackRoles(getNextTrack());
+        playPending(getNextTrack());
     else
         PlayLogicInterface::stop(PlayLogicInterface::playerInstance());
 }
@@ -106,6 +140,17 @@ void PlayListPlayLogic::on_currentPlayList_itemMoved(int from, int to)
         }
     }
     updateSequenceNumberInData();
+    const int announced = announcedNumber();
+    if (announced < 0)
+        return;
+    if (announced == from)
+        followAnnouncedTrack(to);
+    else if (from < announced && announced <= to)
+        followAnnouncedTrack(announced - 1);
+    else if (to <= announced && announced < from)
+        followAnnouncedTrack(announced + 1);
+    else
+        followAnnouncedTrack(announced);
 }
 
 void PlayListPlayLogic::on_currentPlayList_cleared()

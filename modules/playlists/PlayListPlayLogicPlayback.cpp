@@ -171,17 +171,24 @@ KeloPlayLogicData PlayListPlayLogic::mediaPlaybackStarted(const KeloRoles& oldRo
     result.setControls(controls);
     KELO_LOG_TRACE(kLog, "New playlogic data: " << result.toVariant());
     nextMediaPrepared = false;
-    confirmPendingTrack();
+    if (confirmPendingTrack()) {
+        // The player names the track by the number it was announced with; edits since may have
+        // changed it.
+        KeloRoles started = result.trackRoles();
+        started.setValue(KeloValue::fromI32(currentPlayList->getLastSequenceNumber()));
+        result.setTrackRoles(started);
+    }
     return result;
 }
 
-void PlayListPlayLogic::confirmPendingTrack()
+bool PlayListPlayLogic::confirmPendingTrack()
 {
     const KeloValue value = pendingTrackRoles.value();
     if (!currentPlayList || !value.isI32_())
-        return;
+        return false;
     currentPlayList->setLastSequenceNumber(value.i32_());
     pendingTrackRoles = KeloRoles();
+    return true;
 }
 
 void PlayListPlayLogic::prepareNextMedia()

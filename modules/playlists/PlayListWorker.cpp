@@ -28,6 +28,12 @@ PlayListWorker::PlayListWorker(const QHash<QString, QVariant>& config)
     const bool vacuum = settingsValue(KeloPlayListSettingsDataBaseVacuumPath()).bool_();
     database = new Database(itemsLimit, vacuum);
     CMGlobal::connect(database, &Database::vacuumNeeded, this, &PlayListWorker::on_databaseVacuum_needed);
+    // The store vacuumed and replaced a damaged file while it opened, before anyone could listen.
+    if (vacuum && !database->isVacuumNeeded())
+        on_databaseVacuum_needed(false);
+    if (!database->damagedFileMovedTo().isEmpty())
+        CMRoot()->setValue(KeloPlayListSettingsDataBaseRecoveredPath(),
+                           KeloValue::fromString(database->damagedFileMovedTo()), CMVoidReply());
     manager = new PlayListManager(database);
     ui = new PlayListUI(this, nodes(), subscribe, manager);
     controller = new Controller(this, manager);

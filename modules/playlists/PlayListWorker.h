@@ -21,7 +21,9 @@ class PlayListWorker : public CMNodesWorker
 {
     Q_OBJECT
 public:
-    // Reads the items limit and the vacuum flag from the settings tree (CMRoot() must exist).
+    // Reads the items limit and the vacuum flag from the settings tree (CMRoot() must exist), and
+    // writes back the flag when the open vacuumed, and settings:playlists/dbRecovered (where the
+    // damaged file went) when the open replaced a damaged store.
     explicit PlayListWorker(const QHash<QString, QVariant>& config);
     ~PlayListWorker() override;
 

@@ -39,6 +39,7 @@ KELO_PATH(KeloPlayListClDeletePath, "playlists:cl/delete")
 
 KELO_PATH(KeloPlayListsSettingsDataBaseItemsLimitPath, "settings:playlists/dbItemsLimit")
 KELO_PATH(KeloPlayListSettingsDataBaseVacuumPath, "settings:playlists/dbVacuum")
+KELO_PATH(KeloPlayListSettingsDataBaseRecoveredPath, "settings:playlists/dbRecovered")
 KELO_PATH(KeloPlayListSettingsPlayqueueVisibilityPath, "settings:playlists/playqueueVisibility")
 KELO_PATH(KeloPlayListSettingsCollectionsVisibilityPath, "settings:playlists/collectionsVisibility")
 KELO_PATH(KeloPowerManagerTargetPath, "powermanager:target")

@@ -21,6 +21,7 @@ QHash<QString, KeloValue> defaultSettings()
     return {
         {keyOf(KeloPlayListsSettingsDataBaseItemsLimitPath()), KeloValue::fromI32(10000)},
         {keyOf(KeloPlayListSettingsDataBaseVacuumPath()), KeloValue::fromBool(false)},
+        {keyOf(KeloPlayListSettingsDataBaseRecoveredPath()), KeloValue::fromString(QString())},
         {keyOf(KeloPlayListSettingsPlayqueueVisibilityPath()), KeloValue::fromBool(true)},
         {keyOf(KeloPlayListSettingsCollectionsVisibilityPath()), KeloValue::fromBool(true)},
         {keyOf(KeloPowerManagerTargetPath()), target},

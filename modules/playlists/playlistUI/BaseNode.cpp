@@ -1,11 +1,13 @@
 #include "playlistUI/BaseNode.h"
 
+#include <QTimer>
 #include <algorithm>
 
 #include "CMGlobal.h"
 #include "CMRoot.h"
 #include "KeloLog.h"
 #include "KeloPaths.h"
+#include "ReplyTimeout.h"
 
 namespace {
 bool readVisibility(const CMPath& setting)
@@ -187,6 +189,15 @@ void BaseNode::keepUntilAnswered(const CMSetDataRequest& request)
     // It may have been finished in another thread before the connection was made.
     if (data->isFinished())
         unanswered.remove(data);
+    // A command that never answers does not hold the request for ever.
+    QTimer::singleShot(ReplyTimeout::ms, this, [this, data]() {
+        const auto it = unanswered.constFind(data);
+        if (it == unanswered.constEnd())
+            return;
+        const CMSetDataRequest held = it.value();
+        unanswered.erase(it);
+        ReplyTimeout::answer(held.reply());
+    });
 }
 
 QString BaseNode::valueString(const CMSetDataRequest& request)

@@ -93,7 +93,8 @@ protected:
 private:
     // A request whose last copy goes unanswered is answered NoAnswer by the framework, even while a
     // command that shares its reply is still working (an add waits for its prepare requests). So the
-    // request is held until its reply is finished.
+    // request is held until its reply is finished, or for ReplyTimeout::ms: then it is answered
+    // Timeout and let go.
     void keepUntilAnswered(const CMSetDataRequest& request);
 
     QHash<CMReplyAbstractData*, CMSetDataRequest> unanswered;

@@ -100,8 +100,10 @@ void PlayListUI::on_playlist_delete(const int& uid)
     KELO_LOG_TRACE("PlayLists", "uid: " << uid);
     // The play queue is never deleted; its watcher stays for the module's lifetime.
     if (uid != 0) {
-        if (PlayListWatcher* watcher = watchers.take(uid))
+        if (PlayListWatcher* watcher = watchers.take(uid)) {
+            watcher->closeViews();
             watcher->deleteLater();
+        }
     }
     reset(KeloPlayListsRootPath());
     reset(KeloPlayListPlAddToPlaylistPath());

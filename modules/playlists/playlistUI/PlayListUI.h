@@ -24,8 +24,12 @@ public:
     // Neither subscribe nor playlist is owned; node (the playlist's items node) is, and is retired
     // when the watcher goes. The uid is taken from the playlist now.
     PlayListWatcher(QObject* parent, CMSubscribe* subscribe, PlayListBase* playlist, BaseNode* node);
-    // Closes the open items views of the playlist and retires its items node.
+    // Closes the open items views of the playlist and retires its items node, unless closeViews did.
     ~PlayListWatcher() override;
+
+    // Closes the open items views and retires the items node now, once: a deleted playlist's uid
+    // may be given to a new playlist before this watcher is deleted, and its views must stay open.
+    void closeViews();
 
     // The items view of the play queue for uid 0, of playlist uid otherwise.
     static CMPath itemsPath(int uid);
@@ -44,6 +48,7 @@ private:
     CMSubscribe* subscribe;
     int uid;
     BaseNode* node;
+    bool closed = false;
 };
 
 class PlayListUI : public QObject

@@ -19,9 +19,18 @@ PlayListWatcher::PlayListWatcher(QObject* parent, CMSubscribe* subscribe, PlayLi
 
 PlayListWatcher::~PlayListWatcher()
 {
+    closeViews();
+}
+
+void PlayListWatcher::closeViews()
+{
+    if (closed)
+        return;
+    closed = true;
     subscribe->rowsChanged(itemsPath(uid), CMSubscribe::RowsChangeClose(), -1, -1);
     if (node)
         node->deleteLater();
+    node = nullptr;
 }
 
 CMPath PlayListWatcher::itemsPath(int uid)

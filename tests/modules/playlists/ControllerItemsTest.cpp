@@ -1,6 +1,9 @@
 // Adding items through the controller: the roles check, add positions, the items limit and the
 // module's own prepare answer.
+#include <QTest>
+
 #include "ControllerTestSupport.h"
+#include "ReplyTimeout.h"
 
 using namespace pltest;
 
@@ -121,4 +124,42 @@ TEST_F(ControllerTest, AnAddWithNothingToAddIsAnsweredAtOnce)
               QStringLiteral("Could not add items to playlist. There is no playlist with this ID. (4242)"));
     EXPECT_EQ(send(KeloPlayListPlAddItemsPath(), args({{"items", QVariantList{"media:track/1"}}})).message,
               QStringLiteral("Could not add items to playlist. Cannot find playlist with invalid ID."));
+}
+
+namespace {
+// Takes every request for "silent:" and never answers it.
+class SilentWorker : public CMAbstractWorker
+{
+public:
+    SilentWorker() : CMAbstractWorker(QHash<QString, QVariant>(), QStringLiteral("Silent")) {}
+    bool setDataRequest(const CMSetDataRequest& request) override
+    {
+        held.append(request);
+        return true;
+    }
+    QList<CMSetDataRequest> held;
+};
+}  // namespace
+
+TEST_F(ControllerTest, AnAddWhosePrepareNeverComesBackIsAnsweredTimeoutAndLetGo)
+{
+    SilentWorker silent;
+    root.addWorker(&silent);
+    const int saved = ReplyTimeout::ms;
+    ReplyTimeout::ms = 50;
+    const int uid = createPlayList("Target");
+    CMSetDataRequest request(KeloPlayListPlAddItemsPath(), args({{"plid", uid}, {"items", QVariantList{"silent:track/1"}}}));
+    ASSERT_TRUE(controller->handleSetData(request));
+    EXPECT_FALSE(request.reply().isFinished());
+    ASSERT_EQ(silent.held.size(), 1);
+
+    EXPECT_TRUE(QTest::qWaitFor([&] { return request.reply().isFinished(); }, 5000));
+    EXPECT_EQ(request.reply().error().Name(), CMError::TimeoutName());
+    // The late answer finds nothing waiting and adds nothing.
+    silent.held.first().reply().setValue(QVariantList{track("late").toVariant()});
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_EQ(manager->getPlayListByUid(uid)->getSize(), 0);
+    ReplyTimeout::ms = saved;
+    root.removeWorker(&silent);
 }

@@ -148,3 +148,35 @@ TEST_F(ControllerTest, ThePlayQueueCanBeClearedAndOtherPathsAreLeftUntouched)
     }
     EXPECT_EQ(manager->getPlayListsCount(), 0);
 }
+
+// A change the store could not keep is answered as an error and not shown: it would be gone after
+// a restart.
+TEST_F(ControllerTest, RenamesAndFlagsTheStoreRefusesAreAnsweredAsErrorsAndNotKept)
+{
+    const int uid = createPlayList("Mix");
+    PlayListBase* pl = manager->getPlayListByUid(uid);
+    const auto everyChangeIsRefused = [&] {
+        EXPECT_EQ(send(KeloPlayListPlSetNamePath(), args({{"plid", uid}, {"name", "Blues"}})).message,
+                  QStringLiteral("Could not set playlist name. The playlist could not be stored."));
+        EXPECT_EQ(send(KeloPlayListPlSetShufflePath(), args({{"plid", uid}, {"mode", "on"}})).message,
+                  QStringLiteral("Could not set shuffle mode on playlist. The playlist could not be stored."));
+        EXPECT_FALSE(send(KeloPlayListPlSetRepeatPath(), args({{"plid", uid}, {"mode", "all"}})).ok);
+        EXPECT_EQ(pl->getName(), QStringLiteral("Mix"));
+        EXPECT_FALSE(pl->getShuffle());
+        EXPECT_FALSE(pl->getRepeatAll());
+    };
+    {
+        ReadOnlyStoreFolder readOnly;
+        ASSERT_TRUE(readOnly.holds());
+        everyChangeIsRefused();
+    }
+    ASSERT_TRUE(execOnStore(QStringLiteral(
+        "CREATE TRIGGER fault BEFORE UPDATE ON playlists BEGIN SELECT RAISE(FAIL, 'disk full'); END;")));
+    everyChangeIsRefused();
+    ASSERT_TRUE(execOnStore(QStringLiteral("DROP TRIGGER fault;")));
+
+    reopenWithLimit(0);
+    EXPECT_EQ(store().playlistRow(uid), QStringLiteral("Mix|0|0|-1"));
+    EXPECT_TRUE(send(KeloPlayListPlSetNamePath(), args({{"plid", uid}, {"name", "Blues"}})).ok);
+    EXPECT_EQ(store().playlistRow(uid), QStringLiteral("Blues|0|0|-1"));
+}

@@ -88,3 +88,48 @@ TEST_F(DatabaseAtomicityTest, AClearWhoseCleanupFailsLeavesOrphansForTheNextClea
     EXPECT_TRUE(db->clearItems(other));
     EXPECT_EQ(db->countPlaylistsItems(), 0);
 }
+
+// A COMMIT that fails for good (here a deferred constraint, as a full disk would) is a failed
+// operation at once: rolled back, reported, and the store takes the change once the fault is gone.
+TEST_F(DatabaseAtomicityTest, ACommitThatFailsForGoodIsRolledBackAndReported)
+{
+    ASSERT_TRUE(probe->exec(QStringLiteral(
+        "CREATE TABLE fault_child(ref INTEGER REFERENCES playlists(uid) DEFERRABLE INITIALLY DEFERRED);"
+        "CREATE TRIGGER fault AFTER INSERT ON playlists_items BEGIN INSERT INTO fault_child VALUES(-5); END;")));
+    before = snapshot();
+    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, makeItems({"n1", "n2"})), -1);
+    EXPECT_EQ(snapshot(), before);
+    heal();
+    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, makeItems({"n1"})), 5);
+}
+
+// A reader that holds the file makes the COMMIT wait and try again for a bounded time, then the
+// operation fails whole; once the reader is gone the same change goes through.
+TEST_F(DatabaseAtomicityTest, AReaderHoldingTheFileMakesTheChangeFailAfterABoundedWait)
+{
+    ASSERT_TRUE(probe->exec(QStringLiteral("BEGIN;")));
+    ASSERT_EQ(probe->intValue(QStringLiteral("SELECT count(*) FROM items")), 6);
+    EXPECT_FALSE(db->moveItem(pl, 0, 4));
+    ASSERT_TRUE(probe->exec(QStringLiteral("END;")));
+    EXPECT_EQ(snapshot(), before);
+    EXPECT_TRUE(db->moveItem(pl, 0, 4));
+    EXPECT_EQ(probe->titles(pl.uid), QStringList({"b", "c", "d", "e", "a"}));
+}
+
+TEST_F(DatabaseAtomicityTest, ABlockMoveThatFailsInItsSecondMoveChangesNothing)
+{
+    inject(QStringLiteral("UPDATE ON playlists_items"),
+           QStringLiteral("NEW.sequenceNumber = 1 AND NEW.item = (SELECT uid FROM items WHERE title = 'e')"));
+    EXPECT_FALSE(db->moveItems(pl, {{3, 0}, {4, 1}}));
+    EXPECT_EQ(snapshot(), before);
+    heal();
+    EXPECT_TRUE(db->moveItems(pl, {{3, 0}, {4, 1}}));
+    EXPECT_EQ(probe->titles(pl.uid), QStringList({"d", "e", "a", "b", "c"}));
+}
+
+TEST_F(DatabaseAtomicityTest, AnAddBehindAStaleLastPlayedIndexGoesToTheEnd)
+{
+    pl.lastPlayedIndex = pl.size;  // its entry was removed
+    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::AfterCurrent, makeItems({"n"})), 5);
+    EXPECT_TRUE(probe->gaps().isEmpty());
+}

@@ -1,3 +1,4 @@
+#include <QFile>
 #include <QFileInfo>
 #include <QSignalSpy>
 
@@ -146,4 +147,58 @@ TEST_F(DatabaseTest, StatementsKeepBoundTextsAliveUntilReset)
         EXPECT_FALSE(failing->reset());
     }
     sqlite3_close(connection);
+}
+
+// A file the store cannot use would stop every start: it is moved aside whole, under a name with
+// the time, and a fresh store takes its place. A sound file is used as it is.
+TEST_F(DatabaseTest, ADamagedFileAtStartIsKeptAsideWholeAndAFreshStoreIsMade)
+{
+    playlistWith(QStringLiteral("kept"), {"a", "b"});
+    reopen(0);
+    EXPECT_TRUE(db->damagedFileMovedTo().isEmpty());
+    ASSERT_EQ(db->getPlayLists().size(), 1);
+    db.reset();
+    QFile file(QString::fromLatin1(databasePath()));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray sound = file.readAll();
+    file.close();
+    ASSERT_GE(sound.size(), 3 * 4096);
+
+    QByteArray scribbled = sound;
+    scribbled.replace(4096, 600, QByteArray(600, '\x5a'));
+    QFile::remove(file.fileName());
+    sqlite3* other = nullptr;
+    sqlite3_open(databasePath(), &other);
+    ASSERT_EQ(sqlite3_exec(other, "CREATE TABLE playlists(uid INTEGER PRIMARY KEY, label TEXT);", nullptr, nullptr,
+                           nullptr),
+              SQLITE_OK);
+    sqlite3_close(other);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray otherSchema = file.readAll();
+    file.close();
+    const QList<QPair<const char*, QByteArray>> damages = {
+        {"not a database", QByteArray("these are not the pages of a database\n").repeated(200)},
+        {"cut short", sound.left(sound.size() / 2 + 1000)},
+        {"scribbled pages", scribbled},
+        {"another schema", otherSchema},
+    };
+    for (const auto& [what, bytes] : damages) {
+        SCOPED_TRACE(what);
+        db.reset();
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(bytes);
+        file.close();
+
+        reopen(0);
+        const QString aside = db->damagedFileMovedTo();
+        ASSERT_TRUE(aside.startsWith(file.fileName() + QStringLiteral(".damaged-")));
+        QFile kept(aside);
+        ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
+        EXPECT_EQ(kept.readAll(), bytes);
+        EXPECT_TRUE(db->getPlayLists().isEmpty());
+        EXPECT_EQ(db->createPlayList(QStringLiteral("new")).uid, 1);
+        SqlProbe probe;
+        EXPECT_EQ(probe.rows(QStringLiteral("PRAGMA integrity_check")), QStringList({"ok"}));
+        kept.remove();
+    }
 }

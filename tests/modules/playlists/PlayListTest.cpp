@@ -149,3 +149,75 @@ TEST_F(PlayListModel, AnEntryBecomesARoleMapThatPointsBackAtThisModule)
     broken.setKeloRoles(QStringLiteral("{not json"));
     EXPECT_FALSE(pl->itemToKeloRoles(broken).contains(KeloRoles::Id()));
 }
+
+TEST_F(PlayListModel, RemovingTheLastEntriesMovesTheIndexOntoTheNewLastSoLaterAddsLeaveNoGap)
+{
+    PlayListBase* pl = playlistWith(QStringLiteral("Three"), {"a", "b", "c"});
+    pl->setLastSequenceNumber(2);
+    EXPECT_EQ(pl->removeItems({2}), 1);
+    EXPECT_EQ(pl->getLastSequenceNumber(), 1);
+    EXPECT_EQ(pl->addItems(KeloPlayListAddPosition::AfterCurrent, tracks({"n"})), 1);
+    EXPECT_EQ(pl->addItems(KeloPlayListAddPosition::Now, tracks({"m"})), 1);
+    EXPECT_EQ(store().titles(pl->getUid()), (QStringList{"a", "b", "m", "n"}));
+    EXPECT_TRUE(store().gaps().isEmpty());
+    EXPECT_TRUE(pl->moveItems({3}, 0));
+    EXPECT_EQ(titlesOf(pl), (QStringList{"n", "a", "b", "m"}));
+
+    EXPECT_EQ(pl->removeItems({0, 1, 2, 3}), 4);
+    EXPECT_EQ(pl->getLastSequenceNumber(), -1) << "an empty playlist has no last played entry";
+}
+
+TEST_F(PlayListModel, AFailedBlockMoveChangesNeitherTheStoreNorTheIndexAndSendsNothing)
+{
+    PlayListBase* pl = sixEntries(1);
+    QSignalSpy moved(pl, &PlayListBase::itemMoved);
+    // The second of the two single moves lands e on 1.
+    ASSERT_TRUE(execOnStore(QStringLiteral(
+        "CREATE TRIGGER fault BEFORE UPDATE ON playlists_items WHEN NEW.sequenceNumber = 1 AND "
+        "NEW.item = (SELECT uid FROM items WHERE title = 'e') BEGIN SELECT RAISE(ABORT, 'fault'); END;")));
+    EXPECT_FALSE(pl->moveItems({3, 4}, 0));
+    EXPECT_EQ(store().titles(pl->getUid()), (QStringList{"a", "b", "c", "d", "e", "f"}));
+    EXPECT_EQ(pl->getLastSequenceNumber(), 1);
+    EXPECT_EQ(moved.count(), 0);
+
+    ASSERT_TRUE(execOnStore(QStringLiteral("DROP TRIGGER fault;")));
+    EXPECT_TRUE(pl->moveItems({3, 4}, 0));
+    EXPECT_EQ(store().titles(pl->getUid()), (QStringList{"d", "e", "a", "b", "c", "f"}));
+    EXPECT_EQ(pl->getLastSequenceNumber(), 3);
+    EXPECT_EQ(moved.count(), 2);
+}
+
+// A name or flag the store could not keep would be gone after a restart: it is refused instead.
+TEST_F(PlayListModel, ANameOrFlagTheStoreRefusesIsNotTakenNorAnnounced)
+{
+    PlayListBase* pl = playlistWith(QStringLiteral("Mix"), {"a"});
+    QSignalSpy names(pl, &PlayListBase::nameChanged);
+    QSignalSpy shuffles(pl, &PlayListBase::shuffleChanged);
+    QSignalSpy repeats(pl, &PlayListBase::repeatAllChanged);
+    const auto everySetterFails = [&] {
+        EXPECT_FALSE(pl->setName(QStringLiteral("Blues")));
+        EXPECT_FALSE(pl->setShuffle(true));
+        EXPECT_FALSE(pl->setRepeatAll(true));
+        EXPECT_EQ(pl->getName(), QStringLiteral("Mix"));
+        EXPECT_FALSE(pl->getShuffle());
+        EXPECT_FALSE(pl->getRepeatAll());
+        EXPECT_EQ(names.count() + shuffles.count() + repeats.count(), 0);
+        EXPECT_EQ(store().playlistRow(pl->getUid()), QStringLiteral("Mix|0|0|-1"));
+    };
+    ASSERT_TRUE(execOnStore(QStringLiteral(
+        "CREATE TRIGGER fault BEFORE UPDATE ON playlists BEGIN SELECT RAISE(ABORT, 'fault'); END;")));
+    everySetterFails();
+    ASSERT_TRUE(execOnStore(QStringLiteral("DROP TRIGGER fault;")));
+    {
+        ReadOnlyStoreFolder readOnly;
+        if (readOnly.holds())
+            everySetterFails();
+        else
+            ADD_FAILURE() << "the store's folder could not be made read-only";
+    }
+
+    EXPECT_TRUE(pl->setName(QStringLiteral("Blues")));
+    EXPECT_TRUE(pl->setShuffle(true));
+    EXPECT_EQ(store().playlistRow(pl->getUid()), QStringLiteral("Blues|1|0|-1"));
+    EXPECT_EQ(names.count() + shuffles.count(), 2);
+}

@@ -4,6 +4,13 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <QFile>
 #include <QStringList>
 #include <memory>
 #include <ostream>
@@ -63,6 +70,62 @@ inline QStringList titlesOf(PlayListBase* pl)
     for (const KeloPlayListItem& item : pl->getItems(0, pl->getSize()))
         titles.append(item.title());
     return titles;
+}
+
+// Makes the store's folder read-only while it lives: no journal can be made there, so every write
+// transaction of the store fails while reads go on. Root ignores the mode bits, so for root the
+// folder is made immutable as well. holds() tells whether the folder really refuses a new file.
+class ReadOnlyStoreFolder
+{
+public:
+    explicit ReadOnlyStoreFolder(const QByteArray& folder = "data-rw/playlists") : m_folder(folder)
+    {
+        ::chmod(m_folder.constData(), 0555);
+        setImmutable(true);
+    }
+    ~ReadOnlyStoreFolder()
+    {
+        setImmutable(false);
+        ::chmod(m_folder.constData(), 0755);
+    }
+    ReadOnlyStoreFolder(const ReadOnlyStoreFolder&) = delete;
+    ReadOnlyStoreFolder& operator=(const ReadOnlyStoreFolder&) = delete;
+
+    bool holds() const
+    {
+        QFile probe(QString::fromUtf8(m_folder) + QStringLiteral("/probe"));
+        if (!probe.open(QIODevice::WriteOnly))
+            return true;
+        probe.remove();
+        return false;
+    }
+
+private:
+    void setImmutable(bool on)
+    {
+        if (::geteuid() != 0)
+            return;
+        const int fd = ::open(m_folder.constData(), O_RDONLY | O_DIRECTORY);
+        int flags = 0;
+        if (fd >= 0 && ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0) {
+            flags = on ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
+            ::ioctl(fd, FS_IOC_SETFLAGS, &flags);
+        }
+        if (fd >= 0)
+            ::close(fd);
+    }
+
+    QByteArray m_folder;
+};
+
+// A statement on its own writable connection to the store (a fault injected through a trigger).
+inline bool execOnStore(const QString& sql)
+{
+    sqlite3* db = nullptr;
+    sqlite3_open_v2("data-rw/playlists/playlists.sqlite", &db, SQLITE_OPEN_READWRITE, nullptr);
+    const bool ok = sqlite3_exec(db, sql.toUtf8().constData(), nullptr, nullptr, nullptr) == SQLITE_OK;
+    sqlite3_close(db);
+    return ok;
 }
 
 // Its own read-only connection to the store file. Rows come back as texts, columns joined by '|'.

@@ -1,5 +1,6 @@
 // The worker in its own thread: a command from another thread runs in the worker's thread, the
 // permission answer, unknown paths, the power-target vacuum and the vacuum flag.
+#include <QFile>
 #include <QMutex>
 #include <QSemaphore>
 #include <QThread>
@@ -122,4 +123,32 @@ TEST_F(WorkerTest, GoingFromOnlineToStandbyVacuumsAndTheFlagFollows)
 
     QMutexLocker locker(&mutex);
     EXPECT_EQ(flags, (QList<bool>{true, false}));
+}
+
+// What the store did while it opened, before anything listened, still reaches the settings tree: a
+// vacuum that was due is done (so the next start does not vacuum again), and a damaged file that was
+// replaced is named so that a user interface can tell the person.
+TEST_F(WorkerTest, AStartReportsTheVacuumItDidAndTheDamagedStoreItReplaced)
+{
+    playlistWith("Lost", {"a"});
+    playlists.reset();
+    ASSERT_TRUE(root.setInitialValue(KeloPlayListSettingsDataBaseVacuumPath(), KeloValue::fromBool(true)));
+    playlists = std::make_unique<CMWorkerThread>([] { return worker_create(nullptr, {}); });
+    drainWorker();
+    EXPECT_FALSE(root.value(KeloPlayListSettingsDataBaseVacuumPath()).bool_());
+    EXPECT_TRUE(root.value(KeloPlayListSettingsDataBaseRecoveredPath()).string_().isEmpty());
+    EXPECT_EQ(worker()->getManager()->getAllPlayList().size(), 1);
+
+    playlists.reset();
+    QFile file(QStringLiteral("data-rw/playlists/playlists.sqlite"));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    file.write(QByteArray("not a database at all\n").repeated(100));
+    file.close();
+    playlists = std::make_unique<CMWorkerThread>([] { return worker_create(nullptr, {}); });
+    drainWorker();
+    const QString aside = root.value(KeloPlayListSettingsDataBaseRecoveredPath()).string_();
+    EXPECT_TRUE(aside.startsWith(QStringLiteral("data-rw/playlists/playlists.sqlite.damaged-"))) << aside.toStdString();
+    EXPECT_TRUE(QFile::exists(aside));
+    EXPECT_TRUE(worker()->getManager()->getAllPlayList().isEmpty());
+    EXPECT_TRUE(command(KeloPlayListPlCreatePath(), QVariantHash{{"name", "Again"}}).ok);
 }

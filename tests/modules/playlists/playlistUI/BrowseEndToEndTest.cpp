@@ -244,7 +244,7 @@ TEST_F(BrowseEndToEnd, EveryEditReachesEveryOpenStreamOnceAndInOrder)
         items + " reset", "playlists:pl/trackcontextmenu reset",                              // moved
         "playlists: reset", "playlists:pl/contextmenu reset",                                 // renamed
         "playlists:pl/contextmenu reset",                                                     // shuffled
-        "playlists: reset", "playlists:pl/addtoplaylist reset", items + " close",             // deleted
+        items + " close", "playlists: reset", "playlists:pl/addtoplaylist reset",             // deleted
         "playlists: reset", "playlists:cl/addtocollection reset"};                            // the marker
     // clang-format on
     for (const auto& reader : readers) {

@@ -1,7 +1,10 @@
 // What each menu entry sends: the command, its argument record, and who answers the request.
+#include <QTest>
+
 #include "BrowseFixture.h"
 #include "CMNodes.h"
 #include "CMSubscribe.h"
+#include "ReplyTimeout.h"
 #include "playlistUI/PlayListUI.h"
 
 using namespace browsetest;
@@ -127,4 +130,19 @@ TEST_F(MenuActions, ACommandThatAnswersLaterStillAnswersTheMenuRequest)
     ASSERT_EQ(recorder->held.size(), 1u);
     recorder->held.front().reply().setValue(QStringLiteral("added"));
     EXPECT_EQ(reply.variant(), QVariant(QStringLiteral("added")));
+}
+
+TEST_F(MenuActions, AMenuRequestWhoseCommandNeverAnswersIsAnsweredTimeoutAndLetGo)
+{
+    const int saved = ReplyTimeout::ms;
+    ReplyTimeout::ms = 50;
+    recorder->answerLater = true;
+    for (const QString path : {"playlists:pl/contextmenu?action=delPL&plid=5",
+                               "playlists:pl/selectaddmode?fromplid=3&itemid=playlists:item/12&plid=0&mode=2"}) {
+        const CMVoidReply reply = send(path);
+        EXPECT_FALSE(reply.isFinished());
+        EXPECT_TRUE(QTest::qWaitFor([&] { return reply.isFinished(); }, 5000)) << path.toStdString();
+        EXPECT_EQ(reply.error().Name(), CMError::TimeoutName());
+    }
+    ReplyTimeout::ms = saved;
 }

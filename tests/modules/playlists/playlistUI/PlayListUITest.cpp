@@ -66,7 +66,7 @@ TEST_F(PlayListUITest, ItemsNodesComeAndGoWithTheirPlayLists)
     published();
 
     ASSERT_TRUE(manager->deletePlayList(mix));
-    EXPECT_EQ(published(), (QStringList{"playlists: reset", "playlists:pl/addtoplaylist reset", mixItems + " close"}))
+    EXPECT_EQ(published(), (QStringList{mixItems + " close", "playlists: reset", "playlists:pl/addtoplaylist reset"}))
         << "the playlist list is not reset on a deletion";
     EXPECT_EQ(registry.find(CMPath(mixItems)), nullptr);
 
@@ -113,4 +113,25 @@ TEST_F(PlayListUITest, EndingTheTreeClosesEveryItemsViewAndUnregistersEveryNode)
     EXPECT_EQ(published(),
               (QStringList{"playlists:pq/getitems close", "playlists:pl/getitems/" + uid(jazz) + " close"}));
     EXPECT_EQ(registry.count(), 0);
+}
+
+// The newest playlist's uid is given again to the next one made. Its views are closed when it is
+// deleted, so the views of the playlist that takes its uid stay open.
+TEST_F(PlayListUITest, ADeletionClosesItsViewsAtOnceAndNeverThoseOfTheNextPlayListWithItsUid)
+{
+    PlayListBase* mix = manager->createPlayList("Mix");
+    const int uid = mix->getUid();
+    const QString items = "playlists:pl/getitems/" + QString::number(uid);
+    published();
+
+    ASSERT_TRUE(manager->deletePlayList(mix));
+    PlayListBase* next = manager->createPlayList("Next");
+    ASSERT_EQ(next->getUid(), uid);
+    const QStringList events = published();
+    EXPECT_EQ(events.count(items + " close"), 1);
+    EXPECT_EQ(events.value(0), items + " close") << events.join(" / ").toStdString();
+    EXPECT_NE(registry.find(CMPath(items)), nullptr) << "the new playlist's items node stays";
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_TRUE(published().isEmpty());
+    EXPECT_NE(registry.find(CMPath(items)), nullptr);
 }
