@@ -12,6 +12,7 @@
 #include "http/EventStream.h"
 #include "http/HttpApi.h"
 #include "http/HttpServer.h"
+#include "http/PlaylistFilesApi.h"
 #include "http/StaticFiles.h"
 #include "media/MediaLibraryWorker.h"
 
@@ -68,6 +69,10 @@ bool Host::startWorkers(QString* error)
         return false;
     }
     const Catalogue catalogue = m_options.mediaDir.isEmpty() ? Catalogue::demo() : Catalogue::scan(m_options.mediaDir);
+    QList<QPair<int, QString>> tracks;
+    for (int id = 1; id <= catalogue.trackCount(); ++id)
+        tracks.append({id, catalogue.track(id)->uri});
+    m_library = std::make_unique<LibraryLocations>(m_options.mediaDir, tracks);
     m_workers->run([catalogue] { return new MediaLibraryWorker(catalogue); });
     m_workers->run([speed = m_options.playerSpeed] { return new Player(speed); });
     QStringList plugins = m_options.plugins;
@@ -89,6 +94,8 @@ bool Host::startServer(QString* error)
     m_files = std::make_unique<StaticFiles>(m_options.webRoot);
     m_api->install(m_server->server());
     m_events->install(m_server->server());
+    m_playlistFiles = std::make_unique<PlaylistFilesApi>(m_api.get(), *m_library);
+    m_playlistFiles->install(m_server->server());
     m_files->install(m_server->server());
     const int port = m_server->bind(m_options.listenAddress, m_options.listenPort, error);
     if (port < 0)

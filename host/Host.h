@@ -12,6 +12,8 @@ class CMRootWorker;
 class EventStream;
 class HttpApi;
 class HttpServer;
+class LibraryLocations;
+class PlaylistFilesApi;
 class PluginLoader;
 class StaticFiles;
 
@@ -36,8 +38,10 @@ private:
     std::atomic<bool> m_stopping{false};
     std::unique_ptr<CMRootWorker> m_root;
     std::unique_ptr<PluginLoader> m_workers;
+    std::unique_ptr<LibraryLocations> m_library;  // the media library's tracks, for playlist files
     std::unique_ptr<HttpServer> m_server;
     std::unique_ptr<HttpApi> m_api;
     std::unique_ptr<EventStream> m_events;
     std::unique_ptr<StaticFiles> m_files;
+    std::unique_ptr<PlaylistFilesApi> m_playlistFiles;
 };

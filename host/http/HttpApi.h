@@ -27,12 +27,13 @@ public:
     HttpApi(int replyTimeoutMs, const std::atomic<bool>* stopping);
     void install(httplib::Server& server);
 
+    // Waits for reply; false with *error when it did not finish (timeout or shutdown). Any thread.
+    bool waitFor(const CMReplyBase& reply, CMError* error) const;
+
 private:
     void setData(const httplib::Request& req, httplib::Response& res) const;
     void getRows(const httplib::Request& req, httplib::Response& res) const;
     void getData(const httplib::Request& req, httplib::Response& res) const;
-    // Waits for reply; false with *error when it did not finish (timeout or shutdown).
-    bool waitFor(const CMReplyBase& reply, CMError* error) const;
     // Waits for reply; when it did not finish with a value, answers res with the error and gives false.
     bool awaitValue(const CMReplyBase& reply, httplib::Response& res) const;
 

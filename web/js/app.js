@@ -11,6 +11,10 @@ import { TYPE } from './listview.js';
 import { MODULE_PREFIX, addMenuFor } from './commands.js';
 import { installKeys } from './keys.js';
 import { parsePath, param } from './paths.js';
+import { ACCEPTED_FILES, importPlaylistFile, importNote, nameFromFileName } from './playlistfiles.js';
+
+/** A rows event that inserted rows ("+n"). */
+const isInsert = (e) => e.change === 'rows' && Array.isArray(e.rows) && e.rows.some((r) => /^\+\d+$/.test(r));
 
 class App {
   constructor() {
@@ -32,6 +36,7 @@ class App {
     });
     installKeys(this);
     this.setupTabs();
+    this.setupImport();
     this.live.start();
     this.player.refresh();
   }
@@ -71,29 +76,40 @@ class App {
 
   // ---- what list views ask of the page ------------------------------------------------
 
-  listContext(pane) {
-    const app = this;
-    return {
-      announce: (text) => app.announce(text),
-      countChanged: (view) => {
-        if (view === pane.current) pane.renderCount();
-        pane.followTitles(view);
-        app.afterRows(view);
-      },
-      selectionChanged: (view) => app.selectionChanged(view),
-      isPlaying: (view, row) => app.isPlaying(view, row),
-      canPlay: (view, row) => app.canPlay(view, row),
-      hasSyntheticMenu: (view, row) => app.hasSyntheticMenu(view, row),
-      activate: (view, index, el) => app.activate(view, index, el),
-      rowAction: (view, index, act, el) => (act === 'play' ? app.play(view, index) : app.openRowMenu(view, index, el)),
-      openRowMenu: (view, index, el, event) => app.openRowMenu(view, index, el, event),
-      startDrag: (view, index, event) => app.editing.startDrag(view, index, event),
-      moveBy: (view, delta) => app.editing.moveBy(view, delta),
-      moveToPosition: (view) => app.editing.moveToPosition(view),
-      removeSelected: (view) => app.editing.removeSelected(view),
-      rename: (view, index) => app.editing.rename(view, index),
-      back: () => pane.back(),
+  /** What the lists ask about a row to draw it. */
+  get listLook() {
+    this.look ??= {
+      isPlaying: (view, row) => this.isPlaying(view, row),
+      canPlay: (view, row) => this.canPlay(view, row),
+      hasSyntheticMenu: (view, row) => this.hasSyntheticMenu(view, row),
     };
+    return this.look;
+  }
+
+  /** Subscribes the page to what a person does in a list of pane. */
+  wireList(view, pane) {
+    const on = (name, handler) => view.addEventListener(name, (e) => handler(e.detail));
+    on('announce', ({ text }) => this.announce(text));
+    on('count', () => {
+      if (view === pane.current) pane.renderCount();
+      pane.followTitles(view);
+      this.afterRows(view);
+    });
+    on('selection', () => this.selectionChanged(view));
+    on('activate', ({ index, el }) => this.activate(view, index, el));
+    on('rowaction', ({ index, act, el }) => (act === 'play' ? this.play(view, index) : this.openRowMenu(view, index, el)));
+    on('menu', ({ index, el, event }) => this.openRowMenu(view, index, el, event));
+    on('edit', (edit) => this.edit(view, edit));
+    on('back', () => pane.back());
+    on('find', () => pane.find.open(view));
+  }
+
+  edit(view, { kind, delta, index, event }) {
+    if (kind === 'moveBy') this.editing.moveBy(view, delta);
+    else if (kind === 'moveTo') this.editing.moveToPosition(view);
+    else if (kind === 'remove') this.editing.removeSelected(view);
+    else if (kind === 'rename') this.editing.rename(view, index);
+    else if (kind === 'drag') this.editing.startDrag(view, index, event);
   }
 
   paneOf(view) {
@@ -127,6 +143,8 @@ class App {
   }
 
   viewAction(view, act, el) {
+    if (act === 'import') return this.importInput.click();
+    if (act === 'find') return this.paneOf(view)?.find.open(view);
     if (act === 'menu' && view.opener && view.opener.context) {
       this.menu.open({ title: view.opener.context.title || view.title, path: view.opener.context.path }, { anchor: el, subject: view.opener, view: this.parentView(view) });
     }
@@ -212,8 +230,9 @@ class App {
     if (answer.error) return;
     this.editing.offerUndoAfter(before);
     if (param(row.path, 'action') === 'rename' || row.type === TYPE.input) return;
-    await new Promise((resolve) => setTimeout(resolve, 400));
-    const note = this.whereAdded(sentAt, subject, chain);
+    // The add's own rows event on its target list says where it landed; most menu entries add nothing.
+    const event = await this.live.nextEvent(sentAt, isInsert, 1500);
+    const note = event && this.whereAdded(event, subject, chain);
     if (note) {
       this.toast(note);
       this.announce(note);
@@ -221,10 +240,7 @@ class App {
   }
 
   /** "Added “Song” to Mix at position 4", from the row events the add caused. */
-  whereAdded(since, subject, chain) {
-    const inserts = this.live.eventsSince(since).filter((e) => e.change === 'rows' && Array.isArray(e.rows));
-    const event = inserts.find((e) => e.rows.some((r) => /^\+\d+$/.test(r)));
-    if (!event) return null;
+  whereAdded(event, subject, chain) {
     const positions = event.rows.filter((r) => /^\+\d+$/.test(r)).map((r) => Number(r.slice(1)) + 1);
     const name = this.nameOfPath(event.path) ?? chain[chain.length - 2] ?? 'the list';
     const what = positions.length === 1 && subject ? `“${subject.title}”` : `${positions.length} tracks`;
@@ -280,6 +296,65 @@ class App {
     view.revealFocus = true;
     view.setFocus(Number(current.index) || 0, { align: 'center' });
     if (key) view.focus.key = key;
+    view.focusList();
+  }
+
+  // ---- playlist files ----------------------------------------------------------------
+
+  /** "Import playlist…" opens a file picker; a file dropped on the playlists pane is imported too. */
+  setupImport() {
+    const input = document.createElement('input');
+    input.type = 'file';
+    input.accept = ACCEPTED_FILES;
+    input.hidden = true;
+    input.id = 'import-file';
+    input.setAttribute('aria-label', 'Playlist file to import');
+    document.body.append(input);
+    input.addEventListener('change', () => {
+      const file = input.files[0];
+      input.value = '';
+      if (file) this.importFile(file);
+    });
+    this.importInput = input;
+    const el = this.panes[0].el;
+    const carriesFiles = (e) => e.dataTransfer && [...e.dataTransfer.types].includes('Files');
+    el.addEventListener('dragover', (e) => {
+      if (!carriesFiles(e)) return;
+      e.preventDefault();
+      e.dataTransfer.dropEffect = 'copy';
+      el.classList.add('drop-target');
+    });
+    el.addEventListener('dragleave', (e) => {
+      if (!el.contains(e.relatedTarget)) el.classList.remove('drop-target');
+    });
+    el.addEventListener('drop', (e) => {
+      if (!carriesFiles(e)) return;
+      e.preventDefault();
+      el.classList.remove('drop-target');
+      const file = e.dataTransfer.files[0];
+      if (file) this.importFile(file);
+    });
+  }
+
+  async importFile(file) {
+    const name = nameFromFileName(file.name);
+    this.announce(`Importing ${file.name}…`);
+    const answer = await importPlaylistFile(file, name);
+    if (answer.error) return this.toast(`${file.name}: ${answer.error.message}`, { kind: 'error', timeout: 10000 });
+    await this.openPlaylist(answer.plid, name);
+    const note = importNote(name, answer);
+    this.toast(note, { timeout: answer.missing && answer.missing.length ? 20000 : 6000 });
+    this.announce(note);
+  }
+
+  /** Opens playlist plid in the playlists pane, with its row (and so its menu) when the root has it. */
+  async openPlaylist(plid, title) {
+    const pane = this.panes[0];
+    const path = `playlists:pl/getitems/${plid}`;
+    const root = await getRows('playlists:', 0, 9999);
+    const opener = (root.rows ?? []).find((r) => r.path === path) ?? { path, title };
+    this.showTab(pane.name);
+    const view = pane.openFromRoot(path, opener.title || title, opener);
     view.focusList();
   }
 

@@ -156,6 +156,15 @@ export class Editing {
     this.app.announce(`Renamed to ${text}.`);
   }
 
+  /** "Rename…" of a menu: asks for the name in a dialog and sends it to the module's name field. */
+  async renameWith(namePath, name) {
+    const text = await this.app.ask({ title: `Rename “${name}”`, label: 'New name', value: name });
+    if (text === null || text === name) return;
+    const answer = await setData(namePath, text);
+    if (answer.error) return this.app.toast(answer.error.message, { kind: 'error' });
+    this.app.announce(`Renamed to ${text}.`);
+  }
+
   // ---- undo of menu actions --------------------------------------------------------
 
   /** Keeps what a destructive menu entry is about to remove, so that it can be put back. */

@@ -15,6 +15,7 @@ export class LiveEvents {
     this.retryMs = 500;
     this.timer = null;
     this.recent = [];
+    this.waiters = new Set();
   }
 
   start() {
@@ -45,6 +46,7 @@ export class LiveEvents {
       }
       this.remember(event);
       this.onEvent(event);
+      for (const waiter of [...this.waiters]) waiter(event);
     };
     source.onerror = () => {
       if (source !== this.source) return;
@@ -71,6 +73,27 @@ export class LiveEvents {
     const now = performance.now();
     this.recent.push({ at: now, event });
     while (this.recent.length && now - this.recent[0].at > RECENT_MS) this.recent.shift();
+  }
+
+  /**
+   * The first event since `since` (a performance.now() time) for which match is true: one
+   * already received, or the next to come; null when none comes within timeoutMs.
+   */
+  nextEvent(since, match, timeoutMs = 5000) {
+    const seen = this.eventsSince(since).find(match);
+    if (seen) return Promise.resolve(seen);
+    return new Promise((resolve) => {
+      const done = (event) => {
+        clearTimeout(timer);
+        this.waiters.delete(waiter);
+        resolve(event);
+      };
+      const waiter = (event) => {
+        if (match(event)) done(event);
+      };
+      const timer = setTimeout(() => done(null), timeoutMs);
+      this.waiters.add(waiter);
+    });
   }
 
   /** Events that arrived since `since` (a performance.now() time). */

@@ -8,6 +8,7 @@ export const KEY_HELP = [
     ['Backspace, Alt+←', 'Back to the previous list'],
     ['Menu key, Shift+F10', 'Open the menu of the row'],
     ['F2', 'Rename'],
+    ['/', 'Find in the list (Enter, Shift+Enter: next, previous match)'],
   ]],
   ['Selecting and editing tracks', [
     ['Space, Ctrl/Cmd+click', 'Select or unselect a track'],

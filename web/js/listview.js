@@ -1,34 +1,46 @@
 // One open node shown as a virtualised list: only the rows in view (and the focused one)
 // are in the document; rows are fetched page by page with only the roles the list shows.
-// Focus and selection are kept by row identity (item id), never by index, so that edits
-// from elsewhere move neither of them.
+// The view is the renderer; its focus and selection live in ListSelection (listselection.js),
+// its keys in a table (listkeys.js), what a row shows in the row template (listrow.js).
+// What a person does is told by events that the page subscribes to (detail in brackets):
+//   activate {index, el}        open, play or fill the row
+//   rowaction {index, act, el}  a row's own button (act: "play" or "menu")
+//   menu {index, el, event}     the row's menu was asked for
+//   edit {kind, ...}            moveBy {delta}, moveTo, remove, rename {index}, drag {index, event}
+//   back                        back to the previous list
+//   count                       the number of rows changed (rows came in or were inserted)
+//   selection                   focus or selection changed
+//   announce {text}             something to tell a screen reader
+// `look` answers what a row looks like: isPlaying, canPlay, hasSyntheticMenu (view, row).
 import { getRows } from './api.js';
 import { ListModel, rowKey, shiftedIndex } from './listmodel.js';
-import { icon } from './icons.js';
 import { playlistIdOf, parsePath } from './paths.js';
 import { MODULE_PREFIX } from './commands.js';
+import { ListSelection } from './listselection.js';
+import { runListKey } from './listkeys.js';
+import { TYPE, fillRow, escapeHtml, formatTime } from './listrow.js';
+
+export { TYPE, escapeHtml, formatTime };
 
 export const SHOWN_ROLES = [
   'title', 'path', 'type', 'containerType', 'containerPlayable', 'modifiable', 'value',
   'context', 'id', 'artist', 'album', 'duration', 'vimboClearQueue', 'mediaData',
 ];
-export const TYPE = { container: 1, track: 3, input: 101, action: 102, header: 103, separator: 105 };
 
 const OVERSCAN = 6;
 const MAX_INFLIGHT = 3;
 let nextListId = 1;
 
-export class ListView {
-  constructor({ path, title, opener }, ctx) {
+export class ListView extends EventTarget {
+  constructor({ path, title, opener }, look) {
+    super();
     this.path = path;
     this.title = title;
     this.opener = opener;
-    this.ctx = ctx;
+    this.look = look;
     this.model = new ListModel();
     this.listId = `list${nextListId++}`;
-    this.selected = new Set();
-    this.focus = { index: 0, key: undefined };
-    this.anchor = null;
+    this.selection = new ListSelection(this);
     this.nodeRoles = null;
     this.inflight = new Map();
     this.wanted = [];
@@ -37,6 +49,10 @@ export class ListView {
     this.editing = null;
     this.error = null;
     this.build();
+  }
+
+  emit(name, detail = {}) {
+    this.dispatchEvent(new CustomEvent(name, { detail }));
   }
 
   // ---- identity ------------------------------------------------------------------
@@ -174,7 +190,7 @@ export class ListView {
       return;
     }
     this.followIdentity();
-    if (before !== this.model.count) this.ctx.countChanged(this);
+    if (before !== this.model.count) this.emit('count');
     this.render();
     this.fetchVisible();
   }
@@ -196,7 +212,7 @@ export class ListView {
       this.focus.index = index >= 0 ? index : shiftedIndex(this.focus.index, [...positions].sort((a, b) => a - b));
     }
     if (above) this.el.scrollTop += above * this.rowHeight;
-    this.ctx.countChanged(this);
+    this.emit('count');
     this.render();
     this.fetchVisible();
   }
@@ -215,16 +231,7 @@ export class ListView {
     }
     if (this.focus.index >= this.model.count) this.focus.index = Math.max(0, this.model.count - 1);
     const focused = this.model.row(this.focus.index);
-    if (!this.focus.key && focused) {
-      this.focus.key = rowKey(focused);
-      if (this.pendingSelect && this.canSelect(focused)) {
-        this.selected.clear();
-        this.selected.add(this.focus.key);
-        this.anchor = { index: this.focus.index, key: this.focus.key };
-        this.ctx.selectionChanged(this);
-      }
-      this.pendingSelect = false;
-    }
+    if (!this.focus.key && focused) this.selection.focusedRowArrived(focused);
     if (this.revealFocus && this.focus.key && this.model.indexOfId(this.focus.key) >= 0) {
       this.revealFocus = false;
       this.scrollAnchor = null;
@@ -311,7 +318,7 @@ export class ListView {
     const flags = [];
     if (index === this.focus.index) flags.push('focused');
     if (key && this.selected.has(key)) flags.push('selected');
-    if (row && this.ctx.isPlaying(this, row)) flags.push('playing');
+    if (row && this.look.isPlaying(this, row)) flags.push('playing');
     if (this.editing && this.editing.index === index) flags.push('editing');
     return flags.join(' ');
   }
@@ -335,126 +342,20 @@ export class ListView {
     else if (top + h > this.el.scrollTop + view) this.el.scrollTop = top + h - view;
   }
 
-  // ---- focus and selection -------------------------------------------------------
+  // ---- focus and selection (ListSelection) --------------------------------------
 
-  isSelectable(row) {
-    return !row || (row.type !== TYPE.header && row.type !== TYPE.separator);
-  }
-
-  canSelect(row) {
-    return this.editable && row && row.type === TYPE.track;
-  }
-
-  setFocus(index, { select = false, extend = false, toggle = false, align = 'nearest' } = {}) {
-    const count = this.model.count;
-    if (count <= 0) return;
-    index = Math.max(0, Math.min(count - 1, index));
-    const row = this.model.row(index);
-    if (extend && !this.anchor) this.anchor = { ...this.focus };
-    this.focus = { index, key: rowKey(row) };
-    this.pendingSelect = select && !row;
-    if (extend && this.anchor) this.selectRange(this.anchorIndex(), index);
-    else if (toggle) this.toggleSelected(row);
-    else if (select) {
-      this.selected.clear();
-      if (this.canSelect(row)) this.selected.add(rowKey(row));
-      this.anchor = { index, key: rowKey(row) };
-    }
-    if (!extend && !select && !toggle) this.anchor = { index, key: rowKey(row) };
-    this.scrollToIndex(index, align);
-    this.render();
-    this.fetchVisible();
-    this.ctx.selectionChanged(this);
-  }
-
-  /** Where the anchor of a range selection is now: it stays on its row when rows move. */
-  anchorIndex() {
-    const index = this.model.indexOfId(this.anchor.key);
-    return index >= 0 ? index : this.anchor.index;
-  }
-
-  toggleSelected(row) {
-    if (!this.canSelect(row)) return;
-    const key = rowKey(row);
-    if (this.selected.has(key)) this.selected.delete(key);
-    else this.selected.add(key);
-    this.anchor = { index: this.model.indexOfId(key), key };
-  }
-
-  async selectRange(from, to) {
-    const [a, b] = from <= to ? [from, to] : [to, from];
-    const keys = await this.keysOf(a, b);
-    this.selected.clear();
-    for (const key of keys) if (key) this.selected.add(key);
-    this.render();
-    this.ctx.selectionChanged(this);
-  }
-
-  async selectAll() {
-    if (!this.editable || this.model.count <= 0) return;
-    await this.selectRange(0, this.model.count - 1);
-    this.ctx.announce(`${this.selected.size} tracks selected.`);
-  }
-
-  clearSelection() {
-    if (!this.selected.size) return;
-    this.selected.clear();
-    this.render();
-    this.ctx.selectionChanged(this);
-  }
-
-  /** Keys of rows a..b; rows not in the cache are asked for by id only. */
-  async keysOf(a, b) {
-    const keys = [];
-    let missing = false;
-    for (let i = a; i <= b; i++) {
-      const row = this.model.row(i);
-      if (!row) missing = true;
-      keys.push(row && this.canSelect(row) ? rowKey(row) : undefined);
-    }
-    if (!missing) return keys;
-    const answer = await getRows(this.path, a, b, ['id', 'type']);
-    if (answer.error) return keys;
-    return (answer.rows ?? []).map((row) => (row.type === TYPE.track ? rowKey(row) : undefined));
-  }
-
-  /** Current indices of the selected rows (ascending), asked of the node when not cached. */
-  async selectedIndices() {
-    const found = [];
-    const wanted = new Set(this.selected);
-    for (const [index, row] of this.model.rows) {
-      const key = rowKey(row);
-      if (wanted.has(key)) {
-        found.push(index);
-        wanted.delete(key);
-      }
-    }
-    if (wanted.size && this.model.count > 0) {
-      const answer = await getRows(this.path, 0, this.model.count - 1, ['id']);
-      for (const [index, row] of (answer.rows ?? []).entries()) {
-        if (wanted.has(rowKey(row))) found.push(index);
-      }
-    }
-    return [...new Set(found)].sort((a, b) => a - b);
-  }
-
-  /** The rows an edit acts on: the selection, or the focused track when nothing is selected. */
-  async targetIndices() {
-    if (this.selected.size) return this.selectedIndices();
-    const row = this.model.row(this.focus.index);
-    return this.canSelect(row) ? [this.focus.index] : [];
-  }
-
-  nextSelectable(index, step) {
-    const count = this.model.count;
-    let i = index;
-    for (let n = 0; n < count; n++) {
-      i += step;
-      if (i < 0 || i >= count) return index;
-      if (this.isSelectable(this.model.row(i))) return i;
-    }
-    return index;
-  }
+  get selected() { return this.selection.selected; }
+  get focus() { return this.selection.focus; }
+  set focus(value) { this.selection.focus = value; }
+  get anchor() { return this.selection.anchor; }
+  isSelectable(row) { return this.selection.isSelectable(row); }
+  canSelect(row) { return this.selection.canSelect(row); }
+  setFocus(index, options) { this.selection.setFocus(index, options); }
+  selectAll() { return this.selection.selectAll(); }
+  clearSelection() { this.selection.clearSelection(); }
+  selectedIndices() { return this.selection.selectedIndices(); }
+  targetIndices() { return this.selection.targetIndices(); }
+  nextSelectable(index, step) { return this.selection.nextSelectable(index, step); }
 
   // ---- input ---------------------------------------------------------------------
 
@@ -472,7 +373,7 @@ export class ListView {
     this.focusList();
     if (button) {
       this.setFocus(index);
-      this.ctx.rowAction(this, index, button.dataset.act, button);
+      this.emit('rowaction', { index, act: button.dataset.act, el: button });
       return;
     }
     if (!this.isSelectable(row)) return;
@@ -482,7 +383,7 @@ export class ListView {
     else if (row && this.canSelect(row)) this.setFocus(index, { select: true });
     else {
       this.setFocus(index);
-      if (row && row.type !== TYPE.track) this.ctx.activate(this, index, event.target);
+      if (row && row.type !== TYPE.track) this.emit('activate', { index, el: event.target });
     }
   }
 
@@ -490,7 +391,7 @@ export class ListView {
     if (event.target.closest('button, .inline-edit')) return;
     const index = this.indexOfEvent(event);
     const row = this.model.row(index);
-    if (row && row.type === TYPE.track) this.ctx.activate(this, index, event.target);
+    if (row && row.type === TYPE.track) this.emit('activate', { index, el: event.target });
   }
 
   onContextMenu(event) {
@@ -499,13 +400,13 @@ export class ListView {
     event.preventDefault();
     if (index !== this.focus.index) this.setFocus(index);
     const anchor = this.rendered.get(index);
-    this.ctx.openRowMenu(this, index, anchor, event.type === 'contextmenu' && event.button === 2 ? event : null);
+    this.emit('menu', { index, el: anchor, event: event.type === 'contextmenu' && event.button === 2 ? event : null });
   }
 
   onPointerDown(event) {
     const handle = event.target.closest('.handle');
     if (handle && event.button === 0) {
-      this.ctx.startDrag(this, this.indexOfEvent(event), event);
+      this.emit('edit', { kind: 'drag', index: this.indexOfEvent(event), event });
       return;
     }
     if (event.pointerType === 'touch' && !event.target.closest('button')) this.startLongPress(event);
@@ -528,7 +429,7 @@ export class ListView {
       if (index >= 0 && this.model.row(index)) {
         this.setFocus(index);
         this.suppressClick();
-        this.ctx.openRowMenu(this, index, this.rendered.get(index), null);
+        this.emit('menu', { index, el: this.rendered.get(index), event: null });
       }
     }, 550);
     this.listEl.addEventListener('pointermove', move);
@@ -549,76 +450,16 @@ export class ListView {
     if (event.target !== this.listEl) return;
     const mod = event.ctrlKey || event.metaKey;
     const page = Math.max(1, Math.floor(this.el.clientHeight / this.rowHeight) - 1);
-    const i = this.focus.index;
     const move = (to) => {
-      event.preventDefault();
       if (event.shiftKey && this.editable) this.setFocus(to, { extend: true });
       else if (mod) this.setFocus(to);
       else this.setFocus(to, { select: true });
     };
-    if (event.altKey && (event.key === 'ArrowUp' || event.key === 'ArrowDown')) {
-      event.preventDefault();
-      this.ctx.moveBy(this, event.key === 'ArrowUp' ? -1 : 1);
-      return;
-    }
-    if (event.altKey && event.key === 'ArrowLeft') {
-      event.preventDefault();
-      this.ctx.back();
-      return;
-    }
-    switch (event.key) {
-      case 'ArrowDown': return move(this.nextSelectable(i, 1));
-      case 'ArrowUp': return move(this.nextSelectable(i, -1));
-      case 'PageDown': return move(Math.min(this.model.count - 1, i + page));
-      case 'PageUp': return move(Math.max(0, i - page));
-      case 'Home': return move(0);
-      case 'End': return move(this.model.count - 1);
-      case 'Enter':
-        event.preventDefault();
-        if (this.model.row(i)) this.ctx.activate(this, i, this.rendered.get(i));
-        return;
-      case ' ':
-        event.preventDefault();
-        if (this.canSelect(this.model.row(i))) this.setFocus(i, { toggle: true });
-        else if (this.model.row(i)) this.ctx.activate(this, i, this.rendered.get(i));
-        return;
-      case 'Escape':
-        if (this.selected.size) {
-          event.preventDefault();
-          this.clearSelection();
-        }
-        return;
-      case 'Backspace':
-        event.preventDefault();
-        this.ctx.back();
-        return;
-      case 'Delete':
-        event.preventDefault();
-        this.ctx.removeSelected(this);
-        return;
-      case 'F2':
-        event.preventDefault();
-        this.ctx.rename(this, i);
-        return;
-      case 'ContextMenu':
-        event.preventDefault();
-        this.onContextMenu(event);
-        return;
-      case 'F10':
-        if (event.shiftKey) {
-          event.preventDefault();
-          this.onContextMenu(event);
-        }
-        return;
-      default:
-    }
-    if (mod && !event.altKey && event.key.toLowerCase() === 'a' && this.editable) {
-      event.preventDefault();
-      this.selectAll();
-    } else if (!mod && !event.altKey && event.key === 'm' && this.editable) {
-      event.preventDefault();
-      this.ctx.moveToPosition(this);
-    }
+    runListKey(this, event, { i: this.focus.index, page, move });
+  }
+
+  activateAt(index) {
+    if (this.model.row(index)) this.emit('activate', { index, el: this.rendered.get(index) });
   }
 
   // ---- inline editing ------------------------------------------------------------
@@ -663,64 +504,4 @@ export class ListView {
       }, 150));
     });
   }
-}
-
-// ---- row content -----------------------------------------------------------------
-
-function fillRow(el, row, index, state, view) {
-  el.removeAttribute('aria-disabled');
-  if (!row) {
-    el.innerHTML = `<span class="lead">${index + 1}</span><span class="main"><span class="title skeleton"></span></span>`;
-    el.setAttribute('aria-label', `Row ${index + 1}, loading`);
-    return;
-  }
-  el.removeAttribute('aria-label');
-  const title = escapeHtml(row.title ?? '');
-  const type = row.type;
-  if (type === TYPE.header) {
-    el.setAttribute('aria-disabled', 'true');
-    el.innerHTML = `<span class="main"><span class="title">${title}</span></span>`;
-    return;
-  }
-  if (type === TYPE.separator) {
-    el.setAttribute('aria-disabled', 'true');
-    el.setAttribute('aria-label', 'Separator');
-    el.innerHTML = '<hr>';
-    return;
-  }
-  const buttons = [];
-  const hasMenu = !!row.context || view.ctx.hasSyntheticMenu(view, row);
-  let lead = '';
-  let sub = '';
-  let tail = '';
-  if (type === TYPE.track) {
-    const playing = state.includes('playing');
-    lead = playing ? icon('note', 'Playing') : `<span class="num">${index + 1}</span>`;
-    sub = [row.artist, row.album].filter(Boolean).map(escapeHtml).join(' · ');
-    if (row.duration) tail = `<span class="dur">${formatTime(Number(row.duration) * 1000)}</span>`;
-    if (view.ctx.canPlay(view, row)) buttons.push(`<button class="row-btn" data-act="play" tabindex="-1" aria-label="Play ${title}">${icon('play')}</button>`);
-  } else if (type === TYPE.input) {
-    lead = icon('plus');
-  } else if (type === TYPE.container) {
-    lead = row.containerPlayable ? icon('list') : icon('folder');
-    sub = [row.artist, row.album].filter(Boolean).map(escapeHtml).join(' · ');
-    tail = `<span class="chev">${icon('chevron')}</span>`;
-  } else {
-    lead = icon('chevron');
-  }
-  if (hasMenu) buttons.push(`<button class="row-btn" data-act="menu" tabindex="-1" aria-haspopup="menu" aria-label="Menu for ${title}">${icon('more')}</button>`);
-  const handle = view.editable && type === TYPE.track ? `<span class="handle" aria-hidden="true" title="Drag to move">${icon('handle')}</span>` : '';
-  el.innerHTML = `${handle}<span class="lead">${lead}</span><span class="main"><span class="title">${title}</span>${sub ? `<span class="sub">${sub}</span>` : ''}</span>${tail}${buttons.join('')}`;
-}
-
-export function escapeHtml(text) {
-  return String(text).replace(/[&<>"']/g, (c) => ({ '&': '&amp;', '<': '&lt;', '>': '&gt;', '"': '&quot;', "'": '&#39;' }[c]));
-}
-
-export function formatTime(ms) {
-  const total = Math.max(0, Math.floor((Number(ms) || 0) / 1000));
-  const h = Math.floor(total / 3600);
-  const m = Math.floor((total % 3600) / 60);
-  const s = String(total % 60).padStart(2, '0');
-  return h ? `${h}:${String(m).padStart(2, '0')}:${s}` : `${m}:${s}`;
 }

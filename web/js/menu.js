@@ -6,6 +6,7 @@ import { getRows, setData, answerEvents, unwrapValue } from './api.js';
 import { TYPE, escapeHtml } from './listview.js';
 import { icon } from './icons.js';
 import { eventCloses, eventCovers, parsePath } from './paths.js';
+import { withPageEntries, exportMenu, download } from './playlistfiles.js';
 
 const ALL_ROWS = 499;
 
@@ -79,7 +80,7 @@ export class Menu {
       level.rows = [];
       level.error = answer.error.message;
     } else {
-      level.rows = answer.rows ?? [];
+      level.rows = withPageEntries(level.path, answer.rows ?? []);
       level.error = null;
       if (answer.title && !level.title) level.title = answer.title;
     }
@@ -230,6 +231,7 @@ export class Menu {
     const level = this.top;
     const row = level && level.rows && level.rows[i];
     if (!row || row.type === TYPE.header || row.type === TYPE.separator) return;
+    if (row.page) return this.choosePage(row);
     if (row.type === TYPE.container && row.path) {
       await this.push({ title: row.title, path: row.path });
       return;
@@ -271,6 +273,19 @@ export class Menu {
       }
     }
     this.app.afterMenuAction({ ...context, answer, sentAt, before });
+  }
+
+  /** The entries the page adds itself: they send nothing to the menu's node. */
+  async choosePage(row) {
+    if (row.page === 'export') return this.push(exportMenu(row.plid));
+    if (row.page === 'download') {
+      download(row.url);
+      this.close();
+      this.app.announce(`Exported as ${row.title}.`);
+    } else if (row.page === 'rename') {
+      this.close();
+      await this.app.editing.renameWith(row.namePath, row.name);
+    }
   }
 
   // ---- live updates --------------------------------------------------------------

@@ -3,6 +3,7 @@
 import { ListView, TYPE, escapeHtml } from './listview.js';
 import { eventCloses, eventCovers } from './paths.js';
 import { icon } from './icons.js';
+import { ListFind } from './listfind.js';
 
 export class Pane {
   constructor(el, { path, title, name }, app) {
@@ -35,6 +36,8 @@ export class Pane {
     this.actionsEl = el.querySelector('.view-actions');
     this.selBar = el.querySelector('.selection-bar');
     this.bodyEl = el.querySelector('.pane-body');
+    this.find = new ListFind(this);
+    el.querySelector('.pane-head').append(this.find.bar);
     el.querySelector('.back').addEventListener('click', () => this.back());
     this.crumbsEl.addEventListener('click', (e) => {
       const button = e.target.closest('button[data-level]');
@@ -57,7 +60,8 @@ export class Pane {
 
   openPath(path, title, opener, { focus = false } = {}) {
     if (this.current) this.current.unmount();
-    const view = new ListView({ path, title, opener }, this.app.listContext(this));
+    const view = new ListView({ path, title, opener }, this.app.listLook);
+    this.app.wireList(view, this);
     this.stack.push(view);
     this.show(view, focus);
     return view;
@@ -68,6 +72,11 @@ export class Pane {
   }
 
   show(view, focus) {
+    if (this.find.view !== view) {
+      this.find.forget();
+      this.find.bar.hidden = true;
+      this.find.view = view;
+    }
     for (const old of this.bodyEl.querySelectorAll('.list-scroll')) old.remove();
     view.mount(this.bodyEl);
     if (view.stale) {
@@ -116,6 +125,10 @@ export class Pane {
     view.listEl.setAttribute('aria-label', view.title || 'List');
     this.renderCount();
     const actions = [];
+    if (view.path === 'playlists:') {
+      actions.push(`<button type="button" class="small import" data-act="import" title="Import a playlist file (M3U, PLS, XSPF); you can also drop one here">Import playlist…</button>`);
+    }
+    actions.push(`<button type="button" class="icon-btn" data-act="find" aria-label="Find in ${escapeHtml(view.title || 'this list')}" title="Find (/)">${icon('find')}</button>`);
     if (view.opener && view.opener.context) {
       actions.push(`<button type="button" class="icon-btn" data-act="menu" aria-haspopup="menu" aria-label="Menu for ${escapeHtml(view.title)}">${icon('more')}</button>`);
     }

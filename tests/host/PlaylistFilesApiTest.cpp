@@ -1,0 +1,181 @@
+// Export and import of playlist files through a running kelo-host with the playlists module and the
+// built-in media library (whose tracks have the uris demo://track/<id>).
+#include <QTemporaryDir>
+#include <QUrl>
+#include <gtest/gtest.h>
+
+#include "HostProcess.h"
+#include "KeloJson.h"
+
+namespace {
+
+class PlaylistFilesApi : public ::testing::Test
+{
+protected:
+    void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
+
+    bool start(const QStringList& extra = {})
+    {
+        const QStringList arguments = QStringList{"--plugin", HostProcess::libDir() + "/libkelo_playlists.so"} + extra;
+        const bool started = m_host.start(m_dir.filePath("data"), arguments);
+        EXPECT_TRUE(started) << m_host.errorOutput().toStdString();
+        return started;
+    }
+    QVariantHash command(const QString& path, const QVariantHash& value)
+    {
+        QVariantHash answer;
+        EXPECT_EQ(m_host.post("/api/setData", jsonText(QVariantHash{{"path", path}, {"value", value}}), &answer), 200);
+        EXPECT_FALSE(answer.contains("error")) << jsonText(answer);
+        return answer;
+    }
+    int createPlaylist(const QString& name)
+    {
+        const QVariantHash answer = command("playlists:pl/create", {{"name", name}});
+        return answer.value("value").toHash().value("result").toHash().value("value").toHash().value("i32_").toInt();
+    }
+    // The uri and title of every entry of a playlist, in order.
+    QStringList entries(int plid)
+    {
+        QVariantHash answer;
+        const QString path = plid == 0 ? "playlists:pq/getitems" : QString("playlists:pl/getitems/%1").arg(plid);
+        m_host.post("/api/getRows", jsonText(QVariantHash{{"path", path}, {"fromRow", 0}, {"toRow", 10000}}), &answer);
+        QStringList list;
+        for (const QVariant& row : answer.value("rows").toList()) {
+            const QVariantHash roles = row.toHash();
+            const QVariantList resources = roles.value("mediaData").toHash().value("resources").toList();
+            list.append(resources.value(0).toHash().value("uri").toString() + " | " + roles.value("title").toString());
+        }
+        return list;
+    }
+    int playlistCount()
+    {
+        QVariantHash answer;
+        m_host.post("/api/getRows", jsonText(QVariantHash{{"path", "playlists:pl/getlist"}, {"fromRow", 0}, {"toRow", 1000}}), &answer);
+        return answer.value("rowsCount").toInt();
+    }
+    httplib::Result exportFile(const std::string& query) { return m_host.client()->Get(("/api/export?" + query).c_str()); }
+    int importFile(const std::string& query, const std::string& body, QVariantHash* answer,
+                   const std::string& type = "application/octet-stream")
+    {
+        const httplib::Result result = m_host.client()->Post(("/api/import?" + query).c_str(), body, type.c_str());
+        if (!result)
+            return -1;
+        *answer = KeloJson::parse(QByteArray::fromStdString(result->body)).toHash();
+        return result->status;
+    }
+    int importedPlid(const std::string& query, const std::string& body)
+    {
+        QVariantHash answer;
+        EXPECT_EQ(importFile(query, body, &answer), 200) << jsonText(answer);
+        EXPECT_TRUE(answer.value("missing").toList().isEmpty()) << jsonText(answer);
+        return answer.value("plid", -1).toInt();
+    }
+
+    QTemporaryDir m_dir;
+    HostProcess m_host;
+};
+
+const QVariantHash Stream = {
+    {"title", "Night Call"}, {"url", "http://radio.example/night.mp3"}, {"serviceId", "web"},
+    {"keloRoles", R"({"type":3,"title":"Night Call","mediaData":{"resources":[{"uri":"http://radio.example/night.mp3"}]}})"}};
+
+}  // namespace
+
+TEST_F(PlaylistFilesApi, EveryFormatRoundTripsLibraryTracksAndStreamsInTheirOrder)
+{
+    ASSERT_TRUE(start());
+    const int plid = createPlaylist("Süd/Nord: \"Mix\"");
+    command("playlists:pl/additems", {{"plid", plid}, {"items", QVariantList{"media:track/5", "media:album/2"}}});
+    command("playlists:pl/addexternalitems", {{"plid", plid}, {"items", QVariantList{Stream}}});
+    command("playlists:pl/additems", {{"plid", plid}, {"items", QVariantList{"media:track/1"}}});
+    const QStringList original = entries(plid);
+    ASSERT_GT(original.size(), 3);
+
+    for (const char* format : {"m3u8", "pls", "xspf"}) {
+        const httplib::Result file = exportFile("plid=" + std::to_string(plid) + "&format=" + format);
+        ASSERT_TRUE(file);
+        ASSERT_EQ(file->status, 200) << file->body;
+        const std::string disposition = file->get_header_value("Content-Disposition");
+        EXPECT_NE(disposition.find(std::string("filename=\"S_d_Nord_ _Mix_.") + format + "\""), std::string::npos) << disposition;
+        // The exact name in filename* (percent-encoded on the wire; a client may show it decoded).
+        const QString exact = QString::fromStdString(disposition).section("filename*=UTF-8''", 1);
+        EXPECT_EQ(QUrl::fromPercentEncoding(exact.toUtf8()), QString("Süd_Nord_ _Mix_.") + format) << disposition;
+        const int imported = importedPlid("name=Copy", file->body);
+        EXPECT_EQ(entries(imported), original) << format << "\n" << file->body;
+    }
+    // The play queue exports like any playlist.
+    command("playlists:pl/additems", {{"plid", 0}, {"items", QVariantList{"media:track/9"}}});
+    const httplib::Result queue = exportFile("plid=0&format=m3u8");
+    ASSERT_TRUE(queue);
+    EXPECT_EQ(queue->status, 200);
+    EXPECT_NE(queue->body.find("demo://track/9"), std::string::npos) << queue->body;
+    EXPECT_NE(queue->get_header_value("Content-Type").find("audio/x-mpegurl"), std::string::npos);
+}
+
+TEST_F(PlaylistFilesApi, AnImportAddsWhatItCanResolveAndReportsTheRestWithTheirLines)
+{
+    ASSERT_TRUE(start());
+    const std::string file = "#EXTM3U\r\n"
+                             "#EXTINF:200,Somebody - First\r\n"
+                             "demo://track/3\r\n"
+                             "Nowhere/Song.mp3\r\n"
+                             "\r\n"
+                             "#EXTINF:-1,Night Call\r\n"
+                             "https://radio.example/night.mp3\r\n"
+                             "ftp://files.example/a.mp3\r\n"
+                             "demo://track/4\r\n";
+    QVariantHash answer;
+    ASSERT_EQ(importFile("name=Mixed%20Bag", file, &answer, "audio/x-mpegurl"), 200);
+    EXPECT_EQ(answer.value("added").toInt(), 3);
+    const QVariantList missing = answer.value("missing").toList();
+    ASSERT_EQ(missing.size(), 2);
+    EXPECT_EQ(missing[0].toHash(), (QVariantHash{{"line", 4}, {"entry", "Nowhere/Song.mp3"}}));
+    EXPECT_EQ(missing[1].toHash(), (QVariantHash{{"line", 8}, {"entry", "ftp://files.example/a.mp3"}}));
+    const QStringList added = entries(answer.value("plid").toInt());
+    ASSERT_EQ(added.size(), 3);
+    EXPECT_TRUE(added[0].startsWith("demo://track/3 | "));
+    EXPECT_EQ(added[1], QString("https://radio.example/night.mp3 | Night Call"));
+    EXPECT_TRUE(added[2].startsWith("demo://track/4 | "));
+}
+
+TEST_F(PlaylistFilesApi, BadRequestsAreRefusedWithAReasonAndCreateNothing)
+{
+    ASSERT_TRUE(start());
+    const int before = playlistCount();
+    const std::string playlist = "#EXTM3U\ndemo://track/1\n";
+    const QList<QPair<QPair<std::string, std::string>, std::string>> refused = {
+        {{"name=X", "{\"tracks\": [\"a.mp3\"]}"}, "application/octet-stream"},
+        {{"name=X", "<html><body>Not found</body></html>"}, "application/octet-stream"},
+        {{"name=X", ""}, "application/octet-stream"},
+        {{"name=X&format=pls", playlist}, "application/octet-stream"},
+        {{"name=X&format=wpl", playlist}, "application/octet-stream"},
+        {{"name=", playlist}, "application/octet-stream"},
+        {{"name=X", playlist}, "text/plain"},
+        {{"name=X", playlist}, "application/x-www-form-urlencoded"},
+        {{"name=X", playlist}, "multipart/form-data; boundary=x"},
+    };
+    for (const auto& request : refused) {
+        QVariantHash answer;
+        EXPECT_EQ(importFile(request.first.first, request.first.second, &answer, request.second), 400)
+            << request.first.first << " " << request.second;
+        EXPECT_FALSE(answer.value("error").toHash().value("message").toString().isEmpty());
+    }
+    EXPECT_EQ(playlistCount(), before);
+
+    for (const char* query : {"plid=1&format=m3u8", "plid=0&format=wpl", "plid=x&format=pls", "format=xspf"}) {
+        const httplib::Result answer = exportFile(query);
+        ASSERT_TRUE(answer);
+        EXPECT_EQ(answer->status, std::string(query).rfind("plid=1", 0) == 0 ? 404 : 400) << query;
+    }
+}
+
+TEST_F(PlaylistFilesApi, AnImportStopsAtTheItemsLimitAndKeepsWhatFitted)
+{
+    ASSERT_TRUE(start({"--set", R"(settings:playlists/dbItemsLimit={"type":"i32_","i32_":3})"}));
+    QVariantHash answer;
+    const std::string file = "demo://track/1\ndemo://track/2\ndemo://track/3\nhttp://a.example/1.mp3\ndemo://track/4\n";
+    ASSERT_EQ(importFile("name=Big", file, &answer), 200);
+    EXPECT_EQ(answer.value("added").toInt(), 3);
+    EXPECT_FALSE(answer.value("stopped").toString().isEmpty()) << jsonText(answer);
+    EXPECT_EQ(entries(answer.value("plid").toInt()).size(), 3);
+}

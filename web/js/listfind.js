@@ -1,0 +1,133 @@
+// Find in an open list: the find bar of a pane. Typing counts the entries whose title, artist or
+// album hold the text and focuses the first of them; Enter and Shift+Enter (or the arrows) move
+// to the next and previous match, scrolling the virtual list to it. The texts of the whole list
+// are fetched once when the bar opens (only those three roles), and again after the list changed.
+import { getRows } from './api.js';
+import { icon } from './icons.js';
+
+const INDEX_PAGE = 2500;
+
+export class ListFind {
+  constructor(pane) {
+    this.pane = pane;
+    this.view = null;
+    this.matches = [];
+    this.at = -1;
+    const bar = document.createElement('form');
+    bar.className = 'find-bar';
+    bar.setAttribute('role', 'search');
+    bar.hidden = true;
+    bar.innerHTML = `<input type="search" autocomplete="off" enterkeyhint="search" aria-label="Find in this list" placeholder="Find title, artist or album">`
+      + `<span class="find-count" role="status" aria-live="polite"></span>`
+      + `<button type="button" class="icon-btn" data-find="prev" aria-label="Previous match">${icon('up')}</button>`
+      + `<button type="button" class="icon-btn" data-find="next" aria-label="Next match">${icon('down')}</button>`
+      + `<button type="button" class="icon-btn" data-find="close" aria-label="Close find">${icon('close')}</button>`;
+    this.bar = bar;
+    this.input = bar.querySelector('input');
+    this.countEl = bar.querySelector('.find-count');
+    bar.addEventListener('submit', (e) => e.preventDefault());
+    this.input.addEventListener('input', () => this.search());
+    this.input.addEventListener('keydown', (e) => this.onKey(e));
+    bar.addEventListener('click', (e) => {
+      const button = e.target.closest('button[data-find]');
+      if (!button) return;
+      if (button.dataset.find === 'close') this.close();
+      else this.step(button.dataset.find === 'next' ? 1 : -1);
+    });
+  }
+
+  get isOpen() {
+    return !this.bar.hidden;
+  }
+
+  /** Opens the bar on view (the pane's current list) and starts reading the list's texts. */
+  open(view) {
+    if (this.view !== view) this.forget();
+    this.view = view;
+    this.bar.hidden = false;
+    this.input.focus();
+    this.input.select();
+    this.texts(view);
+    if (this.input.value) this.search();
+  }
+
+  close() {
+    if (!this.isOpen) return;
+    this.bar.hidden = true;
+    this.view?.focusList();
+  }
+
+  /** The pane shows another list, or its list changed: the texts are read again when needed. */
+  forget() {
+    this.index = null;
+    this.matches = [];
+    this.at = -1;
+    this.countEl.textContent = '';
+  }
+
+  onKey(event) {
+    if (event.key === 'Enter') {
+      event.preventDefault();
+      this.step(event.shiftKey ? -1 : 1);
+    } else if (event.key === 'Escape') {
+      event.preventDefault();
+      event.stopPropagation();
+      this.close();
+    } else if (event.key === 'ArrowDown' || event.key === 'ArrowUp') {
+      event.preventDefault();
+      this.step(event.key === 'ArrowDown' ? 1 : -1);
+    }
+  }
+
+  /** Lower-case "title\nartist\nalbum" of every row, fetched once per state of the list. */
+  texts(view) {
+    const stamp = `${view.model.generation}:${view.model.count}`;
+    if (this.index && this.index.view === view && this.index.stamp === stamp) return this.index.texts;
+    const index = { view, stamp, texts: null };
+    this.index = index;
+    index.texts = (async () => {
+      const texts = [];
+      let total = 1;
+      for (let from = 0; from < total; from += INDEX_PAGE) {
+        const answer = await getRows(view.path, from, from + INDEX_PAGE - 1, ['title', 'artist', 'album']);
+        if (answer.error) break;
+        total = answer.rowsCount ?? 0;
+        for (const row of answer.rows ?? []) texts.push([row.title, row.artist, row.album].filter(Boolean).join('\n').toLowerCase());
+      }
+      return texts;
+    })();
+    return index.texts;
+  }
+
+  async search() {
+    const view = this.view;
+    if (!view) return;
+    const query = this.input.value.trim().toLowerCase();
+    if (!query) {
+      this.matches = [];
+      this.at = -1;
+      this.countEl.textContent = '';
+      return;
+    }
+    const texts = await this.texts(view);
+    if (view !== this.view || query !== this.input.value.trim().toLowerCase()) return;
+    this.matches = [];
+    texts.forEach((text, i) => {
+      if (text.includes(query)) this.matches.push(i);
+    });
+    this.at = this.matches.length ? 0 : -1;
+    this.show();
+  }
+
+  step(delta) {
+    if (!this.matches.length) return;
+    this.at = (this.at + delta + this.matches.length) % this.matches.length;
+    this.show();
+  }
+
+  show() {
+    const n = this.matches.length;
+    this.countEl.textContent = n ? `${this.at + 1} of ${n.toLocaleString('en')}` : 'No match';
+    if (n) this.view.setFocus(this.matches[this.at], { align: 'center' });
+  }
+}
