@@ -8,6 +8,8 @@
 
 #include "Options.h"
 
+class ArtApi;
+class Catalogue;
 class CMRootWorker;
 class EventStream;
 class HttpApi;
@@ -30,6 +32,7 @@ public:
 private:
     bool applySettings(QString* error);
     bool startWorkers(QString* error);
+    bool startPlayer(QString* error);
     bool startServer(QString* error);
 
     Options m_options;
@@ -40,4 +43,6 @@ private:
     std::unique_ptr<HttpApi> m_api;
     std::unique_ptr<EventStream> m_events;
     std::unique_ptr<StaticFiles> m_files;
+    std::unique_ptr<ArtApi> m_art;
+    std::shared_ptr<const Catalogue> m_catalogue;
 };
