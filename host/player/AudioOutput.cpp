@@ -315,6 +315,12 @@ void AudioOutput::handle(GstMessage* message)
         return;
     }
     case GST_MESSAGE_EOS:
+        // A sink that does not keep time may reach the end before the join was seen.
+        if (m_joinTimer->isActive()) {
+            m_joinTimer->stop();
+            m_handedOver = false;
+            emit advanced();
+        }
         if (m_open) {
             m_lastPosition = playTime();
             m_open = false;

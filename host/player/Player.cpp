@@ -175,7 +175,9 @@ void Player::on_output_advanced()
         return;
     }
     const KeloRoles next = m_nextMedia;
+    const bool inSkip = m_skipAsked;
     startTrack(next, true);
+    m_joinedInSkip = inSkip;
 }
 
 void Player::on_output_failed(int code, const QString& message)

@@ -100,5 +100,7 @@ private:
     bool m_endReached = false;   // the track ended and waits for the next media
     bool m_awaitingOpen = false; // the track waits for its stream to open before the play logic hears of it
     KeloRoles m_formerTrack;     // the oldRoles of that start
+    bool m_skipAsked = false;    // next/previous went to the play logic, whose track is still to come
+    bool m_joinedInSkip = false; // meanwhile the output joined the announced track gaplessly
     QVariantHash m_published;    // the last state published, without its play time
 };

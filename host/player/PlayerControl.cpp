@@ -124,6 +124,7 @@ CMError Player::forward(const QString& name)
         return playerError(QStringLiteral("No play logic to ask; play something first"));
     // The play logic names the track to play; an announcement queued for a gapless start is void.
     m_output->queue(QString(), 0);
+    m_skipAsked = true;
     call(name);
     return CMError();
 }

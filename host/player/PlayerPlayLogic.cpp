@@ -44,6 +44,18 @@ void Player::command(const QVariantHash& value)
 // alreadyPlaying: the output joined the track to the one before it and plays it already.
 void Player::startTrack(const KeloRoles& roles, bool alreadyPlaying)
 {
+    // A skip asked just before the track's end may name the very track the output joined meanwhile:
+    // it plays on instead of starting a second time.
+    // The play logic heard of its start already.
+    if (!alreadyPlaying && m_joinedInSkip && !m_track.isEmpty() && firstUri(roles) == firstUri(m_track)) {
+        m_joinedInSkip = false;
+        m_skipAsked = false;
+        m_track = roles;
+        publish();
+        return;
+    }
+    m_skipAsked = false;
+    m_joinedInSkip = false;
     const KeloRoles oldRoles = m_track;
     ++m_serial;
     m_timer->stop();
@@ -132,6 +144,7 @@ void Player::stopPlayback()
 {
     m_track = KeloRoles();
     m_awaitingOpen = false;
+    m_joinedInSkip = false;
     m_endReached = false;
     m_nextMedia = KeloRoles();
     m_timer->stop();
