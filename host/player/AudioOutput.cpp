@@ -169,6 +169,7 @@ bool AudioOutput::reopenAfterFailedHandOver()
         return false;
     const qint64 position = playTime();
     KELO_LOG_INFO("Player", "The next stream failed before it started; " << m_uri << " goes on at " << position << " ms");
+    gst_element_set_state(m_playbin, GST_STATE_NULL);
     startPipeline(m_uri, !m_playing, position);
     return m_open;
 }
@@ -302,6 +303,8 @@ void AudioOutput::handle(GstMessage* message)
         if (!m_open || reopenAfterFailedHandOver())
             return;
         stop();
+        // A failed source may leave its error behind in the pipeline; only NULL clears everything.
+        gst_element_set_state(m_playbin, GST_STATE_NULL);
         emit failed(code, text);
         return;
     }
