@@ -95,7 +95,8 @@ QVariantHash Player::state() const
             {QStringLiteral("playMode"), int(m_data.playMode())},
             {QStringLiteral("controls"), m_data.controls().toVariant()},
             {QStringLiteral("playLogicPath"), m_playLogic.toEncoded()},
-            {QStringLiteral("volume"), m_volume}};
+            {QStringLiteral("volume"), m_volume},
+            {QStringLiteral("error"), m_lastError}};
 }
 
 qint64 Player::durationMs() const
@@ -154,9 +155,11 @@ void Player::on_output_opened()
     if (!m_awaitingOpen)
         return;
     m_awaitingOpen = false;
+    m_lastError.clear();
     call(PlayLogicWire::MediaPlaybackStarted(),
          {{PlayLogicWire::OldRoles(), m_formerTrack.toVariant()}, {PlayLogicWire::NewRoles(), m_track.toVariant()}});
     m_formerTrack = KeloRoles();
+    publish();
     schedule();
 }
 

@@ -40,7 +40,8 @@ public:
     bool getDataRequest(const CMGetDataRequest& request) override;
 
     // {"state", "trackRoles", "containerRoles", "playTime", "duration", "playMode", "controls",
-    // "playLogicPath", "volume"}; duration in ms, 0 when neither the tags nor the stream tell it.
+    // "playLogicPath", "volume", "error"}; duration in ms, 0 when neither the tags nor the stream tell
+    // it; error: {"code", "message", "title"} of the last track that failed, {} once one plays.
     QVariantHash state() const;
 
 private:
@@ -102,5 +103,6 @@ private:
     KeloRoles m_formerTrack;     // the oldRoles of that start
     bool m_skipAsked = false;    // next/previous went to the play logic, whose track is still to come
     bool m_joinedInSkip = false; // meanwhile the output joined the announced track gaplessly
+    QVariantHash m_lastError;    // see state()
     QVariantHash m_published;    // the last state published, without its play time
 };

@@ -78,9 +78,11 @@ void Player::startTrack(const KeloRoles& roles, bool alreadyPlaying)
     m_data.setTrackRoles(roles);
     m_awaitingOpen = !alreadyPlaying && m_output->confirmsOpening();
     m_formerTrack = m_awaitingOpen ? oldRoles : KeloRoles();
-    if (!m_awaitingOpen)
+    if (!m_awaitingOpen) {
+        m_lastError.clear();
         call(PlayLogicWire::MediaPlaybackStarted(),
              {{PlayLogicWire::OldRoles(), oldRoles.toVariant()}, {PlayLogicWire::NewRoles(), roles.toVariant()}});
+    }
     m_state = state;
     publish(true);  // also a track that starts again
     schedule();
@@ -96,6 +98,8 @@ void Player::failTrack(const KeloRoles& roles, int code, const QString& message)
     KeloError error;
     error.setCode(code);
     error.setMessage(message);
+    m_lastError = {{QStringLiteral("code"), code}, {QStringLiteral("message"), message},
+                   {QStringLiteral("title"), roles.title()}};
     m_track = KeloRoles();
     m_nextMedia = KeloRoles();
     m_endReached = false;

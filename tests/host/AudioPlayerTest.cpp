@@ -12,6 +12,7 @@
 #include <memory>
 
 #include "AudioFiles.h"
+#include "CMEventHub.h"
 #include "CMRoot.h"
 #include "CMWorkerThread.h"
 #include "KeloPaths.h"
@@ -282,9 +283,18 @@ TEST_F(AudioPlayer, BrokenMissingAndUnreachableMediaAreReportedAtOnceAndSkipped)
     const QList<QVariantHash> tracks = {track("A", file("a.wav"), 1), track("Broken", file("not-audio.wav"), 1),
                                         track("Missing", file("missing.flac"), 1), track("Unreachable", "", 1),
                                         track("C", file("c.wav"), 1)};
+    const auto events = CMEventHub::instance().subscribe();
     startPlayer(tracks);
     play(tracks);
     const QList<Sample> samples = watch([](const Sample& s) { return s.title == "C" && s.state == "stopped"; }, 5000);
+    QStringList shown;  // what the page is told failed
+    for (QVariantHash event; events->next(&event, 0);) {
+        const QVariantHash error = event.value("value").toHash().value("error").toHash();
+        if (event.value("path") == "player:state" && !error.isEmpty())
+            shown << error.value("title").toString();
+    }
+    shown.removeDuplicates();
+    EXPECT_EQ(shown, QStringList({"Broken", "Missing", "Unreachable"}));
     ASSERT_EQ(samples.last().title, "C") << "the list stuck before its last track";
     const auto c = std::find_if(samples.begin(), samples.end(), [](const Sample& s) { return s.title == "C"; });
     EXPECT_LT(c->at, 1000 + 1500) << "the broken media took more than a second";

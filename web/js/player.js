@@ -91,6 +91,11 @@ export class PlayerBar {
     this.state = state;
     this.base = { ms: Number(state.playTime) || 0, at: performance.now() };
     this.render();
+    const error = state.error || {};
+    const oldError = (before && before.error) || {};
+    if (error.message && (error.message !== oldError.message || error.title !== oldError.title)) {
+      this.app.toast(`${error.title || 'The track'} cannot be played: ${error.message}`, { kind: 'error' });
+    }
     const oldTrack = before && before.trackRoles ? before.trackRoles.id ?? before.trackRoles.title : undefined;
     const track = state.trackRoles || {};
     const newTrack = track.id ?? track.title;
