@@ -7,8 +7,10 @@
 #include "CMEventHub.h"
 #include "CMRoot.h"
 #include "KeloLog.h"
-#include "Player.h"
+#include "player/AudioOutput.h"
+#include "player/Player.h"
 #include "PluginLoader.h"
+#include "http/ArtApi.h"
 #include "http/EventStream.h"
 #include "http/HttpApi.h"
 #include "http/HttpServer.h"
@@ -68,13 +70,15 @@ bool Host::startWorkers(QString* error)
         *error = QStringLiteral("--media-dir %1 is not a folder").arg(m_options.mediaDir);
         return false;
     }
-    const Catalogue catalogue = m_options.mediaDir.isEmpty() ? Catalogue::demo() : Catalogue::scan(m_options.mediaDir);
+    m_catalogue = std::make_shared<const Catalogue>(m_options.mediaDir.isEmpty() ? Catalogue::demo()
+                                                                                 : Catalogue::scan(m_options.mediaDir));
     QList<QPair<int, QString>> tracks;
-    for (int id = 1; id <= catalogue.trackCount(); ++id)
-        tracks.append({id, catalogue.track(id)->uri});
+    for (int id = 1; id <= m_catalogue->trackCount(); ++id)
+        tracks.append({id, m_catalogue->track(id)->uri});
     m_library = std::make_unique<LibraryLocations>(m_options.mediaDir, tracks);
-    m_workers->run([catalogue] { return new MediaLibraryWorker(catalogue); });
-    m_workers->run([speed = m_options.playerSpeed] { return new Player(speed); });
+    m_workers->run([catalogue = *m_catalogue] { return new MediaLibraryWorker(catalogue); });
+    if (!startPlayer(error))
+        return false;
     QStringList plugins = m_options.plugins;
     const QString fallback = PluginLoader::defaultPlugin(QCoreApplication::applicationDirPath());
     if (plugins.isEmpty() && !fallback.isEmpty())
@@ -86,13 +90,48 @@ bool Host::startWorkers(QString* error)
     return true;
 }
 
+// One log line says which player plays and why.
+bool Host::startPlayer(QString* error)
+{
+    bool audio = m_options.player == QLatin1String("audio");
+    QString why;
+    if (m_options.player == QLatin1String("simulated")) {
+        why = QStringLiteral("--player simulated");
+    } else if (m_options.player == QLatin1String("auto") && m_options.mediaDir.isEmpty()) {
+        why = QStringLiteral("no --media-dir, so the demo catalogue plays silently");
+    } else if (!AudioOutput::probe(m_options.audioSink, &why)) {
+        if (audio) {
+            *error = QStringLiteral("--player audio: %1").arg(why);
+            return false;
+        }
+        why = QStringLiteral("%1; playing silently").arg(why);
+    } else {
+        audio = true;
+        why = QStringLiteral("--player %1 and the sink \"%2\" opens").arg(m_options.player, m_options.audioSink);
+    }
+    KELO_LOG_WARN("Host", "Player: " << (audio ? "audio" : "simulated") << " (" << why << ")");
+    const QString sink = m_options.audioSink;
+    const double speed = m_options.playerSpeed;
+    return m_workers->run([audio, sink, speed]() -> CMAbstractWorker* {
+        if (!audio)
+            return new Player(speed);
+        QString problem;
+        PlayerOutput* output = AudioOutput::create(sink, &problem);
+        if (!output)
+            KELO_LOG_ERROR("Host", "The audio output cannot be set up (" << problem << "); playing silently");
+        return new Player(output);
+    });
+}
+
 bool Host::startServer(QString* error)
 {
     m_server = std::make_unique<HttpServer>(m_options.token);
     m_api = std::make_unique<HttpApi>(m_options.replyTimeoutMs, &m_stopping);
     m_events = std::make_unique<EventStream>(&m_stopping, MaxEventStreams);
     m_files = std::make_unique<StaticFiles>(m_options.webRoot);
+    m_art = std::make_unique<ArtApi>(m_catalogue);
     m_api->install(m_server->server());
+    m_art->install(m_server->server());
     m_events->install(m_server->server());
     m_playlistFiles = std::make_unique<PlaylistFilesApi>(m_api.get(), *m_library);
     m_playlistFiles->install(m_server->server());

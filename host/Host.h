@@ -8,6 +8,8 @@
 
 #include "Options.h"
 
+class ArtApi;
+class Catalogue;
 class CMRootWorker;
 class EventStream;
 class HttpApi;
@@ -32,6 +34,7 @@ public:
 private:
     bool applySettings(QString* error);
     bool startWorkers(QString* error);
+    bool startPlayer(QString* error);
     bool startServer(QString* error);
 
     Options m_options;
@@ -44,4 +47,6 @@ private:
     std::unique_ptr<EventStream> m_events;
     std::unique_ptr<StaticFiles> m_files;
     std::unique_ptr<PlaylistFilesApi> m_playlistFiles;
+    std::unique_ptr<ArtApi> m_art;
+    std::shared_ptr<const Catalogue> m_catalogue;
 };

@@ -83,6 +83,16 @@ bool parseSpeed(const QString& text, Options* options, QString* error)
     return true;
 }
 
+bool parsePlayer(const QString& text, Options* options, QString* error)
+{
+    if (text != QLatin1String("simulated") && text != QLatin1String("audio") && text != QLatin1String("auto")) {
+        *error = QStringLiteral("--player takes simulated, audio or auto, not \"%1\"").arg(text);
+        return false;
+    }
+    options->player = text;
+    return true;
+}
+
 // Applies one option that takes a value; false with *error for a bad value or an unknown name.
 bool applyOption(const QString& name, const QString& value, Options* options, QString* error)
 {
@@ -106,6 +116,15 @@ bool applyOption(const QString& name, const QString& value, Options* options, QS
         return parseTimeout(value, options, error);
     else if (name == QLatin1String("--player-speed"))
         return parseSpeed(value, options, error);
+    else if (name == QLatin1String("--player"))
+        return parsePlayer(value, options, error);
+    else if (name == QLatin1String("--audio-sink")) {
+        if (value.trimmed().isEmpty()) {
+            *error = QStringLiteral("--audio-sink takes a GStreamer sink, e.g. \"autoaudiosink\" or \"fakesink sync=true\"");
+            return false;
+        }
+        options->audioSink = value;
+    }
     else {
         *error = QStringLiteral("unknown option \"%1\" (see --help)").arg(name);
         return false;
@@ -186,5 +205,9 @@ QString Options::usage()
         "  --web-root DIR          folder of the web page served at / (default: the repository's web/)\n"
         "  --reply-timeout-ms N    how long a request waits for its reply (default 30000)\n"
         "  --player-speed X        the simulated player plays X times faster than real time (default 1)\n"
+        "  --player KIND           simulated, audio or auto (default): the audio player when --media-dir\n"
+        "                          is given and the audio output opens, else the simulated one\n"
+        "  --audio-sink SINK       the audio player's GStreamer sink (default autoaudiosink;\n"
+        "                          \"fakesink sync=true\" plays in real time into nothing)\n"
         "  --help                  this text\n");
 }

@@ -23,6 +23,8 @@ struct Options
     QString webRoot;             // absolute
     int replyTimeoutMs = 30000;
     double playerSpeed = 1.0;    // the simulated player's play time against real time
+    QString player = QStringLiteral("auto");  // "simulated", "audio" or "auto"
+    QString audioSink = QStringLiteral("autoaudiosink");  // a GStreamer sink description
     bool help = false;
 
     // Whether the listen address is a loopback address (127.0.0.0/8, ::1 or "localhost").

@@ -6,6 +6,7 @@ packages=(
   g++ cmake make pkg-config ccache git ca-certificates
   qtbase5-dev liblog4cplus-dev libsqlite3-dev sqlite3 libcpp-httplib-dev libtag1-dev
   libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-14-dev
+  libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-plugins-base gstreamer1.0-plugins-good
   curl procps python3
 )
 if [ "${KELO_WITH_BROWSER:-0}" = 1 ]; then packages+=(chromium nodejs npm); fi

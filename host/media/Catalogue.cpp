@@ -81,7 +81,60 @@ Catalogue Catalogue::demo()
                        demoTracks(seq, 3, QStringLiteral("fail://demo/track/")));
     for (CatalogueTrack& track : catalogue.m_tracks)
         track.uri += QString::number(track.id);
+    catalogue.m_drawnPictures = true;
     return catalogue;
+}
+
+void Catalogue::resolve(const QString& mediaPath, const CatalogueAlbum** album, const CatalogueTrack** track) const
+{
+    *album = nullptr;
+    *track = nullptr;
+    static const QString albumPrefix = QStringLiteral("media:album/"), trackPrefix = QStringLiteral("media:track/");
+    bool ok = false;
+    if (mediaPath.startsWith(albumPrefix)) {
+        *album = this->album(mediaPath.mid(albumPrefix.size()).toInt(&ok));
+    } else if (mediaPath.startsWith(trackPrefix)) {
+        *track = this->track(mediaPath.mid(trackPrefix.size()).toInt(&ok));
+        *album = *track ? this->album((*track)->albumId) : nullptr;
+    }
+    if (!ok) {
+        *album = nullptr;
+        *track = nullptr;
+    }
+}
+
+QString Catalogue::pictureFile(const CatalogueAlbum* album, const CatalogueTrack* track) const
+{
+    if (track && !track->picture.isEmpty())
+        return track->picture;
+    if (!album)
+        return QString();
+    for (int id : album->trackIds) {
+        if (!this->track(id)->picture.isEmpty())
+            return this->track(id)->picture;
+    }
+    return QString();
+}
+
+AlbumArt::Picture Catalogue::picture(const QString& mediaPath) const
+{
+    const CatalogueAlbum* album = nullptr;
+    const CatalogueTrack* track = nullptr;
+    resolve(mediaPath, &album, &track);
+    if (!album)
+        return AlbumArt::Picture();
+    if (m_drawnPictures)
+        return AlbumArt::drawn(album->title, album->artist);
+    const QString file = pictureFile(album, track);
+    return file.isEmpty() ? AlbumArt::Picture() : AlbumArt::read(file);
+}
+
+bool Catalogue::hasPicture(const QString& mediaPath) const
+{
+    const CatalogueAlbum* album = nullptr;
+    const CatalogueTrack* track = nullptr;
+    resolve(mediaPath, &album, &track);
+    return album && (m_drawnPictures || !pictureFile(album, track).isEmpty());
 }
 
 const CatalogueAlbum* Catalogue::album(int id) const

@@ -6,6 +6,8 @@
 #include <QString>
 #include <QVector>
 
+#include "media/AlbumArt.h"
+
 struct CatalogueTrack
 {
     int id = -1;
@@ -16,6 +18,8 @@ struct CatalogueTrack
     int duration = 0;  // seconds; 0 when unknown
     QString uri;
     QString mimeType;
+    QString file;     // absolute path of the audio file; empty in the demo
+    QString picture;  // the file holding its picture (an image, or the audio file itself); empty: none
 };
 
 struct CatalogueAlbum
@@ -33,8 +37,10 @@ public:
     // plus one small album whose uris start with "fail:" (streams that cannot be opened).
     static Catalogue demo();
     // The audio files below dir (recursively) whose tags TagLib can read, grouped by album (sorted
-    // by album title; tracks by track number, then file name), with "file://" uris. Files without
-    // a title are named after the file, without an album or artist "Unknown album"/"Unknown artist".
+    // by album title; tracks by track number, then file name), with percent-encoded "file://" uris.
+    // Missing tags come from the path: the title from the file name without its leading track
+    // number (which orders the album), the album from the folder and the artist from the one above
+    // it; "Unknown album"/"Unknown artist" where there is no such folder below dir.
     static Catalogue scan(const QString& dir);
 
     int albumCount() const { return m_albums.size(); }
@@ -43,10 +49,20 @@ public:
     const CatalogueAlbum* album(int id) const;
     const CatalogueTrack* track(int id) const;
 
+    // The picture of "media:album/<id>" or "media:track/<id>" (a track without one of its own shows its
+    // album's); null when there is none or no such path. The demo's albums have drawn pictures.
+    AlbumArt::Picture picture(const QString& mediaPath) const;
+    bool hasPicture(const QString& mediaPath) const;
+
     // Appends an album made of these tracks; their ids and album id are assigned here.
     void addAlbum(const QString& title, const QString& artist, QList<CatalogueTrack> tracks);
 
 private:
+    // The album and track named by a media path; both null when it names neither.
+    void resolve(const QString& mediaPath, const CatalogueAlbum** album, const CatalogueTrack** track) const;
+    QString pictureFile(const CatalogueAlbum* album, const CatalogueTrack* track) const;
+
+    bool m_drawnPictures = false;
     QVector<CatalogueAlbum> m_albums;
     QVector<CatalogueTrack> m_tracks;
 };

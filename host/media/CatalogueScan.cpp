@@ -2,10 +2,13 @@
 #include <QDirIterator>
 #include <QFileInfo>
 #include <QMap>
+#include <QRegularExpression>
 #include <QUrl>
+#include <algorithm>
 #include <taglib/fileref.h>
 #include <taglib/tag.h>
 
+#include "AlbumArt.h"
 #include "Catalogue.h"
 #include "KeloLog.h"
 
@@ -16,6 +19,7 @@ struct ScannedFile
     CatalogueTrack track;
     unsigned int number = 0;
     QString fileName;
+    QString albumKey;  // what groups files into one album
 };
 
 QString mimeTypeOf(const QString& suffix)
@@ -36,8 +40,31 @@ QString text(const TagLib::String& s)
     return QString::fromStdWString(s.toWString()).trimmed();
 }
 
-// Reads one file; false when it is no audio file TagLib understands.
-bool readFile(const QFileInfo& info, ScannedFile* file)
+// "01 First", "01 - First", "1. First" -> 1 and "First"; a name that is only a number stays a title.
+QString withoutTrackNumber(const QString& name, unsigned int* number)
+{
+    static const QRegularExpression numbered(QStringLiteral("^(\\d{1,3})(?:\\s*[-._)]\\s*|\\s+)(\\S.*)$"));
+    const QRegularExpressionMatch match = numbered.match(name);
+    if (!match.hasMatch())
+        return name;
+    *number = match.captured(1).toUInt();
+    return match.captured(2).trimmed();
+}
+
+// The folder the file lies in and the one above it, as far as they are below the library's root.
+QStringList foldersBelow(const QFileInfo& info, const QString& root)
+{
+    const QString relative = QDir(root).relativeFilePath(info.absolutePath());
+    if (relative == QLatin1String(".") || relative.startsWith(QLatin1String("..")))
+        return {};
+    QStringList folders = relative.split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    std::reverse(folders.begin(), folders.end());
+    return folders;
+}
+
+// Reads one file; false when it is no audio file TagLib understands. Missing tags are taken from
+// where people keep their files: Artist/Album/01 Title.ext.
+bool readFile(const QFileInfo& info, const QString& root, ScannedFile* file)
 {
     const QByteArray path = QFile::encodeName(info.absoluteFilePath());
     TagLib::FileRef ref(path.constData(), true, TagLib::AudioProperties::Fast);
@@ -52,13 +79,26 @@ bool readFile(const QFileInfo& info, ScannedFile* file)
     }
     if (const TagLib::AudioProperties* properties = ref.audioProperties())
         track.duration = properties->lengthInSeconds();
+    unsigned int fileNumber = 0;
+    const QString fileTitle = withoutTrackNumber(info.completeBaseName(), &fileNumber);
     if (track.title.isEmpty())
-        track.title = info.completeBaseName();
+        track.title = fileTitle;
+    if (file->number == 0)
+        file->number = fileNumber;
+    const QStringList folders = foldersBelow(info, root);
+    file->albumKey = track.album;
+    if (track.album.isEmpty()) {
+        track.album = folders.isEmpty() ? QStringLiteral("Unknown album") : folders.at(0);
+        // An untagged album is a folder: two folders of the same name stay two albums.
+        file->albumKey = track.album + QLatin1Char('\n') + info.absolutePath();
+    }
     if (track.artist.isEmpty())
-        track.artist = QStringLiteral("Unknown artist");
-    if (track.album.isEmpty())
-        track.album = QStringLiteral("Unknown album");
-    track.uri = QUrl::fromLocalFile(info.absoluteFilePath()).toString();
+        track.artist = folders.size() < 2 ? QStringLiteral("Unknown artist") : folders.at(1);
+    track.uri = QUrl::fromLocalFile(info.absoluteFilePath()).toString(QUrl::FullyEncoded);
+    track.file = info.absoluteFilePath();
+    track.picture = AlbumArt::folderPicture(info.absolutePath());
+    if (track.picture.isEmpty() && AlbumArt::hasEmbeddedPicture(track.file))
+        track.picture = track.file;
     track.mimeType = mimeTypeOf(info.suffix());
     file->fileName = info.fileName();
     return true;
@@ -73,11 +113,11 @@ Catalogue Catalogue::scan(const QString& dir)
     while (it.hasNext()) {
         const QFileInfo info(it.next());
         ScannedFile file;
-        if (mimeTypeOf(info.suffix()).isEmpty() || !readFile(info, &file)) {
+        if (mimeTypeOf(info.suffix()).isEmpty() || !readFile(info, dir, &file)) {
             KELO_LOG_DEBUG("Host", "not an audio file: " << info.absoluteFilePath());
             continue;
         }
-        albums[file.track.album].append(file);
+        albums[file.albumKey].append(file);
     }
     Catalogue catalogue;
     for (auto album = albums.begin(); album != albums.end(); ++album) {
@@ -87,7 +127,7 @@ Catalogue Catalogue::scan(const QString& dir)
         QList<CatalogueTrack> tracks;
         for (const ScannedFile& file : *album)
             tracks.append(file.track);
-        catalogue.addAlbum(album.key(), tracks.first().artist, tracks);
+        catalogue.addAlbum(tracks.first().album, tracks.first().artist, tracks);
     }
     KELO_LOG_INFO("Host", "media library: " << catalogue.trackCount() << " tracks on " << catalogue.albumCount()
                                             << " albums from " << dir);

@@ -1,5 +1,7 @@
 #include "media/MediaLibraryWorker.h"
 
+#include <QUrl>
+
 #include "CMGlobal.h"
 #include "KeloJson.h"
 #include "KeloLog.h"
@@ -15,6 +17,15 @@ CMPath albumPath(int id)
 CMPath trackPath(int id)
 {
     return CMPath(QStringLiteral("media:track/")) + id;
+}
+
+// Rows with a picture carry "icon", the address the host serves it at.
+void setIcon(KeloRoles* roles, const Catalogue& catalogue)
+{
+    const QString path = roles->path().toEncoded();
+    if (catalogue.hasPicture(path))
+        roles->set(QStringLiteral("icon"),
+                   QStringLiteral("/api/art?path=") + QString::fromLatin1(QUrl::toPercentEncoding(path)));
 }
 
 }  // namespace
@@ -65,6 +76,7 @@ KeloRoles MediaLibraryWorker::albumRoles(const CatalogueAlbum& album) const
     roles.setContainerPlayable(true);
     roles.setPath(albumPath(album.id));
     roles.setId(QString::number(album.id));
+    setIcon(&roles, m_catalogue);
     return roles;
 }
 
@@ -85,6 +97,7 @@ KeloRoles MediaLibraryWorker::trackRoles(const CatalogueTrack& track) const
     roles.setPath(trackPath(track.id));
     roles.setId(QString::number(track.id));
     roles.setMediaData(mediaData);
+    setIcon(&roles, m_catalogue);
     return roles;
 }
 

@@ -4,9 +4,8 @@
 #include <QSet>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
-#include <taglib/fileref.h>
-#include <taglib/tag.h>
 
+#include "AudioFiles.h"
 #include "HostProcess.h"
 #include "KeloJson.h"
 #include "KeloPlayList.h"
@@ -15,32 +14,11 @@
 
 namespace {
 
-// A mono 8 kHz 16-bit WAV file of the given length in seconds, silent.
-void writeWav(const QString& fileName, int seconds)
-{
-    const quint32 dataSize = 8000u * 2u * static_cast<quint32>(seconds);
-    QByteArray wav;
-    auto u32 = [&wav](quint32 v) { for (int i = 0; i < 4; ++i) wav.append(char((v >> (8 * i)) & 0xff)); };
-    auto u16 = [&wav](quint16 v) { wav.append(char(v & 0xff)); wav.append(char(v >> 8)); };
-    wav.append("RIFF"); u32(36 + dataSize); wav.append("WAVEfmt "); u32(16);
-    u16(1); u16(1); u32(8000); u32(16000); u16(2); u16(16);
-    wav.append("data"); u32(dataSize); wav.append(QByteArray(static_cast<int>(dataSize), '\0'));
-    QFile file(fileName);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(wav);
-}
-
 void writeTaggedWav(const QString& fileName, int seconds, const char* title, const char* artist, const char* album,
                     unsigned int number)
 {
-    writeWav(fileName, seconds);
-    TagLib::FileRef file(QFile::encodeName(fileName).constData());
-    ASSERT_FALSE(file.isNull());
-    file.tag()->setTitle(title);
-    file.tag()->setArtist(artist);
-    file.tag()->setAlbum(album);
-    file.tag()->setTrack(number);
-    ASSERT_TRUE(file.save());
+    ASSERT_TRUE(AudioFiles::writeWav(fileName, seconds));
+    ASSERT_TRUE(AudioFiles::tag(fileName, title, artist, album, number));
 }
 
 TEST(MediaCatalogue, TheDemoHoldsAFewHundredPlayableTracksAndOneAlbumOfUnplayableOnes)
@@ -77,7 +55,7 @@ TEST(MediaCatalogue, AFolderOfAudioFilesIsReadThroughItsTagsAndGroupedByAlbum)
     writeTaggedWav(dir.filePath("b/two.wav"), 3, "Second", "Ada", "Blue", 2);
     writeTaggedWav(dir.filePath("b/deeper/one.wav"), 2, "First", "Ada", "Blue", 1);
     writeTaggedWav(dir.filePath("a.wav"), 1, "Alone", "Ben", "Amber", 1);
-    writeWav(dir.filePath("untagged.wav"), 1);
+    ASSERT_TRUE(AudioFiles::writeWav(dir.filePath("untagged.wav"), 1));
     QFile notes(dir.filePath("notes.txt"));
     ASSERT_TRUE(notes.open(QIODevice::WriteOnly));
     notes.write("not audio");

@@ -13,7 +13,7 @@
 #include "CMRoot.h"
 #include "CMWorkerThread.h"
 #include "KeloPaths.h"
-#include "Player.h"
+#include "player/Player.h"
 #include "PlayLogic.h"
 
 namespace {

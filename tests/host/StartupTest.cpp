@@ -54,6 +54,14 @@ TEST_F(Startup, APlugInThatCannotBeLoadedEndsTheHostWithStatus2)
     }
 }
 
+TEST_F(Startup, AnUnknownPlayerOrAnAudioPlayerWithoutAWorkingSinkIsRefused)
+{
+    EXPECT_EQ(m_host.runToExit(dataDir(), {"--player", "loud"}), 2);
+    EXPECT_TRUE(m_host.errorOutput().contains("--player")) << m_host.errorOutput().toStdString();
+    EXPECT_EQ(m_host.runToExit(dataDir(), {"--player", "audio", "--audio-sink", "nosuchsink-kelo"}), 2);
+    EXPECT_TRUE(m_host.errorOutput().contains("nosuchsink-kelo")) << m_host.errorOutput().toStdString();
+}
+
 TEST_F(Startup, TheDataDirectoryIsCreatedAndHoldsTheSettings)
 {
     const QString nested = m_dir.filePath("a/b/data");

@@ -26,6 +26,7 @@ export class PlayerBar {
     this.seeking = false;
     el.innerHTML = `
       <div class="np-info">
+        <img class="np-art" alt="" hidden>
         <button type="button" class="np-jump" aria-label="Show the playing track" title="Show the playing track (J)">${icon('target')}</button>
         <div class="np-text"><div class="np-title">Nothing playing</div><div class="np-sub"></div></div>
       </div>
@@ -39,9 +40,12 @@ export class PlayerBar {
         <input type="range" class="np-range" min="0" max="0" step="1000" value="0" aria-label="Play position">
         <span class="np-len" aria-hidden="true">0:00</span>
       </div>
+      <div class="np-right">
+      <input type="range" class="np-vol" min="0" max="100" step="5" value="100" aria-label="Volume" title="Volume">
       <div class="np-modes" role="group" aria-label="Play mode">
         <button type="button" class="icon-btn" data-c="shuffle" aria-pressed="false" aria-label="Shuffle" title="Shuffle (S)">${icon('shuffle')}</button>
         <button type="button" class="icon-btn" data-c="repeat" aria-label="Repeat off" title="Repeat (R)">${icon('repeat')}</button>
+      </div>
       </div>`;
     this.titleEl = el.querySelector('.np-title');
     this.subEl = el.querySelector('.np-sub');
@@ -49,6 +53,15 @@ export class PlayerBar {
     this.lenEl = el.querySelector('.np-len');
     this.range = el.querySelector('.np-range');
     this.toggleBtn = el.querySelector('[data-c="toggle"]');
+    this.artEl = el.querySelector('.np-art');
+    this.artEl.addEventListener('error', () => { this.artEl.hidden = true; });
+    this.volume = el.querySelector('.np-vol');
+    this.volumeHeld = false;
+    this.volume.addEventListener('input', () => { this.volumeHeld = true; this.showVolume(Number(this.volume.value)); });
+    this.volume.addEventListener('change', () => {
+      this.volumeHeld = false;
+      this.setVolume(Number(this.volume.value));
+    });
     el.addEventListener('click', (e) => {
       const button = e.target.closest('button');
       if (!button) return;
@@ -78,6 +91,11 @@ export class PlayerBar {
     this.state = state;
     this.base = { ms: Number(state.playTime) || 0, at: performance.now() };
     this.render();
+    const error = state.error || {};
+    const oldError = (before && before.error) || {};
+    if (error.message && (error.message !== oldError.message || error.title !== oldError.title)) {
+      this.app.toast(`${error.title || 'The track'} cannot be played: ${error.message}`, { kind: 'error' });
+    }
     const oldTrack = before && before.trackRoles ? before.trackRoles.id ?? before.trackRoles.title : undefined;
     const track = state.trackRoles || {};
     const newTrack = track.id ?? track.title;
@@ -106,8 +124,10 @@ export class PlayerBar {
   }
 
   lengthMs() {
-    const track = this.state && this.state.trackRoles;
-    return track && track.duration ? Number(track.duration) * 1000 : 0;
+    const s = this.state;
+    const track = s && s.trackRoles;
+    if (track && track.duration) return Number(track.duration) * 1000;
+    return s && s.duration ? Number(s.duration) : 0;
   }
 
   controlEnabled(name) {
@@ -121,6 +141,13 @@ export class PlayerBar {
     this.el.classList.toggle('idle', !track);
     this.titleEl.textContent = track ? track.title || 'Untitled' : 'Nothing playing';
     this.subEl.innerHTML = track ? [track.artist, track.album].filter(Boolean).map(escapeHtml).join(' · ') : '';
+    const art = track && typeof track.icon === 'string' ? track.icon : '';
+    if (art && this.artEl.getAttribute('src') !== art) this.artEl.src = art;
+    this.artEl.hidden = !art;
+    if (s && Number.isInteger(s.volume) && !this.volumeHeld) {
+      this.volume.value = String(s.volume);
+      this.showVolume(s.volume);
+    }
     const playing = s && s.state === 'playing';
     this.toggleBtn.innerHTML = icon(playing ? 'pause' : 'play');
     this.toggleBtn.setAttribute('aria-label', playing ? 'Pause' : 'Play');
@@ -167,6 +194,16 @@ export class PlayerBar {
     }
     const answer = await setData('player:control', body);
     if (answer.error) this.app.toast(answer.error.message, { kind: 'error' });
+  }
+
+  showVolume(level) {
+    this.volume.setAttribute('aria-valuetext', `${level} %`);
+  }
+
+  async setVolume(level) {
+    const answer = await setData('player:control', { control: 'volume', level });
+    if (answer.error) this.app.toast(answer.error.message, { kind: 'error' });
+    else this.update(answer.value);
   }
 
   seekBy(deltaMs) {

@@ -4,6 +4,14 @@
 #include "Player.h"
 #include "PlayLogic.h"
 
+namespace {
+QString firstUri(const KeloRoles& roles)
+{
+    const QList<KeloMediaResource> resources = roles.mediaData().resources();
+    return resources.isEmpty() ? QString() : resources.first().uri();
+}
+}  // namespace
+
 void Player::command(const QVariantHash& value)
 {
     const QString name = value.value(PlayLogicWire::Command()).toString();
@@ -33,8 +41,21 @@ void Player::command(const QVariantHash& value)
     }
 }
 
-void Player::startTrack(const KeloRoles& roles)
+// alreadyPlaying: the output joined the track to the one before it and plays it already.
+void Player::startTrack(const KeloRoles& roles, bool alreadyPlaying)
 {
+    // A skip asked just before the track's end may name the very track the output joined meanwhile:
+    // it plays on instead of starting a second time.
+    // The play logic heard of its start already.
+    if (!alreadyPlaying && m_joinedInSkip && !m_track.isEmpty() && firstUri(roles) == firstUri(m_track)) {
+        m_joinedInSkip = false;
+        m_skipAsked = false;
+        m_track = roles;
+        publish();
+        return;
+    }
+    m_skipAsked = false;
+    m_joinedInSkip = false;
     const KeloRoles oldRoles = m_track;
     ++m_serial;
     m_timer->stop();
@@ -42,40 +63,49 @@ void Player::startTrack(const KeloRoles& roles)
     m_nextAnswered = false;
     m_nextMedia = KeloRoles();
     m_endReached = false;
-    const QList<KeloMediaResource> resources = roles.mediaData().resources();
-    const QString uri = resources.isEmpty() ? QString() : resources.first().uri();
-    if (uri.isEmpty() || uri.startsWith(QLatin1String("fail:"))) {
-        failTrack(roles);
-        return;
+    const QString uri = firstUri(roles);
+    State state = m_state == State::Paused && alreadyPlaying ? State::Paused : State::Playing;
+    if (!alreadyPlaying) {
+        state = m_startPaused ? State::Paused : State::Playing;
+        if (uri.isEmpty() || !m_output->open(uri, qint64(roles.duration()) * 1000, state == State::Paused)) {
+            failTrack(roles, CannotOpenErrorCode, QStringLiteral("The resource cannot be opened"));
+            return;
+        }
     }
+    m_startPaused = false;
     m_track = roles;
     // Shown at once as the play logic named it; its data for the track follows the start.
     m_data.setTrackRoles(roles);
-    m_clock.hold();
-    m_clock.setPlayTime(0);
-    const State state = m_startPaused ? State::Paused : State::Playing;
-    m_startPaused = false;
-    if (state == State::Playing)
-        m_clock.run();
-    call(PlayLogicWire::MediaPlaybackStarted(),
-         {{PlayLogicWire::OldRoles(), oldRoles.toVariant()}, {PlayLogicWire::NewRoles(), roles.toVariant()}});
+    m_awaitingOpen = !alreadyPlaying && m_output->confirmsOpening();
+    m_formerTrack = m_awaitingOpen ? oldRoles : KeloRoles();
+    if (!m_awaitingOpen) {
+        m_lastError.clear();
+        call(PlayLogicWire::MediaPlaybackStarted(),
+             {{PlayLogicWire::OldRoles(), oldRoles.toVariant()}, {PlayLogicWire::NewRoles(), roles.toVariant()}});
+    }
     m_state = state;
     publish(true);  // also a track that starts again
     schedule();
 }
 
-// A resource that cannot be opened fails before its playback starts, as an unreachable stream does.
-void Player::failTrack(const KeloRoles& roles)
+// A resource that cannot be opened or decoded fails before its playback goes on, as an unreachable
+// stream does; the play logic hears of it at once and decides what comes next.
+void Player::failTrack(const KeloRoles& roles, int code, const QString& message)
 {
-    const QList<KeloMediaResource> resources = roles.mediaData().resources();
-    KELO_LOG_INFO("Player", "Cannot open " << (resources.isEmpty() ? QStringLiteral("a track without resources")
-                                                                    : resources.first().uri()));
+    const QString uri = firstUri(roles);
+    KELO_LOG_INFO("Player", "Cannot play " << (uri.isEmpty() ? QStringLiteral("a track without resources") : uri) << ": "
+                                           << message);
     KeloError error;
-    error.setCode(CannotOpenErrorCode);
-    error.setMessage(QStringLiteral("The resource cannot be opened"));
+    error.setCode(code);
+    error.setMessage(message);
+    m_lastError = {{QStringLiteral("code"), code}, {QStringLiteral("message"), message},
+                   {QStringLiteral("title"), roles.title()}};
     m_track = KeloRoles();
-    m_clock.hold();
-    m_clock.setPlayTime(0);
+    m_nextMedia = KeloRoles();
+    m_endReached = false;
+    m_awaitingOpen = false;
+    m_timer->stop();
+    m_output->stop();
     setState(State::Stopped);
     call(PlayLogicWire::StreamError(), {{PlayLogicWire::Error(), error.toVariant()}});
 }
@@ -91,6 +121,8 @@ void Player::nextMediaAnswered(const QVariantHash& value, const KeloRoles& roles
     m_nextMedia = roles;
     if (m_endReached)
         advance();
+    else if (!roles.isEmpty())
+        m_output->queue(firstUri(roles), qint64(roles.duration()) * 1000);
 }
 
 void Player::askForNextMedia()
@@ -115,11 +147,12 @@ void Player::advance()
 void Player::stopPlayback()
 {
     m_track = KeloRoles();
+    m_awaitingOpen = false;
+    m_joinedInSkip = false;
     m_endReached = false;
     m_nextMedia = KeloRoles();
     m_timer->stop();
-    m_clock.hold();
-    m_clock.setPlayTime(0);
+    m_output->stop();
     setState(State::Stopped);
 }
 

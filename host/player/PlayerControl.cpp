@@ -1,4 +1,5 @@
 // The user's controls of the player.
+#include "CMRoot.h"
 #include "KeloLog.h"
 #include "Player.h"
 #include "PlayLogic.h"
@@ -39,6 +40,8 @@ CMError Player::control(const QVariantHash& value)
         return forward(name == QLatin1String("next") ? PlayLogicWire::Next() : PlayLogicWire::Previous());
     if (name == QLatin1String("streamError"))
         return failStream(value);
+    if (name == QLatin1String("volume"))
+        return changeVolume(value);
     if (name == QLatin1String("pause"))
         pause();
     else if (name == QLatin1String("resume"))
@@ -50,7 +53,7 @@ CMError Player::control(const QVariantHash& value)
     else
         return badRequest(QStringLiteral("Unknown control; expected {\"control\": \"playContainer\" | \"pause\" | "
                                          "\"resume\" | \"stop\" | \"next\" | \"previous\" | \"seek\" | \"playMode\" | "
-                                         "\"endOfTrack\" | \"streamError\", ...}"));
+                                         "\"endOfTrack\" | \"streamError\" | \"volume\", ...}"));
     return CMError();
 }
 
@@ -95,7 +98,7 @@ CMError Player::seek(const QVariantHash& value)
     if (m_track.isEmpty())
         return playerError(QStringLiteral("Nothing is playing"));
     const qint64 duration = durationMs();
-    m_clock.setPlayTime(duration > 0 ? qMin(ms.toLongLong(), duration) : ms.toLongLong());
+    m_output->seek(duration > 0 ? qMin(ms.toLongLong(), duration) : ms.toLongLong());
     schedule();
     publish(true);
     return CMError();
@@ -119,6 +122,9 @@ CMError Player::forward(const QString& name)
 {
     if (m_playLogic.isEmpty())
         return playerError(QStringLiteral("No play logic to ask; play something first"));
+    // The play logic names the track to play; an announcement queued for a gapless start is void.
+    m_output->queue(QString(), 0);
+    m_skipAsked = true;
     call(name);
     return CMError();
 }
@@ -134,11 +140,26 @@ CMError Player::failStream(const QVariantHash& value)
     return CMError();
 }
 
+CMError Player::changeVolume(const QVariantHash& value)
+{
+    const QVariant level = value.value(QStringLiteral("level"));
+    if (!isWholeNumber(level) || level.toInt() < 0 || level.toInt() > 100)
+        return badRequest(QStringLiteral("volume takes \"level\", a whole number from 0 to 100"));
+    applyVolume(level.toInt());
+    if (CMRootWorker* root = CMRoot()) {
+        CMReply<QVariant> reply;
+        root->setValue(volumePath(), KeloValue::fromI32(level.toInt()), reply);
+        if (reply.hasError())
+            KELO_LOG_WARN("Player", "The volume is not kept: " << reply.error().Message());
+    }
+    return CMError();
+}
+
 void Player::pause()
 {
     if (m_state != State::Playing)
         return;
-    m_clock.hold();
+    m_output->pause();
     setState(State::Paused);
     schedule();
 }
@@ -147,7 +168,7 @@ void Player::resume()
 {
     if (m_state != State::Paused)
         return;
-    m_clock.run();
+    m_output->resume();
     setState(State::Playing);
     schedule();
 }
@@ -162,7 +183,7 @@ void Player::endOfTrack()
 {
     if (m_track.isEmpty() || m_endReached)
         return;
-    m_clock.hold();
+    m_output->pause();
     m_endReached = true;
     if (!m_askedNext)
         askForNextMedia();
@@ -179,7 +200,7 @@ void Player::streamError(int code)
     error.setMessage(QStringLiteral("The stream failed"));
     m_track = KeloRoles();
     m_endReached = false;
-    m_clock.hold();
+    m_output->stop();
     m_timer->stop();
     setState(State::Stopped);
     call(PlayLogicWire::StreamError(), {{PlayLogicWire::Error(), error.toVariant()}});

@@ -1,0 +1,89 @@
+#include "AudioFiles.h"
+
+#include <QFile>
+#include <cmath>
+#include <gst/gst.h>
+#include <taglib/fileref.h>
+#include <taglib/flacfile.h>
+#include <taglib/flacpicture.h>
+#include <taglib/tag.h>
+
+namespace AudioFiles {
+
+bool writeWav(const QString& fileName, double seconds, int hz)
+{
+    const quint32 samples = quint32(8000 * seconds);
+    const quint32 dataSize = samples * 2u;
+    QByteArray wav;
+    auto u32 = [&wav](quint32 v) { for (int i = 0; i < 4; ++i) wav.append(char((v >> (8 * i)) & 0xff)); };
+    auto u16 = [&wav](quint16 v) { wav.append(char(v & 0xff)); wav.append(char(v >> 8)); };
+    wav.append("RIFF"); u32(36 + dataSize); wav.append("WAVEfmt "); u32(16);
+    u16(1); u16(1); u32(8000); u32(16000); u16(2); u16(16);
+    wav.append("data"); u32(dataSize);
+    for (quint32 i = 0; i < samples; ++i)
+        u16(quint16(qint16(hz ? 8000 * std::sin(2 * M_PI * hz * i / 8000.0) : 0)));
+    QFile file(fileName);
+    return file.open(QIODevice::WriteOnly) && file.write(wav) == wav.size();
+}
+
+bool writeEncoded(const QString& fileName, double seconds, int hz)
+{
+    gst_init(nullptr, nullptr);
+    const char* encoder = fileName.endsWith(QLatin1String(".flac")) ? "flacenc" : "vorbisenc ! oggmux";
+    const QString description = QStringLiteral("audiotestsrc freq=%1 num-buffers=%2 samplesperbuffer=441 ! "
+                                               "audio/x-raw,rate=44100,channels=1 ! audioconvert ! %3 ! "
+                                               "filesink location=\"%4\"")
+                                    .arg(hz)
+                                    .arg(int(seconds * 100))
+                                    .arg(QLatin1String(encoder), fileName);
+    GError* error = nullptr;
+    GstElement* pipeline = gst_parse_launch(description.toUtf8().constData(), &error);
+    if (!pipeline) {
+        g_clear_error(&error);
+        return false;
+    }
+    gst_element_set_state(pipeline, GST_STATE_PLAYING);
+    GstBus* bus = gst_element_get_bus(pipeline);
+    GstMessage* message = gst_bus_timed_pop_filtered(bus, 10 * GST_SECOND,
+                                                     GstMessageType(GST_MESSAGE_EOS | GST_MESSAGE_ERROR));
+    const bool ok = message && GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS;
+    if (message)
+        gst_message_unref(message);
+    gst_object_unref(bus);
+    gst_element_set_state(pipeline, GST_STATE_NULL);
+    gst_object_unref(pipeline);
+    return ok;
+}
+
+bool tag(const QString& fileName, const char* title, const char* artist, const char* album, unsigned int number)
+{
+    TagLib::FileRef file(QFile::encodeName(fileName).constData());
+    if (file.isNull() || !file.tag())
+        return false;
+    file.tag()->setTitle(title);
+    file.tag()->setArtist(artist);
+    file.tag()->setAlbum(album);
+    file.tag()->setTrack(number);
+    return file.save();
+}
+
+bool embedPicture(const QString& flacFile, const QByteArray& png)
+{
+    TagLib::FLAC::File file(QFile::encodeName(flacFile).constData());
+    if (!file.isValid())
+        return false;
+    auto* picture = new TagLib::FLAC::Picture;
+    picture->setType(TagLib::FLAC::Picture::FrontCover);
+    picture->setMimeType("image/png");
+    picture->setData(TagLib::ByteVector(png.constData(), unsigned(png.size())));
+    file.addPicture(picture);
+    return file.save();
+}
+
+QByteArray png()
+{
+    // 1x1 red pixel.
+    return QByteArray::fromBase64("iVBORw0KGgoAAAANSUhEUgAAAAEAAAABCAYAAAAfFcSJAAAADUlEQVR42mP8z8DwHwAFBQIAX8jx0gAAAABJRU5ErkJggg==");
+}
+
+}  // namespace AudioFiles

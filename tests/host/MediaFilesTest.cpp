@@ -1,0 +1,130 @@
+// A media library read from files as people keep them, and the pictures the host serves for it.
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QUrl>
+#include <gtest/gtest.h>
+
+#include "AudioFiles.h"
+#include "HostProcess.h"
+#include "media/Catalogue.h"
+
+namespace {
+
+const CatalogueAlbum* albumNamed(const Catalogue& catalogue, const QString& title)
+{
+    for (int id = 1; id <= catalogue.albumCount(); ++id) {
+        if (catalogue.album(id)->title == title)
+            return catalogue.album(id);
+    }
+    return nullptr;
+}
+
+TEST(MediaFiles, UntaggedFilesTakeTitleAlbumAndArtistFromTheirPathAndKeepTheirNumberedOrder)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    ASSERT_TRUE(QDir().mkpath(dir.filePath("Ada Loom/Blue Hours")));
+    ASSERT_TRUE(QDir().mkpath(dir.filePath("Ben Ode/Blue Hours")));
+    ASSERT_TRUE(AudioFiles::writeWav(dir.filePath("Ada Loom/Blue Hours/10 Late.wav"), 1));
+    ASSERT_TRUE(AudioFiles::writeWav(dir.filePath("Ada Loom/Blue Hours/02 - Café Noir.wav"), 1));
+    ASSERT_TRUE(AudioFiles::writeWav(dir.filePath("Ada Loom/Blue Hours/1999.wav"), 1));
+    ASSERT_TRUE(AudioFiles::writeWav(dir.filePath("Ben Ode/Blue Hours/01 Other.wav"), 1));
+
+    const Catalogue catalogue = Catalogue::scan(dir.path());
+    ASSERT_EQ(catalogue.albumCount(), 2) << "two folders of the same name are two albums";
+    const CatalogueAlbum* ada = catalogue.album(1)->artist == "Ada Loom" ? catalogue.album(1) : catalogue.album(2);
+    EXPECT_EQ(ada->title, "Blue Hours");
+    EXPECT_EQ(ada->artist, "Ada Loom");
+    QStringList titles;
+    for (int id : ada->trackIds)
+        titles << catalogue.track(id)->title;
+    EXPECT_EQ(titles, QStringList({"1999", "Café Noir", "Late"})) << "a number alone is a title, not a track number";
+    const CatalogueTrack* cafe = catalogue.track(ada->trackIds.at(1));
+    EXPECT_EQ(cafe->uri, "file://" + QUrl::toPercentEncoding(dir.filePath("Ada Loom/Blue Hours/02 - Café Noir.wav"), "/"));
+    EXPECT_TRUE(cafe->uri.contains("%20") && cafe->uri.contains("Caf%C3%A9"));
+    EXPECT_EQ(QUrl(cafe->uri).toLocalFile(), dir.filePath("Ada Loom/Blue Hours/02 - Café Noir.wav"));
+}
+
+class MediaArt : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(m_dir.isValid());
+        const QString media = m_dir.filePath("media");
+        ASSERT_TRUE(QDir().mkpath(media + "/Embedded") && QDir().mkpath(media + "/Folder") && QDir().mkpath(media + "/Bare"));
+        ASSERT_TRUE(AudioFiles::writeEncoded(media + "/Embedded/01 One.flac", 0.5));
+        ASSERT_TRUE(AudioFiles::embedPicture(media + "/Embedded/01 One.flac", AudioFiles::png()));
+        ASSERT_TRUE(AudioFiles::writeWav(media + "/Folder/01 Two.wav", 1));
+        QFile cover(media + "/Folder/Cover.JPG");
+        ASSERT_TRUE(cover.open(QIODevice::WriteOnly));
+        cover.write("\xff\xd8\xff\xe0 not really a jpeg");
+        cover.close();
+        ASSERT_TRUE(AudioFiles::writeWav(media + "/Bare/01 Three.wav", 1));
+        m_catalogue = Catalogue::scan(media);
+        ASSERT_TRUE(m_host.start(m_dir.filePath("data"), {"--media-dir", media, "--player", "simulated"}))
+            << m_host.errorOutput().toStdString();
+    }
+    httplib::Result art(const QString& path, const httplib::Headers& headers = {}) const
+    {
+        return m_host.client()->Get("/api/art?path=" + QUrl::toPercentEncoding(path).toStdString(), headers);
+    }
+    QString icon(const QString& album) const
+    {
+        QVariantHash answer;
+        const int id = albumNamed(m_catalogue, album)->id;
+        EXPECT_EQ(m_host.post("/api/getData", jsonText(QVariantHash{{"path", QString("media:album/%1").arg(id)}}), &answer), 200);
+        return answer.value("value").toHash().value("icon").toString();
+    }
+
+    QTemporaryDir m_dir;
+    HostProcess m_host;
+    Catalogue m_catalogue;
+};
+
+TEST_F(MediaArt, TheEmbeddedAndTheFolderPictureAreServedWithAValidatorAndABareAlbumHasNone)
+{
+    const QString embedded = icon("Embedded");
+    ASSERT_FALSE(embedded.isEmpty());
+    httplib::Result result = m_host.client()->Get(embedded.toStdString());
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->status, 200);
+    EXPECT_EQ(result->get_header_value("Content-Type"), "image/png");
+    EXPECT_EQ(QByteArray::fromStdString(result->body), AudioFiles::png());
+    const std::string etag = result->get_header_value("ETag");
+    ASSERT_FALSE(etag.empty());
+    result = m_host.client()->Get(embedded.toStdString(), {{"If-None-Match", etag}});
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->status, 304);
+
+    const int folderTrack = albumNamed(m_catalogue, "Folder")->trackIds.first();
+    result = art(QString("media:track/%1").arg(folderTrack));
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->status, 200);
+    EXPECT_EQ(result->get_header_value("Content-Type"), "image/jpeg");
+    EXPECT_EQ(result->body.substr(0, 3), "\xff\xd8\xff");
+
+    EXPECT_TRUE(icon("Bare").isEmpty());
+    result = art(QString("media:album/%1").arg(albumNamed(m_catalogue, "Bare")->id));
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->status, 404);
+    for (const char* bad : {"media:album/99", "media:track/x", "settings:playlists/dbVacuum"}) {
+        result = art(bad);
+        ASSERT_TRUE(result);
+        EXPECT_EQ(result->status, 404) << bad;
+    }
+}
+
+TEST(MediaArtDemo, EveryDemoAlbumHasADrawnPictureOfItsOwn)
+{
+    const Catalogue demo = Catalogue::demo();
+    const AlbumArt::Picture first = demo.picture("media:album/1");
+    EXPECT_EQ(first.mimeType, "image/svg+xml");
+    EXPECT_TRUE(first.data.startsWith("<svg"));
+    EXPECT_EQ(demo.picture("media:track/1").data, first.data) << "a track shows its album's picture";
+    EXPECT_NE(demo.picture("media:album/2").data, first.data);
+    EXPECT_EQ(Catalogue::demo().picture("media:album/2").data, demo.picture("media:album/2").data);
+}
+
+}  // namespace
