@@ -10,10 +10,7 @@ using PlaylistFile::Format;
 
 QByteArray sample(const QString& name)
 {
-    // CTest names the source tree; run by hand from the build tree, it lies two folders up.
-    const QByteArray source = qgetenv("KELO_SOURCE_DIR");
-    const QString root = source.isEmpty() ? QStringLiteral("../..") : QString::fromLocal8Bit(source);
-    QFile file(root + QStringLiteral("/tests/host/playlistfiles/") + name);
+    QFile file(QStringLiteral(KELO_SOURCE_DIR "/tests/host/playlistfiles/") + name);
     EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name.toStdString();
     return file.readAll();
 }
