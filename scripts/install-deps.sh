@@ -10,6 +10,7 @@ packages=(
   curl procps python3
 )
 if [ "${KELO_WITH_BROWSER:-0}" = 1 ]; then packages+=(chromium nodejs npm); fi
+if [ "${KELO_WITH_PROFILER:-0}" = 1 ]; then packages+=(linux-perf); fi
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

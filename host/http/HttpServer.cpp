@@ -26,6 +26,9 @@ HttpServer::HttpServer(const QString& token) : m_server(std::make_unique<httplib
     m_server->set_payload_max_length(MaxBodyBytes);
     // Short enough that an idle keep-alive connection does not hold up a shutdown for long.
     m_server->set_keep_alive_timeout(2);
+    // httplib writes the headers and the body of an answer (and each event of a stream) separately:
+    // with Nagle's algorithm the second write waits for the client's delayed ACK, ~40 ms a request.
+    m_server->set_tcp_nodelay(true);
     if (!token.isEmpty()) {
         const std::string expected = "Bearer " + token.toStdString();
         m_server->set_pre_routing_handler([expected](const httplib::Request& req, httplib::Response& res) {

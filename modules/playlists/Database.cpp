@@ -284,9 +284,9 @@ void Database::vacuum()
 
 int Database::count(StatementId id, int offset)
 {
-    Sqlite3Statement& query = statement(id);
-    const int value = query.step_row() ? query.columnInt(0) : 0;
-    return query.reset() ? value + offset : 0;
+    StatementScope query(statement(id));
+    const int value = query.step() ? query.columnInt(0) : 0;
+    return query.finish() ? value + offset : 0;
 }
 
 int Database::countPlaylists()
@@ -306,7 +306,5 @@ int Database::countCollections()
 
 bool Database::cleanUnusedItems()
 {
-    Sqlite3Statement& clean = statement(CleanUnusedItems);
-    clean.step();
-    return clean.reset();
+    return StatementScope(statement(CleanUnusedItems)).run();
 }

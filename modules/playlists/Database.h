@@ -33,6 +33,7 @@
 #include "KeloPlayList.h"
 
 class Sqlite3Statement;
+class StatementScope;
 struct sqlite3;
 
 // One row of `playlists` plus its entry count. A plain value.
@@ -178,10 +179,10 @@ private:
     int count(StatementId id, int offset);  // the first column of one row plus offset; 0 on failure
     bool cleanUnusedItems();
 
-    static PlayListRecord readPlayListRecord(const Sqlite3Statement& query);
+    static PlayListRecord readPlayListRecord(const StatementScope& query);
     bool deletePlayListTransaction(const PlayListRecord& pl);
 
-    static KeloPlayListItem readItem(const Sqlite3Statement& query);
+    static KeloPlayListItem readItem(const StatementScope& query);
     bool offsetItemsFromTransaction(const PlayListRecord& pl, int from, int count);
     bool addItemsFromSequenceNumber(const PlayListRecord& pl, int firstSequenceNumber,
                                     const QList<KeloPlayListItem>& items);

@@ -12,10 +12,7 @@
 CollectionRecord Database::createCollection(const QString& name)
 {
     KELO_LOG_TRACE("PlayLists", "name=" << name);
-    Sqlite3Statement& insert = statement(CreateCollection);
-    insert.bindText(1, name);
-    insert.step();
-    if (!insert.reset()) {
+    if (!StatementScope(statement(CreateCollection)).bind(name).run()) {
         KELO_LOG_ERROR("PlayLists", "Unable to create collection in database");
         return CollectionRecord();
     }
@@ -29,10 +26,7 @@ CollectionRecord Database::createCollection(const QString& name)
 bool Database::deleteCollection(const CollectionRecord& col)
 {
     KELO_LOG_TRACE("PlayLists", "uid=" << col.uid);
-    Sqlite3Statement& remove = statement(DeleteCollection);
-    remove.bindInt(1, col.uid);
-    remove.step();
-    if (!remove.reset()) {
+    if (!StatementScope(statement(DeleteCollection)).bind(col.uid).run()) {
         KELO_LOG_ERROR("PlayLists", "Unable to delete collection uid=" << col.uid << " in database");
         return false;
     }
@@ -47,12 +41,8 @@ bool Database::deleteCollection(const CollectionRecord& col)
 bool Database::addToCollection(const CollectionRecord& col, int playlistUid)
 {
     KELO_LOG_TRACE("PlayLists", "col=" << col.uid << " pl=" << playlistUid);
-    Sqlite3Statement& insert = statement(AddToCollection);
-    insert.bindInt(1, col.uid);
-    insert.bindInt(2, playlistUid);
-    insert.step();
     // The primary key refuses a duplicate pair, the foreign keys an unknown uid.
-    if (!insert.reset()) {
+    if (!StatementScope(statement(AddToCollection)).bindAll(col.uid, playlistUid).run()) {
         KELO_LOG_ERROR("PlayLists", "Unable to add pl=" << playlistUid << " to collection=" << col.uid);
         return false;
     }
@@ -63,11 +53,7 @@ bool Database::addToCollection(const CollectionRecord& col, int playlistUid)
 bool Database::removeFromCollection(const CollectionRecord& col, int playlistUid)
 {
     KELO_LOG_TRACE("PlayLists", "col=" << col.uid << " pl=" << playlistUid);
-    Sqlite3Statement& remove = statement(RemoveFromCollection);
-    remove.bindInt(1, col.uid);
-    remove.bindInt(2, playlistUid);
-    remove.step();
-    if (!remove.reset()) {
+    if (!StatementScope(statement(RemoveFromCollection)).bindAll(col.uid, playlistUid).run()) {
         KELO_LOG_ERROR("PlayLists", "Unable to remove pl=" << playlistUid << " from collection=" << col.uid);
         return false;
     }
@@ -82,15 +68,14 @@ bool Database::removeFromCollection(const CollectionRecord& col, int playlistUid
 QList<CollectionRecord> Database::getCollections()
 {
     QList<CollectionRecord> collections;
-    Sqlite3Statement& query = statement(GetCollections);
-    while (query.step_row()) {
+    const bool read = StatementScope(statement(GetCollections)).forEachRow([&](const StatementScope& row) {
         CollectionRecord col;
-        col.uid = query.columnInt(0);
-        col.name = query.columnText(1);
-        col.playlists = commaSeparateNumberToList(query.columnText(2));
+        col.uid = row.columnInt(0);
+        col.name = row.columnText(1);
+        col.playlists = commaSeparateNumberToList(row.columnText(2));
         collections.append(col);
-    }
-    if (!query.reset())
+    });
+    if (!read)
         KELO_LOG_ERROR("PlayLists", "Unable to fetch collections");
     return collections;
 }

@@ -39,7 +39,7 @@ QString joinIndices(const QList<int>& indices)
 }
 }  // namespace
 
-KeloPlayListItem Database::readItem(const Sqlite3Statement& query)
+KeloPlayListItem Database::readItem(const StatementScope& query)
 {
     KeloPlayListItem item{KeloHash(itemHash())};
     item.setSequenceNumber(query.columnInt(0));
@@ -59,13 +59,9 @@ KeloPlayListItem Database::readItem(const Sqlite3Statement& query)
 QList<KeloPlayListItem> Database::getItems(const PlayListRecord& pl, int from, int to)
 {
     QList<KeloPlayListItem> items;
-    Sqlite3Statement& query = statement(GetItems);
-    query.bindInt(1, pl.uid);
-    query.bindInt(2, from);
-    query.bindInt(3, to);
-    while (query.step_row())
-        items.append(readItem(query));
-    if (!query.reset())
+    StatementScope query(statement(GetItems));
+    query.bindAll(pl.uid, from, to);
+    if (!query.forEachRow([&](const StatementScope& row) { items.append(readItem(row)); }))
         KELO_LOG_ERROR("PlayLists", "Error fetching PlayList items from DB");
     return items;
 }
@@ -73,11 +69,10 @@ QList<KeloPlayListItem> Database::getItems(const PlayListRecord& pl, int from, i
 KeloPlayListItem Database::getItemByUid(int uid)
 {
     KeloPlayListItem item;
-    Sqlite3Statement& query = statement(GetItemByUid);
-    query.bindInt(1, uid);
-    if (query.step_row())
+    StatementScope query(statement(GetItemByUid));
+    if (query.bind(uid).step())
         item = readItem(query);
-    if (!query.reset())
+    if (!query.finish())
         KELO_LOG_ERROR("PlayLists", "Error fetching item by UID");
     return item;
 }
@@ -94,15 +89,14 @@ void Database::printItems(const PlayListRecord& pl)
 
 int Database::getNextSequenceNumber(const PlayListRecord& pl)
 {
-    Sqlite3Statement& query = statement(GetNextSequenceNumber);
-    query.bindInt(1, pl.uid);
-    if (!query.step_row()) {
+    StatementScope query(statement(GetNextSequenceNumber));
+    if (!query.bind(pl.uid).step()) {
         KELO_LOG_ERROR("PlayLists", "Error fetching the next sequenceNumber");
-        query.reset();
+        query.finish();
         return -1;
     }
     const int next = query.columnInt(0);
-    if (!query.reset())
+    if (!query.finish())
         KELO_LOG_ERROR("PlayLists", "Error resetting next sequence number stmt");
     return next;
 }
@@ -170,13 +164,7 @@ int Database::addItems(const PlayListRecord& pl, int position, const QList<KeloP
 
 bool Database::shiftItems(const PlayListRecord& pl, int lowest, int highest, int offset)
 {
-    Sqlite3Statement& move = statement(MoveItem1);
-    move.bindInt(1, pl.uid);
-    move.bindInt(2, lowest);
-    move.bindInt(3, highest);
-    move.bindInt(4, offset);
-    move.step();
-    return move.reset();
+    return StatementScope(statement(MoveItem1)).bindAll(pl.uid, lowest, highest, offset).run();
 }
 
 bool Database::offsetItemsFromTransaction(const PlayListRecord& pl, int from, int count)
@@ -191,18 +179,10 @@ bool Database::offsetItemsFromTransaction(const PlayListRecord& pl, int from, in
 
 bool Database::insertItem(const KeloPlayListItem& item)
 {
-    Sqlite3Statement& insert = statement(InsertItem);
-    insert.bindText(1, item.title());
-    insert.bindText(2, item.artist());
-    insert.bindText(3, item.album());
-    insert.bindText(4, item.artworkUrl());
-    insert.bindText(5, item.genre());
-    insert.bindInt(6, item.durationSeconds());
-    insert.bindText(7, item.url());
-    insert.bindText(8, item.serviceId());
-    insert.bindText(9, item.keloRoles());
-    insert.step();
-    return insert.reset();
+    StatementScope insert(statement(InsertItem));
+    insert.bindAll(item.title(), item.artist(), item.album(), item.artworkUrl(), item.genre(),
+                   item.durationSeconds(), item.url(), item.serviceId(), item.keloRoles());
+    return insert.run();
 }
 
 bool Database::addItemsFromSequenceNumber(const PlayListRecord& pl, int firstSequenceNumber,
@@ -219,11 +199,7 @@ bool Database::addItemsFromSequenceNumber(const PlayListRecord& pl, int firstSeq
         const int uid = static_cast<int>(sqlite3_last_insert_rowid(m_connection));
         if (trace)
             KELO_LOG_TRACE("PlayLists", "Inserted item into DB with uid " << uid);
-        link.bindInt(1, pl.uid);
-        link.bindInt(2, uid);
-        link.bindInt(3, sequenceNumber);
-        link.step();
-        if (!link.reset()) {
+        if (!StatementScope(link).bindAll(pl.uid, uid, sequenceNumber).run()) {
             KELO_LOG_ERROR("PlayLists", "Error inserting item into playlist DB");
             return false;
         }
@@ -273,12 +249,7 @@ int Database::removeItemsTransaction(const PlayListRecord& pl, const QList<int>&
 int Database::removeItemsHelper(const PlayListRecord& pl, int from, int to)
 {
     KELO_LOG_TRACE("PlayLists", "Remove partial from=" << from << " to=" << to);
-    Sqlite3Statement& remove = statement(DeletePlayListItem);
-    remove.bindInt(1, pl.uid);
-    remove.bindInt(2, from);
-    remove.bindInt(3, to);
-    remove.step();
-    if (!remove.reset()) {
+    if (!StatementScope(statement(DeletePlayListItem)).bindAll(pl.uid, from, to).run()) {
         KELO_LOG_ERROR("PlayLists", "Error removing partial items from list");
         return -1;
     }
@@ -289,13 +260,12 @@ QVector<QPair<int, int>> Database::itemPositions(const PlayListRecord& pl, int f
 {
     // The entries of getItems, but only their sequence numbers and uids: renumbering needs no more.
     QVector<QPair<int, int>> positions;
-    Sqlite3Statement& query = statement(GetItems);
-    query.bindInt(1, pl.uid);
-    query.bindInt(2, from);
-    query.bindInt(3, to);
-    while (query.step_row())
-        positions.append(qMakePair(query.columnInt(0), query.columnInt(1)));
-    if (!query.reset())
+    StatementScope query(statement(GetItems));
+    query.bindAll(pl.uid, from, to);
+    const bool read = query.forEachRow([&](const StatementScope& row) {
+        positions.append(qMakePair(row.columnInt(0), row.columnInt(1)));
+    });
+    if (!read)
         KELO_LOG_ERROR("PlayLists", "Error fetching PlayList items from DB");
     return positions;
 }
@@ -308,15 +278,10 @@ bool Database::renumberItems(const PlayListRecord& pl, int from)
     const bool trace = traceEnabled();
     int newSequenceNumber = from;
     for (const auto& [oldSequenceNumber, uid] : itemPositions(pl, from, pl.size)) {
-        update.bindInt(1, pl.uid);
-        update.bindInt(2, uid);
-        update.bindInt(3, oldSequenceNumber);
-        update.bindInt(4, newSequenceNumber);
         if (trace)
             KELO_LOG_TRACE("PlayLists", "update seq: uid=" << uid << " old=" << oldSequenceNumber
                                                           << " new=" << newSequenceNumber);
-        update.step();
-        if (!update.reset()) {
+        if (!StatementScope(update).bindAll(pl.uid, uid, oldSequenceNumber, newSequenceNumber).run()) {
             KELO_LOG_ERROR("PlayLists", "Unable to restore sequence numbers");
             return false;
         }

@@ -6,7 +6,7 @@
 #include "Language.h"
 #include "Sqlite3Statement.h"
 
-PlayListRecord Database::readPlayListRecord(const Sqlite3Statement& query)
+PlayListRecord Database::readPlayListRecord(const StatementScope& query)
 {
     PlayListRecord pl;
     pl.uid = query.columnInt(0);
@@ -20,10 +20,7 @@ PlayListRecord Database::readPlayListRecord(const Sqlite3Statement& query)
 
 PlayListRecord Database::createPlayList(const QString& name)
 {
-    Sqlite3Statement& insert = statement(CreatePlayList);
-    insert.bindText(1, name);
-    insert.step();
-    if (!insert.reset()) {
+    if (!StatementScope(statement(CreatePlayList)).bind(name).run()) {
         KELO_LOG_ERROR("PlayLists", "Unable to create playlist in database");
         return PlayListRecord();
     }
@@ -37,14 +34,9 @@ PlayListRecord Database::createPlayList(const QString& name)
 
 bool Database::updatePlayList(const PlayListRecord& pl)
 {
-    Sqlite3Statement& update = statement(UpdatePlayList);
-    update.bindText(1, pl.name);
-    update.bindInt(2, pl.shuffle ? 1 : 0);
-    update.bindInt(3, pl.repeatAll ? 1 : 0);
-    update.bindInt(4, pl.lastPlayedIndex);
-    update.bindInt(5, pl.uid);
-    update.step();
-    if (!update.reset()) {
+    StatementScope update(statement(UpdatePlayList));
+    update.bindAll(pl.name, pl.shuffle ? 1 : 0, pl.repeatAll ? 1 : 0, pl.lastPlayedIndex, pl.uid);
+    if (!update.run()) {
         KELO_LOG_ERROR("PlayLists", "Error updating PlayList");
         return false;
     }
@@ -68,10 +60,7 @@ bool Database::deletePlayList(const PlayListRecord& pl)
 
 bool Database::deletePlayListTransaction(const PlayListRecord& pl)
 {
-    Sqlite3Statement& remove = statement(DeletePlayList);
-    remove.bindInt(1, pl.uid);
-    remove.step();
-    if (!remove.reset()) {
+    if (!StatementScope(statement(DeletePlayList)).bind(pl.uid).run()) {
         KELO_LOG_ERROR("PlayLists", "Error deleting PlayList: delete commad failed");
         return false;
     }
@@ -90,20 +79,19 @@ bool Database::deletePlayListTransaction(const PlayListRecord& pl)
 QList<PlayListRecord> Database::getPlayLists()
 {
     QList<PlayListRecord> playlists;
-    Sqlite3Statement& query = statement(GetPlayLists);
-    while (query.step_row())
-        playlists.append(readPlayListRecord(query));
-    query.reset();
+    StatementScope(statement(GetPlayLists)).forEachRow([&](const StatementScope& row) {
+        playlists.append(readPlayListRecord(row));
+    });
     return playlists;
 }
 
 PlayListRecord Database::getPlayQueue()
 {
-    Sqlite3Statement& query = statement(GetPlayQueue);
+    StatementScope query(statement(GetPlayQueue));
     PlayListRecord pl;
-    if (query.step_row()) {
+    if (query.step()) {
         pl = readPlayListRecord(query);
         pl.name = KELO_TR("PlayQueue");
     }
-    return query.reset() ? pl : PlayListRecord();
+    return query.finish() ? pl : PlayListRecord();
 }

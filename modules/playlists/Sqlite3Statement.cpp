@@ -17,7 +17,7 @@ std::unique_ptr<Sqlite3Statement> Sqlite3Statement::create(sqlite3* db, const QS
 }
 
 Sqlite3Statement::Sqlite3Statement(sqlite3_stmt* statement, const QString& name)
-    : m_statement(statement), m_name(name)
+    : m_statement(statement), m_name(name), m_parameterCount(sqlite3_bind_parameter_count(statement))
 {
 }
 
@@ -44,36 +44,84 @@ int Sqlite3Statement::step()
     return sqlite3_step(m_statement);
 }
 
-bool Sqlite3Statement::step_row()
-{
-    return sqlite3_step(m_statement) == SQLITE_ROW;
-}
-
-int Sqlite3Statement::columnInt(int index) const
-{
-    return sqlite3_column_int(m_statement, index);
-}
-
-QString Sqlite3Statement::columnText(int index) const
-{
-    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(m_statement, index));
-    if (!text)
-        return QString();
-    return QString::fromUtf8(text, sqlite3_column_bytes(m_statement, index));
-}
-
 bool Sqlite3Statement::reset()
 {
     const int rc = sqlite3_reset(m_statement);
-    if (!m_boundTexts.isEmpty()) {
-        // The bindings point into the buffers about to be freed: a later step without fresh binds
-        // must read NULL, not freed memory.
+    // A later execution must bind every value afresh; the texts' buffers are about to be freed.
+    if (m_parameterCount > 0)
         sqlite3_clear_bindings(m_statement);
-        m_boundTexts.clear();
-    }
+    m_boundTexts.clear();
     if (rc == SQLITE_OK)
         return true;
     KELO_LOG_ERROR("PlayLists", "Unable to reset sql statement: " << m_name
                                     << " msg: " << sqlite3_errmsg(sqlite3_db_handle(m_statement)));
     return false;
+}
+
+StatementScope& StatementScope::bind(int value)
+{
+    ++m_bound;
+    if (m_bound > m_statement.m_parameterCount || !m_statement.bindInt(m_bound, value))
+        m_bindFailed = true;
+    return *this;
+}
+
+StatementScope& StatementScope::bind(const QString& value)
+{
+    ++m_bound;
+    if (m_bound > m_statement.m_parameterCount || !m_statement.bindText(m_bound, value))
+        m_bindFailed = true;
+    return *this;
+}
+
+bool StatementScope::bindsFit()
+{
+    if (m_checked)
+        return !m_bindFailed;
+    m_checked = true;
+    if (m_bound != m_statement.m_parameterCount)
+        m_bindFailed = true;
+    if (m_bindFailed)
+        KELO_LOG_ERROR("PlayLists", "Values do not fit the parameters of sql statement: "
+                                        << m_statement.m_name << " (" << m_bound << " bound, "
+                                        << m_statement.m_parameterCount << " expected)");
+    return !m_bindFailed;
+}
+
+bool StatementScope::step()
+{
+    if (m_finished || !bindsFit())
+        return false;
+    return m_statement.step() == SQLITE_ROW;
+}
+
+bool StatementScope::run()
+{
+    while (step()) {
+    }
+    return finish();
+}
+
+int StatementScope::columnInt(int index) const
+{
+    return sqlite3_column_int(m_statement.m_statement, index);
+}
+
+QString StatementScope::columnText(int index) const
+{
+    sqlite3_stmt* statement = m_statement.m_statement;
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, index));
+    if (!text)
+        return QString();
+    return QString::fromUtf8(text, sqlite3_column_bytes(statement, index));
+}
+
+bool StatementScope::finish()
+{
+    if (m_finished)
+        return m_result;
+    m_finished = true;
+    const bool fitted = bindsFit();
+    m_result = m_statement.reset() && fitted;
+    return m_result;
 }

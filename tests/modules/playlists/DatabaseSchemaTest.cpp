@@ -119,7 +119,7 @@ TEST_F(DatabaseTest, AVacuumDueAtStartRunsBeforeAnythingElse)
     EXPECT_EQ(spy.count(), 1);
 }
 
-TEST_F(DatabaseTest, StatementsKeepBoundTextsAliveUntilReset)
+TEST_F(DatabaseTest, StatementScopesKeepBoundTextsAliveAndLeaveNothingBound)
 {
     sqlite3* connection = nullptr;
     ASSERT_EQ(sqlite3_open(":memory:", &connection), SQLITE_OK);
@@ -127,24 +127,37 @@ TEST_F(DatabaseTest, StatementsKeepBoundTextsAliveUntilReset)
         EXPECT_EQ(Sqlite3Statement::create(connection, QStringLiteral("SELEC nonsense"), QStringLiteral("bad")), nullptr);
         auto echo = Sqlite3Statement::create(connection, QStringLiteral("SELECT ?1, ?2"), QStringLiteral("echo"));
         ASSERT_NE(echo, nullptr);
+        ASSERT_EQ(echo->parameterCount(), 2);
         {
+            StatementScope scope(*echo);
             // Temporaries: the statement must hold the bytes itself.
-            ASSERT_TRUE(echo->bindText(1, QString(QStringLiteral("first ")) + QString::number(1)));
-            ASSERT_TRUE(echo->bindText(2, QStringLiteral("zweite \u00fcber")));
+            scope.bind(QString(QStringLiteral("first ")) + QString::number(1)).bind(QStringLiteral("zweite \u00fcber"));
+            ASSERT_TRUE(scope.step());
+            EXPECT_EQ(scope.columnText(0), QStringLiteral("first 1"));
+            EXPECT_EQ(scope.columnText(1), QStringLiteral("zweite \u00fcber"));
+            EXPECT_FALSE(scope.step());
+            EXPECT_TRUE(scope.finish());
         }
-        ASSERT_TRUE(echo->step_row());
-        EXPECT_EQ(echo->columnText(0), QStringLiteral("first 1"));
-        EXPECT_EQ(echo->columnText(1), QStringLiteral("zweite \u00fcber"));
-        EXPECT_TRUE(echo->reset());
-        ASSERT_TRUE(echo->step_row());  // nothing rebound: NULL, never the freed buffers
-        EXPECT_TRUE(echo->columnText(0).isNull());
-        EXPECT_TRUE(echo->reset());
+        // The scope ended: nothing stays bound, so a raw step reads NULL, never the freed buffers.
+        ASSERT_EQ(sqlite3_step(echo->handle()), SQLITE_ROW);
+        EXPECT_EQ(sqlite3_column_type(echo->handle(), 0), SQLITE_NULL);
+        sqlite3_reset(echo->handle());
+
+        // An early end of the scope, with a row still open, resets the statement all the same.
+        {
+            StatementScope scope(*echo);
+            ASSERT_TRUE(scope.bindAll(1, QStringLiteral("")).step());
+            EXPECT_TRUE(scope.columnText(1).isEmpty());
+            EXPECT_FALSE(scope.columnText(1).isNull());  // an empty text binds '', not NULL
+        }
+        EXPECT_EQ(sqlite3_stmt_busy(echo->handle()), 0);
 
         auto failing = Sqlite3Statement::create(connection, QStringLiteral("SELECT abs(-9223372036854775807 - 1)"),
                                                 QStringLiteral("overflow"));
         ASSERT_NE(failing, nullptr);
-        EXPECT_EQ(failing->step(), SQLITE_ERROR);
-        EXPECT_FALSE(failing->reset());
+        StatementScope scope(*failing);
+        EXPECT_FALSE(scope.run());
+        EXPECT_FALSE(scope.finish());
     }
     sqlite3_close(connection);
 }
@@ -201,4 +214,32 @@ TEST_F(DatabaseTest, ADamagedFileAtStartIsKeptAsideWholeAndAFreshStoreIsMade)
         EXPECT_EQ(probe.rows(QStringLiteral("PRAGMA integrity_check")), QStringList({"ok"}));
         kept.remove();
     }
+}
+
+TEST_F(DatabaseTest, AStatementWhoseValuesDoNotFitItsParametersNeverRuns)
+{
+    sqlite3* connection = nullptr;
+    ASSERT_EQ(sqlite3_open(":memory:", &connection), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(connection, "CREATE TABLE t(a INTEGER, b INTEGER);", nullptr, nullptr, nullptr), SQLITE_OK);
+    {
+        auto insert = Sqlite3Statement::create(connection, QStringLiteral("INSERT INTO t VALUES (?1, ?2)"),
+                                               QStringLiteral("insert"));
+        ASSERT_NE(insert, nullptr);
+        EXPECT_FALSE(StatementScope(*insert).bind(1).run());  // one value short
+        EXPECT_FALSE(StatementScope(*insert).bindAll(1, 2, 3).run());  // one too many
+        {
+            StatementScope scope(*insert);
+            scope.bindAll(1, 2);
+            EXPECT_TRUE(scope.run());
+        }
+        EXPECT_TRUE(StatementScope(*insert).bindAll(3, 4).run());
+    }
+    sqlite3_stmt* count = nullptr;
+    sqlite3_prepare_v2(connection, "SELECT COUNT(*), SUM(a), SUM(b) FROM t", -1, &count, nullptr);
+    ASSERT_EQ(sqlite3_step(count), SQLITE_ROW);
+    EXPECT_EQ(sqlite3_column_int(count, 0), 2);
+    EXPECT_EQ(sqlite3_column_int(count, 1), 4);
+    EXPECT_EQ(sqlite3_column_int(count, 2), 6);
+    sqlite3_finalize(count);
+    sqlite3_close(connection);
 }
