@@ -11,6 +11,7 @@
 
 #include "HostProcess.h"
 #include "KeloJson.h"
+#include "http/RequestGate.h"
 
 namespace {
 
@@ -248,3 +249,18 @@ TEST_F(HttpSafety, AKeptAliveConnectionServesManyRequests)
 }
 
 }  // namespace
+
+TEST(RequestGateBodyTypes, JsonBodiesNeedTheJsonTypeAndFileBodiesAnyTypeAPageCannotSendWithoutAsking)
+{
+    using Kind = RequestGate::BodyKind;
+    for (const char* type : {"application/json", "Application/JSON", " application/json ; charset=utf-8"})
+        EXPECT_TRUE(RequestGate::bodyTypeProblem(type, Kind::Json).isEmpty()) << type;
+    for (const char* type : {"", "text/plain", "application/jsonx", "application/x-www-form-urlencoded"})
+        EXPECT_FALSE(RequestGate::bodyTypeProblem(type, Kind::Json).isEmpty()) << type;
+
+    for (const char* type : {"audio/x-mpegurl", "application/xspf+xml", "application/json", "application/octet-stream"})
+        EXPECT_TRUE(RequestGate::bodyTypeProblem(type, Kind::File).isEmpty()) << type;
+    for (const char* type : {"", "  ", "text/plain; charset=utf-8", "TEXT/PLAIN", "application/x-www-form-urlencoded",
+                             "multipart/form-data; boundary=x"})
+        EXPECT_FALSE(RequestGate::bodyTypeProblem(type, Kind::File).isEmpty()) << type;
+}
