@@ -26,7 +26,8 @@ public:
     // The largest body of a file upload; JSON bodies have their own, smaller bound (RequestBody).
     static constexpr size_t MaxBodyBytes = 16 * 1024 * 1024;
     static constexpr int Threads = 48;
-    static constexpr int KeepAliveSeconds = 5;
+    // Short: with one thread per connection, an idle connection holds a thread until then.
+    static constexpr int KeepAliveSeconds = 2;
     static constexpr size_t KeepAliveRequests = 10000;
 
     // Handles a POST whose whole body was read: req for its headers, body as received.
