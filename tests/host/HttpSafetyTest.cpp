@@ -208,7 +208,7 @@ TEST_F(HttpSafety, BodiesAreBoundedHoweverFramedAndAmbiguousFramingIsRefused)
     const std::string json = "Content-Type: application/json\r\n";
     // A chunked body is held to the same bound as one with a length.
     const std::string big = R"({"path": "settings:playlists/dbItemsLimit", "value": )" + jsonText(i32Value(7))
-                            + R"(, "padding": ")" + std::string(2 * 1024 * 1024, 'x') + "\"}";
+                            + R"(, "padding": ")" + std::string(9 * 1024 * 1024, 'x') + "\"}";
     std::string chunked = "POST /api/setData HTTP/1.1\r\n" + m_local + json + "Transfer-Encoding: chunked\r\n\r\n";
     for (size_t at = 0; at < big.size(); at += 65536) {
         const std::string piece = big.substr(at, 65536);
@@ -229,10 +229,10 @@ TEST_F(HttpSafety, BodiesAreBoundedHoweverFramedAndAmbiguousFramingIsRefused)
     for (const std::string& second : lengths)
         EXPECT_EQ(send(request("POST", "/api/setData", m_local + json + second, body)), 400) << second;
 
-    const QVariantHash longName{{"path", LimitPath}, {"value", i32Value(7)}, {"name", QString(4097, QChar('n'))}};
+    const QVariantHash longName{{"path", LimitPath}, {"value", i32Value(7)}, {"name", QString(16385, QChar('n'))}};
     QVariantHash answer;
     EXPECT_EQ(m_host.post("/api/setData", jsonText(longName), &answer), 400);
-    EXPECT_TRUE(answer.value("error").toHash().value("message").toString().contains("4096"));
+    EXPECT_TRUE(answer.value("error").toHash().value("message").toString().contains("16384"));
     EXPECT_EQ(limit(), 10000);
 }
 
