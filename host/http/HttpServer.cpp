@@ -3,6 +3,8 @@
 #include <httplib.h>
 
 #include <chrono>
+#include <malloc.h>
+#include <mutex>
 
 #include "KeloLog.h"
 #include "http/HttpErrors.h"
@@ -61,7 +63,15 @@ void HttpServer::post(const std::string& pattern, size_t maxBytes, BodyHandler h
             return HttpErrors::answer(res, HttpErrors::forStatus(413));
         if (!complete)
             return HttpErrors::answer(res, HttpErrors::forStatus(400));
+        if (body.size() <= LargeBodyBytes)
+            return handler(req, body, res);
+        // Decoded JSON takes tens of times its text's size: one large body at a time, and its
+        // memory given back to the system afterwards rather than kept by the allocator.
+        static std::mutex largeBodies;
+        std::lock_guard<std::mutex> oneAtATime(largeBodies);
         handler(req, body, res);
+        body = std::string();
+        malloc_trim(0);
     });
 }
 

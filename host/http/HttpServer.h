@@ -25,6 +25,8 @@ class HttpServer
 public:
     // The largest body of a file upload; JSON bodies have their own, smaller bound (RequestBody).
     static constexpr size_t MaxBodyBytes = 16 * 1024 * 1024;
+    // Bodies over this are handled one at a time (post()).
+    static constexpr size_t LargeBodyBytes = 1024 * 1024;
     static constexpr int Threads = 48;
     // Short: with one thread per connection, an idle connection holds a thread until then.
     static constexpr int KeepAliveSeconds = 2;
@@ -41,7 +43,8 @@ public:
     httplib::Server& server() { return *m_server; }
     RequestGate& gate() { return m_gate; }
     // Installs a POST route that reads at most maxBytes of body, chunked or not, and answers 413
-    // (PayloadTooLarge) for more without calling handler.
+    // (PayloadTooLarge) for more without calling handler. Handlers of bodies over LargeBodyBytes
+    // run one at a time, and the memory they freed is returned to the system after them.
     void post(const std::string& pattern, size_t maxBytes, BodyHandler handler);
     // Binds and listens on address:port (0: any free port). The real port, or -1 with *error.
     int bind(const QString& address, int port, QString* error);
