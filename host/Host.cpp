@@ -125,16 +125,16 @@ bool Host::startPlayer(QString* error)
 
 bool Host::startServer(QString* error)
 {
-    m_server = std::make_unique<HttpServer>(m_options.token);
+    m_server = std::make_unique<HttpServer>(HttpAccess{m_options.token, m_options.listenAddress, m_options.allowedHosts});
     m_api = std::make_unique<HttpApi>(m_options.replyTimeoutMs, &m_stopping);
     m_events = std::make_unique<EventStream>(&m_stopping, MaxEventStreams);
     m_files = std::make_unique<StaticFiles>(m_options.webRoot);
     m_art = std::make_unique<ArtApi>(m_catalogue);
-    m_api->install(m_server->server());
+    m_api->install(*m_server);
     m_art->install(m_server->server());
     m_events->install(m_server->server());
     m_playlistFiles = std::make_unique<PlaylistFilesApi>(m_api.get(), *m_library);
-    m_playlistFiles->install(m_server->server());
+    m_playlistFiles->install(*m_server);
     m_files->install(m_server->server());
     const int port = m_server->bind(m_options.listenAddress, m_options.listenPort, error);
     if (port < 0)

@@ -1,6 +1,7 @@
 #include "Options.h"
 
 #include <QDir>
+#include <QFile>
 #include <arpa/inet.h>
 
 #include "KeloJson.h"
@@ -93,6 +94,18 @@ bool parsePlayer(const QString& text, Options* options, QString* error)
     return true;
 }
 
+// The file's first line, so that the secret stays out of the process list.
+bool readTokenFile(const QString& fileName, Options* options, QString* error)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly)) {
+        *error = QStringLiteral("--token-file: cannot read %1: %2").arg(fileName, file.errorString());
+        return false;
+    }
+    options->token = QString::fromUtf8(file.readLine(4096)).trimmed();
+    return true;
+}
+
 // Applies one option that takes a value; false with *error for a bad value or an unknown name.
 bool applyOption(const QString& name, const QString& value, Options* options, QString* error)
 {
@@ -106,6 +119,10 @@ bool applyOption(const QString& name, const QString& value, Options* options, QS
         options->logConfig = absolute(value);
     else if (name == QLatin1String("--token"))
         options->token = value;
+    else if (name == QLatin1String("--token-file"))
+        return readTokenFile(absolute(value), options, error);
+    else if (name == QLatin1String("--allow-host"))
+        options->allowedHosts.append(value.toLower());
     else if (name == QLatin1String("--plugin"))
         options->plugins.append(absolute(value));
     else if (name == QLatin1String("--media-dir"))
@@ -157,6 +174,7 @@ bool Options::parse(const QStringList& arguments, Options* options, QString* err
     *options = Options();
     options->dataDir = absolute(QStringLiteral("."));
     options->webRoot = QStringLiteral(KELO_DEFAULT_WEB_ROOT);
+    bool tokenGiven = false;
     for (int i = 0; i < arguments.size(); ++i) {
         QString name = arguments.at(i);
         if (name == QLatin1String("--help") || name == QLatin1String("-h")) {
@@ -176,9 +194,14 @@ bool Options::parse(const QStringList& arguments, Options* options, QString* err
         }
         if (!applyOption(name, value, options, error))
             return false;
+        tokenGiven = tokenGiven || name == QLatin1String("--token") || name == QLatin1String("--token-file");
+    }
+    if (tokenGiven && options->token.size() < MinTokenChars) {
+        *error = QStringLiteral("the token must be at least %1 characters long").arg(MinTokenChars);
+        return false;
     }
     if (!options->listensOnLoopback() && options->token.isEmpty()) {
-        *error = QStringLiteral("refusing to listen on %1, which is not a loopback address, without --token")
+        *error = QStringLiteral("refusing to listen on %1, which is not a loopback address, without --token or --token-file")
                      .arg(options->listenAddress);
         return false;
     }
@@ -197,8 +220,12 @@ QString Options::usage()
         "  --set PATH=JSON         sets a setting at start, e.g.\n"
         "                          --set 'settings:playlists/dbItemsLimit={\"type\":\"i32_\",\"i32_\":0}'\n"
         "  --log-config FILE       log4cplus properties file (default: console at WARN)\n"
-        "  --token SECRET          every request must carry 'Authorization: Bearer SECRET';\n"
-        "                          required to listen outside loopback\n"
+        "  --token SECRET          every API request must carry 'Authorization: Bearer SECRET' (or the\n"
+        "                          page's session cookie); at least 16 characters; required to listen\n"
+        "                          outside loopback. Visible to local users: prefer --token-file\n"
+        "  --token-file FILE       the token is the first line of FILE\n"
+        "  --allow-host NAME       also answer requests whose Host is NAME (repeatable); by default\n"
+        "                          only the listening address and localhost\n"
         "  --plugin PATH           loads this plug-in (repeatable); without it, libkelo_playlists.so\n"
         "                          from the build tree is loaded when it exists\n"
         "  --media-dir DIR         media library from the audio files under DIR (default: built-in demo)\n"

@@ -12,12 +12,15 @@
 
 struct Options
 {
+    static constexpr int MinTokenChars = 16;
+
     QString dataDir;             // absolute; the current directory unless --data-dir
     QString listenAddress = QStringLiteral("127.0.0.1");
     int listenPort = 8080;       // 0: any free port
     QList<QPair<CMPath, KeloValue>> settings;  // --set, in the order given
     QString logConfig;           // absolute, or empty for the console at WARN
-    QString token;               // empty: no authorization
+    QString token;               // empty: no authorization; else at least MinTokenChars
+    QStringList allowedHosts;    // --allow-host: further names a request's Host may carry
     QStringList plugins;         // absolute; empty: the default plug-in, if it was built
     QString mediaDir;            // absolute, or empty for the built-in catalogue
     QString webRoot;             // absolute
@@ -33,7 +36,8 @@ struct Options
     QString urlHost() const;
 
     // Parses arguments (without the program name). On failure returns false with *error set; the
-    // host then exits with status 2. A non-loopback address without --token is such a failure.
+    // host then exits with status 2. A non-loopback address without a token, a token shorter than
+    // MinTokenChars, and a token file that cannot be read are such failures.
     static bool parse(const QStringList& arguments, Options* options, QString* error);
     static QString usage();
 };

@@ -6,6 +6,7 @@
 #include "CMRoot.h"
 #include "KeloLog.h"
 #include "http/HttpErrors.h"
+#include "http/HttpServer.h"
 #include "http/RequestBody.h"
 
 namespace {
@@ -33,11 +34,18 @@ HttpApi::HttpApi(int replyTimeoutMs, const std::atomic<bool>* stopping)
 {
 }
 
-void HttpApi::install(httplib::Server& server)
+void HttpApi::install(HttpServer& server)
 {
-    server.Post("/api/setData", [this](const httplib::Request& req, httplib::Response& res) { setData(req, res); });
-    server.Post("/api/getRows", [this](const httplib::Request& req, httplib::Response& res) { getRows(req, res); });
-    server.Post("/api/getData", [this](const httplib::Request& req, httplib::Response& res) { getData(req, res); });
+    using Handler = void (HttpApi::*)(const std::string&, httplib::Response&) const;
+    const std::pair<const char*, Handler> routes[] = {
+        {"/api/setData", &HttpApi::setData}, {"/api/getRows", &HttpApi::getRows}, {"/api/getData", &HttpApi::getData}};
+    for (const auto& route : routes) {
+        const Handler handler = route.second;
+        server.post(route.first, RequestBody::MaxBodyBytes,
+                    [this, handler](const httplib::Request&, const std::string& body, httplib::Response& res) {
+                        (this->*handler)(body, res);
+                    });
+    }
 }
 
 bool HttpApi::waitFor(const CMReplyBase& reply, CMError* error) const
@@ -74,12 +82,12 @@ bool HttpApi::awaitValue(const CMReplyBase& reply, httplib::Response& res) const
     return true;
 }
 
-void HttpApi::setData(const httplib::Request& req, httplib::Response& res) const
+void HttpApi::setData(const std::string& requestBody, httplib::Response& res) const
 {
     RequestBody body;
     CMError error;
     QString path;
-    if (!body.parse(req.body, &error) || !body.requiredPath(QStringLiteral("path"), &path, &error))
+    if (!body.parse(requestBody, &error) || !body.requiredPath(QStringLiteral("path"), &path, &error))
         return HttpErrors::answer(res, error);
     CMVoidReply reply;
     // The request is let go at once: if its handler drops it too, the reply ends as NoAnswer.
@@ -89,7 +97,7 @@ void HttpApi::setData(const httplib::Request& req, httplib::Response& res) const
     HttpErrors::answerJson(res, QVariantHash{{QStringLiteral("value"), reply.variant()}});
 }
 
-void HttpApi::getRows(const httplib::Request& req, httplib::Response& res) const
+void HttpApi::getRows(const std::string& requestBody, httplib::Response& res) const
 {
     RequestBody body;
     CMError error;
@@ -97,11 +105,14 @@ void HttpApi::getRows(const httplib::Request& req, httplib::Response& res) const
     int fromRow = 0;
     int toRow = 0;
     QStringList roles;
-    if (!body.parse(req.body, &error) || !body.requiredPath(QStringLiteral("path"), &path, &error)
+    if (!body.parse(requestBody, &error) || !body.requiredPath(QStringLiteral("path"), &path, &error)
         || !body.requiredInt(QStringLiteral("fromRow"), &fromRow, &error)
         || !body.requiredInt(QStringLiteral("toRow"), &toRow, &error)
         || !body.optionalStringList(QStringLiteral("roles"), &roles, &error))
         return HttpErrors::answer(res, error);
+    // Whatever range is asked, one answer stays bounded in time and memory.
+    if (fromRow >= 0 && toRow - fromRow >= MaxRows)
+        toRow = fromRow + MaxRows - 1;
     CMReply<KeloRowsRoles> reply;
     CMRoot()->sendGetRows(CMGetRowsRequest(CMPath(path), fromRow, toRow, roles, reply));
     if (!awaitValue(reply, res))
@@ -109,13 +120,13 @@ void HttpApi::getRows(const httplib::Request& req, httplib::Response& res) const
     HttpErrors::answerJson(res, rowsAnswer(reply.variant().toHash()));
 }
 
-void HttpApi::getData(const httplib::Request& req, httplib::Response& res) const
+void HttpApi::getData(const std::string& requestBody, httplib::Response& res) const
 {
     RequestBody body;
     CMError error;
     QString path;
     QStringList roles;
-    if (!body.parse(req.body, &error) || !body.requiredPath(QStringLiteral("path"), &path, &error)
+    if (!body.parse(requestBody, &error) || !body.requiredPath(QStringLiteral("path"), &path, &error)
         || !body.optionalStringList(QStringLiteral("roles"), &roles, &error))
         return HttpErrors::answer(res, error);
     CMReply<QVariant> reply;

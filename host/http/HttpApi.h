@@ -7,33 +7,37 @@
 //   {"error": Timeout}, 504                   it did not finish in time; it is then finished
 //                                             with that error, so a late answer is dropped
 //   {"error": Unavailable}, 503               the host is shutting down
+// getRows answers at most MaxRows rows: a longer range is cut as a range beyond the rows is.
 // Handlers run in httplib's threads; install() from the main thread before the server starts.
 #include <QString>
 #include <atomic>
 
+#include <string>
+
 class CMReplyBase;
 class CMError;
+class HttpServer;
 
 namespace httplib {
-class Server;
-struct Request;
 struct Response;
 }  // namespace httplib
 
 class HttpApi
 {
 public:
+    static constexpr int MaxRows = 10000;
+
     // stopping: set by the host when it shuts down; waits end within 100 ms of it.
     HttpApi(int replyTimeoutMs, const std::atomic<bool>* stopping);
-    void install(httplib::Server& server);
+    void install(HttpServer& server);
 
     // Waits for reply; false with *error when it did not finish (timeout or shutdown). Any thread.
     bool waitFor(const CMReplyBase& reply, CMError* error) const;
 
 private:
-    void setData(const httplib::Request& req, httplib::Response& res) const;
-    void getRows(const httplib::Request& req, httplib::Response& res) const;
-    void getData(const httplib::Request& req, httplib::Response& res) const;
+    void setData(const std::string& requestBody, httplib::Response& res) const;
+    void getRows(const std::string& requestBody, httplib::Response& res) const;
+    void getData(const std::string& requestBody, httplib::Response& res) const;
     // Waits for reply; when it did not finish with a value, answers res with the error and gives false.
     bool awaitValue(const CMReplyBase& reply, httplib::Response& res) const;
 

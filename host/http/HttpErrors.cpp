@@ -11,6 +11,16 @@ QString UnauthorizedName()
     return QStringLiteral("Unauthorized");
 }
 
+QString ForbiddenName()
+{
+    return QStringLiteral("Forbidden");
+}
+
+QString UnsupportedMediaTypeName()
+{
+    return QStringLiteral("UnsupportedMediaType");
+}
+
 QString PayloadTooLargeName()
 {
     return QStringLiteral("PayloadTooLarge");
@@ -25,7 +35,8 @@ int statusFor(const CMError& error)
 {
     static const QHash<QString, int> statuses = {
         {CMError::BadRequestName(), 400}, {UnauthorizedName(), 401},   {CMError::NotFoundName(), 404},
-        {PayloadTooLargeName(), 413},     {UnavailableName(), 503},     {CMError::TimeoutName(), 504},
+        {ForbiddenName(), 403},           {PayloadTooLargeName(), 413}, {UnsupportedMediaTypeName(), 415},
+        {UnavailableName(), 503},         {CMError::TimeoutName(), 504},
     };
     return statuses.value(error.Name(), 200);
 }
@@ -41,6 +52,7 @@ CMError forStatus(int status)
     switch (status) {
     case 400: return CMError(CMError::BadRequestName(), QStringLiteral("The request is malformed."));
     case 401: return CMError(UnauthorizedName(), QStringLiteral("This request needs 'Authorization: Bearer <token>'."));
+    case 403: return CMError(ForbiddenName(), QStringLiteral("This request is not allowed."));
     case 404: return CMError(CMError::NotFoundName(), QStringLiteral("There is nothing at this address."));
     case 413: return CMError(PayloadTooLargeName(), QStringLiteral("The request body is too large."));
     default: return CMError(CMError::DefaultName(), QStringLiteral("HTTP status %1.").arg(status));

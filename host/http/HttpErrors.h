@@ -1,8 +1,9 @@
 #pragma once
 // The one place where errors become HTTP answers. Every error answer of the host has the body
 // {"error": <CMError>}; its status follows from the error's name:
-//   BadRequest 400, Unauthorized 401, NotFound 404, PayloadTooLarge 413, Unavailable 503,
-//   Timeout 504; any other name is an ordinary answer of a worker: 200.
+//   BadRequest 400, Unauthorized 401, Forbidden 403, NotFound 404, PayloadTooLarge 413,
+//   UnsupportedMediaType 415, Unavailable 503, Timeout 504; any other name is an ordinary answer of
+//   a worker: 200.
 // Any thread.
 #include <string>
 
@@ -14,6 +15,8 @@ struct Response;
 
 namespace HttpErrors {
 QString UnauthorizedName();
+QString ForbiddenName();
+QString UnsupportedMediaTypeName();
 QString PayloadTooLargeName();
 QString UnavailableName();
 

@@ -3,42 +3,37 @@
 #include <httplib.h>
 
 #include <chrono>
+#include <malloc.h>
+#include <mutex>
 
 #include "KeloLog.h"
 #include "http/HttpErrors.h"
 
 namespace {
 
-// Compares in time independent of where the texts differ, so the token cannot be guessed byte by byte.
-bool sameSecret(const std::string& a, const std::string& b)
+// SO_REUSEADDR only: a second host on the same port must fail to bind instead of sharing it.
+void listeningSocketOptions(socket_t sock)
 {
-    unsigned char diff = a.size() == b.size() ? 0 : 1;
-    for (size_t i = 0; i < a.size(); ++i)
-        diff |= static_cast<unsigned char>(a[i] ^ b[i % (b.empty() ? 1 : b.size())]);
-    return diff == 0 && !b.empty();
+    int yes = 1;
+    setsockopt(sock, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
 }
 
 }  // namespace
 
-HttpServer::HttpServer(const QString& token) : m_server(std::make_unique<httplib::Server>())
+HttpServer::HttpServer(const HttpAccess& access) : m_gate(access), m_server(std::make_unique<httplib::Server>())
 {
     m_server->new_task_queue = [] { return new httplib::ThreadPool(Threads); };
     m_server->set_payload_max_length(MaxBodyBytes);
-    // Short enough that an idle keep-alive connection does not hold up a shutdown for long.
-    m_server->set_keep_alive_timeout(2);
-    // httplib writes the headers and the body of an answer (and each event of a stream) separately:
-    // with Nagle's algorithm the second write waits for the client's delayed ACK, ~40 ms a request.
+    m_server->set_socket_options(listeningSocketOptions);
     m_server->set_tcp_nodelay(true);
-    if (!token.isEmpty()) {
-        const std::string expected = "Bearer " + token.toStdString();
-        m_server->set_pre_routing_handler([expected](const httplib::Request& req, httplib::Response& res) {
-            if (sameSecret(req.get_header_value("Authorization"), expected))
-                return httplib::Server::HandlerResponse::Unhandled;
-            res.set_header("WWW-Authenticate", "Bearer");
-            HttpErrors::answer(res, HttpErrors::forStatus(401));
-            return httplib::Server::HandlerResponse::Handled;
-        });
-    }
+    m_server->set_keep_alive_timeout(KeepAliveSeconds);
+    m_server->set_keep_alive_max_count(KeepAliveRequests);
+    m_server->set_pre_routing_handler([this](const httplib::Request& req, httplib::Response& res) {
+        return m_gate.admit(req, res) ? httplib::Server::HandlerResponse::Unhandled
+                                      : httplib::Server::HandlerResponse::Handled;
+    });
+    m_server->set_post_routing_handler(
+        [](const httplib::Request&, httplib::Response& res) { RequestGate::addProtectiveHeaders(res); });
     m_server->set_error_handler(httplib::Server::HandlerWithResponse([](const httplib::Request&, httplib::Response& res) {
         if (!res.body.empty())
             return httplib::Server::HandlerResponse::Unhandled;
@@ -47,6 +42,37 @@ HttpServer::HttpServer(const QString& token) : m_server(std::make_unique<httplib
         res.status = status;
         return httplib::Server::HandlerResponse::Handled;
     }));
+    post("/api/session", 4096, [this](const httplib::Request&, const std::string&, httplib::Response& res) {
+        m_gate.answerSession(res);
+    });
+}
+
+void HttpServer::post(const std::string& pattern, size_t maxBytes, BodyHandler handler)
+{
+    m_server->Post(pattern, [maxBytes, handler](const httplib::Request& req, httplib::Response& res,
+                                                const httplib::ContentReader& reader) {
+        std::string body;
+        bool tooLarge = false;
+        const bool complete = reader([&](const char* data, size_t length) {
+            tooLarge = body.size() + length > maxBytes;
+            if (!tooLarge)
+                body.append(data, length);
+            return !tooLarge;
+        });
+        if (tooLarge || res.status == 413)
+            return HttpErrors::answer(res, HttpErrors::forStatus(413));
+        if (!complete)
+            return HttpErrors::answer(res, HttpErrors::forStatus(400));
+        if (body.size() <= LargeBodyBytes)
+            return handler(req, body, res);
+        // Decoded JSON takes tens of times its text's size: one large body at a time, and its
+        // memory given back to the system afterwards rather than kept by the allocator.
+        static std::mutex largeBodies;
+        std::lock_guard<std::mutex> oneAtATime(largeBodies);
+        handler(req, body, res);
+        body = std::string();
+        malloc_trim(0);
+    });
 }
 
 HttpServer::~HttpServer()

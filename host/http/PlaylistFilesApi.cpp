@@ -6,6 +6,7 @@
 #include "CMRoot.h"
 #include "http/HttpApi.h"
 #include "http/HttpErrors.h"
+#include "http/HttpServer.h"
 
 namespace {
 
@@ -56,10 +57,15 @@ QString PlaylistFilesApi::trackListPath(int plid)
     return plid == 0 ? QStringLiteral("playlists:pq/getitems") : QStringLiteral("playlists:pl/getitems/%1").arg(plid);
 }
 
-void PlaylistFilesApi::install(httplib::Server& server)
+void PlaylistFilesApi::install(HttpServer& server)
 {
-    server.Get("/api/export", [this](const httplib::Request& req, httplib::Response& res) { exportFile(req, res); });
-    server.Post("/api/import", [this](const httplib::Request& req, httplib::Response& res) { importFile(req, res); });
+    server.server().Get("/api/export",
+                        [this](const httplib::Request& req, httplib::Response& res) { exportFile(req, res); });
+    server.post("/api/import", HttpServer::MaxBodyBytes,
+                [this](const httplib::Request& req, const std::string& body, httplib::Response& res) {
+                    importFile(req, body, res);
+                });
+    server.gate().acceptFileBody("/api/import");
 }
 
 bool PlaylistFilesApi::setData(const QString& path, const QVariant& value, QVariant* answer, CMError* error) const

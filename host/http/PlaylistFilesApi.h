@@ -17,6 +17,7 @@
 #include "playlistfiles/PlaylistFile.h"
 
 class HttpApi;
+class HttpServer;
 class CMError;
 
 namespace httplib {
@@ -30,11 +31,12 @@ class PlaylistFilesApi
 public:
     // api: outlives this object; library: the media library's tracks and folder.
     PlaylistFilesApi(const HttpApi* api, const LibraryLocations& library);
-    void install(httplib::Server& server);
+    void install(HttpServer& server);
 
 private:
     void exportFile(const httplib::Request& req, httplib::Response& res) const;
-    void importFile(const httplib::Request& req, httplib::Response& res) const;
+    // The body's type was checked by the server's gate (no type a web page may send unasked).
+    void importFile(const httplib::Request& req, const std::string& body, httplib::Response& res) const;
 
     static QString trackListPath(int plid);  // the track list of the playlist, or of the play queue (0)
     // The module's answers, waited for. False with *error when there is none or it is an error.

@@ -24,27 +24,13 @@ struct Run
     QList<PlaylistFileEntry> streams;
 };
 
-// CORS-"simple" types can be sent by any web page without asking; a playlist upload must not be.
-bool acceptedContentType(const std::string& header, QString* error)
+bool readFile(const httplib::Request& req, const std::string& body, PlaylistFileContent* content, CMError* error)
 {
-    const QString type = QString::fromStdString(header).section(QLatin1Char(';'), 0, 0).trimmed().toLower();
-    static const QStringList simple = {QStringLiteral("text/plain"), QStringLiteral("application/x-www-form-urlencoded"),
-                                       QStringLiteral("multipart/form-data")};
-    if (!type.isEmpty() && !simple.contains(type))
-        return true;
-    *error = QStringLiteral("Send the playlist file with a Content-Type such as application/octet-stream or audio/x-mpegurl "
-                            "(%1 is not taken).")
-                 .arg(type.isEmpty() ? QStringLiteral("a request without one") : type);
-    return false;
-}
-
-bool readFile(const httplib::Request& req, PlaylistFileContent* content, CMError* error)
-{
-    if (req.body.empty()) {
+    if (body.empty()) {
         *error = badRequest(QStringLiteral("The request body is empty; it must be a playlist file."));
         return false;
     }
-    const QByteArray data = QByteArray::fromStdString(req.body);
+    const QByteArray data = QByteArray::fromStdString(body);
     PlaylistFile::Format format = PlaylistFile::detect(data);
     if (req.has_param("format")) {
         format = PlaylistFile::formatNamed(QString::fromStdString(req.get_param_value("format")));
@@ -153,17 +139,14 @@ bool PlaylistFilesApi::rowsCount(int plid, int* count, CMError* error) const
     return true;
 }
 
-void PlaylistFilesApi::importFile(const httplib::Request& req, httplib::Response& res) const
+void PlaylistFilesApi::importFile(const httplib::Request& req, const std::string& body, httplib::Response& res) const
 {
-    QString message;
-    if (!acceptedContentType(req.get_header_value("Content-Type"), &message))
-        return HttpErrors::answer(res, badRequest(message));
     const QString name = QString::fromStdString(req.get_param_value("name")).trimmed();
     if (name.isEmpty())
         return HttpErrors::answer(res, badRequest(QStringLiteral("\"name\" must name the new playlist.")));
     CMError error;
     PlaylistFileContent content;
-    if (!readFile(req, &content, &error))
+    if (!readFile(req, body, &content, &error))
         return HttpErrors::answer(res, error);
     QVariantList missing;
     const QList<Run> runs = planRuns(content.entries, m_library, &missing);

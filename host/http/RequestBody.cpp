@@ -9,6 +9,35 @@ CMError badRequest(const QString& message)
     return CMError(CMError::BadRequestName(), message);
 }
 
+// The first text of value, keys included, that is longer than MaxTextChars, or null.
+const QString* overlongText(const QVariant& value)
+{
+    switch (value.userType()) {
+    case QMetaType::QString: {
+        const QString* text = static_cast<const QString*>(value.constData());
+        return text->size() > RequestBody::MaxTextChars ? text : nullptr;
+    }
+    case QMetaType::QVariantList:
+        for (const QVariant& item : *static_cast<const QVariantList*>(value.constData())) {
+            if (const QString* text = overlongText(item))
+                return text;
+        }
+        return nullptr;
+    case QMetaType::QVariantHash: {
+        const QVariantHash& hash = *static_cast<const QVariantHash*>(value.constData());
+        for (auto it = hash.cbegin(); it != hash.cend(); ++it) {
+            if (it.key().size() > RequestBody::MaxTextChars)
+                return &it.key();
+            if (const QString* text = overlongText(it.value()))
+                return text;
+        }
+        return nullptr;
+    }
+    default:
+        return nullptr;
+    }
+}
+
 }  // namespace
 
 bool RequestBody::parse(const std::string& body, CMError* error)
@@ -27,6 +56,12 @@ bool RequestBody::parse(const std::string& body, CMError* error)
     }
     if (json.type() != QVariant::Hash) {
         *error = badRequest(QStringLiteral("The request body must be a JSON object."));
+        return false;
+    }
+    if (const QString* text = overlongText(json)) {
+        *error = badRequest(QStringLiteral("A text in the request is longer than %1 characters: \"%2...\"")
+                                .arg(MaxTextChars)
+                                .arg(text->left(40)));
         return false;
     }
     m_fields = json.toHash();

@@ -1,7 +1,9 @@
 #pragma once
 // The JSON object of an API request's body, read field by field. Every failure gives a BadRequest
 // error whose message names the field, so a client learns what to fix. Numbers that are whole reach
-// the fields as int. A plain value: any thread.
+// the fields as int. A body is at most MaxBodyBytes (decoded JSON takes many times its text's
+// memory) and every text in it, names of fields included, at most MaxTextChars characters: room
+// for a track's stored roles, far beyond a name a person types. A plain value: any thread.
 #include <QStringList>
 #include <QVariantHash>
 #include <string>
@@ -11,7 +13,10 @@
 class RequestBody
 {
 public:
-    // False with *error when body is empty, not JSON or not a JSON object.
+    static constexpr size_t MaxBodyBytes = 8 * 1024 * 1024;
+    static constexpr int MaxTextChars = 16384;
+
+    // False with *error when body is empty, not JSON, not a JSON object, or holds a text that is too long.
     bool parse(const std::string& body, CMError* error);
 
     // A field that must be there: a non-empty string / a whole number in int's range.

@@ -6,6 +6,7 @@
 #include <httplib.h>
 
 #include "KeloLog.h"
+#include "http/HttpErrors.h"
 
 StaticFiles::StaticFiles(const QString& root)
     : m_root(QFileInfo(root).isDir() ? QFileInfo(root).canonicalFilePath() : QString()), m_configuredRoot(root)
@@ -63,6 +64,9 @@ void StaticFiles::install(httplib::Server& server)
                                      .arg(m_configuredRoot);
             return res.set_content(text.toStdString(), "text/plain; charset=utf-8");
         }
+        // Clients of the API read JSON, also when they asked for something that is not there.
+        if (req.path.rfind("/api/", 0) == 0)
+            return HttpErrors::answer(res, HttpErrors::forStatus(404));
         QFile file(resolve(QString::fromStdString(req.path)));
         if (file.fileName().isEmpty() || !file.open(QIODevice::ReadOnly)) {
             res.status = 404;

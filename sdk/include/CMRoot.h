@@ -40,7 +40,9 @@ public:
     // a well-formed KeloValue on a settings path, of the type already stored there if any; it stores,
     // writes the file, finishes reply with the value's variant, emits valueChanged and publishes
     // {"path", "change": "value", "value"} to CMEventHub, even when the value did not change. Anything
-    // else is answered BadRequest and changes nothing.
+    // else is answered BadRequest and changes nothing. When the file cannot be written (a full or
+    // read-only disk) the reply finishes with an error named "Error", memory keeps the value the file
+    // holds, nothing is emitted, and the previous file stays whole.
     QVariant getValue(const CMPath& path) const override;
     void setValue(const CMPath& path, const KeloValue& value, const CMReply<QVariant>& reply) const override;
     KeloValue value(const CMPath& path) const { return KeloValue(KeloHash(getValue(path).toHash())); }
@@ -61,7 +63,9 @@ signals:
 
 private:
     void loadSettings();
-    void saveSettings() const;  // with m_settingsMutex held
+    // Writes every setting to the settings file, with m_settingsMutex held. False with *error when
+    // any step failed; the previous file is then still whole.
+    bool saveSettings(QString* error) const;
     QString rejection(const CMPath& path, const KeloValue& value) const;  // with m_settingsMutex held; empty: accepted
     CMAbstractWorker* findWorker(const QString& prefix) const;  // with m_workersLock held
     template <class Request>

@@ -4,7 +4,10 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSaveFile>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include "CMEventHub.h"
 #include "CMRoot.h"
@@ -15,6 +18,68 @@ namespace {
 QString keyOf(const CMPath& path)
 {
     return path.base().toEncoded();
+}
+
+QString systemError(const char* step)
+{
+    return QStringLiteral("%1: %2").arg(QLatin1String(step), QString::fromLocal8Bit(std::strerror(errno)));
+}
+
+bool writeAll(int fd, const QByteArray& data)
+{
+    const char* at = data.constData();
+    qint64 left = data.size();
+    while (left > 0) {
+        const ssize_t n = ::write(fd, at, static_cast<size_t>(left));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return false;
+        at += n;
+        left -= n;
+    }
+    return true;
+}
+
+// Writes data to a temporary file beside fileName and renames it over fileName. Every step is
+// checked, fsync included: on a full disk the data may only fail to land there, and a file renamed
+// before that would replace the previous settings with an empty one. On failure the previous file
+// is untouched, the temporary one removed, and *error says which step failed.
+bool writeFileAtomically(const QString& fileName, const QByteArray& data, QString* error)
+{
+    const QByteArray target = QFile::encodeName(fileName);
+    const QByteArray temporary = target + ".tmp";
+    const int fd = ::open(temporary.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+    if (fd < 0) {
+        *error = systemError("open");
+        return false;
+    }
+    bool ok = writeAll(fd, data);
+    if (!ok)
+        *error = systemError("write");
+    if (ok && ::fsync(fd) != 0) {
+        *error = systemError("fsync");
+        ok = false;
+    }
+    if (::close(fd) != 0 && ok) {
+        *error = systemError("close");
+        ok = false;
+    }
+    if (ok && ::rename(temporary.constData(), target.constData()) != 0) {
+        *error = systemError("rename");
+        ok = false;
+    }
+    if (!ok) {
+        ::unlink(temporary.constData());
+        return false;
+    }
+    // The rename itself lasts only once the folder is on disk; the file is whole either way.
+    const int dir = ::open(QFile::encodeName(QFileInfo(fileName).absolutePath()).constData(), O_RDONLY | O_CLOEXEC);
+    if (dir >= 0) {
+        ::fsync(dir);
+        ::close(dir);
+    }
+    return true;
 }
 }  // namespace
 
@@ -67,10 +132,25 @@ void CMRootWorker::setValue(const CMPath& path, const KeloValue& value, const CM
             reply.setError(CMError(CMError::BadRequestName(), problem));
             return;
         }
+        const bool existed = m_settings.contains(keyOf(path));
         oldValue = m_settings.value(keyOf(path));
         m_settings.insert(keyOf(path), value);
         // Written under the lock, so that the file never ends with an older state than memory.
-        saveSettings();
+        QString saveError;
+        if (!saveSettings(&saveError)) {
+            // Memory stays as the file is: what was not stored is not confirmed either.
+            if (existed)
+                m_settings.insert(keyOf(path), oldValue);
+            else
+                m_settings.remove(keyOf(path));
+            locker.unlock();
+            KELO_LOG_ERROR("Framework", "cannot write the settings file " << m_settingsFile << " (" << saveError
+                                                                          << "); " << keyOf(path) << " keeps its value");
+            reply.setError(CMError(CMError::DefaultName(),
+                                   KELO_TR("The setting %1 could not be stored: %2").arg(keyOf(path), saveError),
+                                   KELO_TR("Settings not saved")));
+            return;
+        }
     }
     KELO_LOG_INFO("Framework", keyOf(path) << " = " << KeloJson::stringify(value.toVariant()));
     reply.setValue(value.toVariant());
@@ -80,19 +160,16 @@ void CMRootWorker::setValue(const CMPath& path, const KeloValue& value, const CM
                                     {QStringLiteral("value"), value.toVariant()}});
 }
 
-void CMRootWorker::saveSettings() const
+bool CMRootWorker::saveSettings(QString* error) const
 {
     if (m_settingsFile.isEmpty())
-        return;
+        return true;
     QJsonObject object;
     for (auto it = m_settings.constBegin(); it != m_settings.constEnd(); ++it)
         object.insert(it.key(), it.value().toJson());
     const QByteArray text = QJsonDocument(object).toJson();
     QDir().mkpath(QFileInfo(m_settingsFile).absolutePath());
-    // QSaveFile writes a temporary file and renames it: a crash mid-write keeps the previous file.
-    QSaveFile file(m_settingsFile);
-    if (!file.open(QIODevice::WriteOnly) || file.write(text) != text.size() || !file.commit())
-        KELO_LOG_ERROR("Framework", "cannot write the settings file " << m_settingsFile << ": " << file.errorString());
+    return writeFileAtomically(m_settingsFile, text, error);
 }
 
 // A settings file that cannot be used never stops the host: the defaults stay, and the next change

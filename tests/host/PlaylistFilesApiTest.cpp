@@ -156,7 +156,9 @@ TEST_F(PlaylistFilesApi, BadRequestsAreRefusedWithAReasonAndCreateNothing)
     };
     for (const auto& request : refused) {
         QVariantHash answer;
-        EXPECT_EQ(importFile(request.first.first, request.first.second, &answer, request.second), 400)
+        // A type that any web page may send unasked is refused before the body is read (415).
+        const bool simpleType = request.second != "application/octet-stream";
+        EXPECT_EQ(importFile(request.first.first, request.first.second, &answer, request.second), simpleType ? 415 : 400)
             << request.first.first << " " << request.second;
         EXPECT_FALSE(answer.value("error").toHash().value("message").toString().isEmpty());
     }

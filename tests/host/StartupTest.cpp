@@ -26,23 +26,84 @@ TEST_F(Startup, ListeningOutsideLoopbackWithoutATokenIsRefused)
     EXPECT_TRUE(m_host.errorOutput().contains("--token")) << m_host.errorOutput().toStdString();
 }
 
-TEST_F(Startup, WithATokenEveryRequestMustCarryIt)
+TEST_F(Startup, WithATokenEveryApiRequestMustCarryItOrTheSessionCookieItBuys)
 {
-    ASSERT_TRUE(m_host.start(dataDir(), {"--listen", "0.0.0.0:0", "--token", "s3cret"}))
+    const std::string token = "s3cret-s3cret-s3cret";
+    const std::string bearer = "Bearer " + token;
+    ASSERT_TRUE(m_host.start(dataDir(), {"--listen", "0.0.0.0:0", "--token", QString::fromStdString(token)}))
         << m_host.errorOutput().toStdString();
     const std::string body = R"({"path": "settings:playlists/dbVacuum"})";
     QVariantHash answer;
     EXPECT_EQ(m_host.post("/api/getData", body, &answer), 401);
     EXPECT_EQ(answer.value("error").toHash().value("name"), "Unauthorized");
-    EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Authorization", "Bearer s3cre"}}), 401);
-    EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Authorization", "Bearer s3cret!"}}), 401);
-    EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Authorization", "Bearer s3cret"}}), 200);
+    EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Authorization", bearer.substr(0, bearer.size() - 1)}}), 401);
+    EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Authorization", bearer + "!"}}), 401);
+    EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Authorization", bearer}}), 200);
+    EXPECT_EQ(m_host.post("/api/session", "{}"), 401);
 
     EventReader refused(m_host.port());
     EXPECT_TRUE(refused.waitEnded());
     EXPECT_EQ(refused.status(), 401);
-    EventReader admitted(m_host.port(), {{"Authorization", "Bearer s3cret"}});
+    EventReader admitted(m_host.port(), {{"Authorization", bearer}});
     EXPECT_TRUE(admitted.waitConnected());
+
+    // The page itself needs no token: it is what asks the person for it.
+    const httplib::Result page = m_host.client()->Get("/");
+    ASSERT_TRUE(page);
+    EXPECT_EQ(page->status, 200);
+
+    const httplib::Result session = m_host.client()->Post("/api/session", {{"Authorization", bearer}}, "{}", "application/json");
+    ASSERT_TRUE(session);
+    ASSERT_EQ(session->status, 200);
+    const std::string cookie = session->get_header_value("Set-Cookie");
+    EXPECT_NE(cookie.find("HttpOnly"), std::string::npos) << cookie;
+    EXPECT_NE(cookie.find("SameSite=Strict"), std::string::npos) << cookie;
+    EXPECT_EQ(cookie.find(token), std::string::npos) << "the cookie is not the token";
+    const std::string pair = cookie.substr(0, cookie.find(';'));
+    EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Cookie", "other=1; " + pair}}), 200);
+    EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Cookie", pair + "0"}}), 401);
+    EventReader withCookie(m_host.port(), {{"Cookie", pair}});
+    EXPECT_TRUE(withCookie.waitConnected());
+}
+
+TEST_F(Startup, AShortTokenIsRefusedAndAFileKeepsItOutOfTheProcessList)
+{
+    for (const QString& token : {QString(), QStringLiteral("x"), QStringLiteral("fifteen-chars-x")}) {
+        EXPECT_EQ(m_host.runToExit(dataDir(), {"--token", token}), 2) << token.toStdString();
+        EXPECT_TRUE(m_host.errorOutput().contains("16 characters")) << m_host.errorOutput().toStdString();
+    }
+    EXPECT_EQ(m_host.runToExit(dataDir(), {"--token-file", m_dir.filePath("missing")}), 2);
+
+    const QString tokenFile = m_dir.filePath("token");
+    QFile file(tokenFile);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write("sixteen-chars-ok\n");
+    file.close();
+    // Everything logged, to see that the token is not.
+    QFile logConfig(m_dir.filePath("log.properties"));
+    ASSERT_TRUE(logConfig.open(QIODevice::WriteOnly));
+    logConfig.write("log4cplus.rootLogger=TRACE, ERR\n"
+                    "log4cplus.appender.ERR=log4cplus::ConsoleAppender\n"
+                    "log4cplus.appender.ERR.logToStdErr=true\n");
+    logConfig.close();
+    ASSERT_TRUE(m_host.start(dataDir(), {"--token-file", tokenFile, "--log-config", logConfig.fileName()}))
+        << m_host.errorOutput().toStdString();
+    const std::string body = R"({"path": "settings:playlists/dbVacuum"})";
+    EXPECT_EQ(m_host.post("/api/getData", body), 401);
+    EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Authorization", "Bearer sixteen-chars-ok"}}), 200);
+    EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Authorization", "Bearer sixteen-chars-ok!"}}), 401);
+    m_host.stop();
+    EXPECT_TRUE(m_host.errorOutput().contains("listening on")) << "the log was written";
+    EXPECT_FALSE(m_host.errorOutput().contains("sixteen-chars-ok"));
+}
+
+TEST_F(Startup, ASecondHostOnAPortInUseEndsWithStatus2AndSaysWhy)
+{
+    ASSERT_TRUE(m_host.start(dataDir(), {})) << m_host.errorOutput().toStdString();
+    HostProcess second;
+    const QString address = QStringLiteral("127.0.0.1:%1").arg(m_host.port());
+    EXPECT_EQ(second.runToExit(m_dir.filePath("second"), {"--listen", address}), 2);
+    EXPECT_TRUE(second.errorOutput().contains("cannot listen on " + address)) << second.errorOutput().toStdString();
 }
 
 TEST_F(Startup, APlugInThatCannotBeLoadedEndsTheHostWithStatus2)

@@ -2,6 +2,8 @@
 #include <QFile>
 #include <QSignalSpy>
 #include <atomic>
+#include <csignal>
+#include <sys/resource.h>
 #include <thread>
 
 #include "CMEventHub.h"
@@ -62,6 +64,64 @@ TEST_F(FrameworkSettings, AMalformedFileKeepsTheDefaultsAndIsReplacedByTheNextCh
     ASSERT_FALSE(set(KeloPlayListSettingsDataBaseVacuumPath(), KeloValue::fromBool(true).toVariant()).hasError());
     restart();
     EXPECT_TRUE(root->value(KeloPlayListSettingsDataBaseVacuumPath()).bool_());
+}
+
+namespace {
+// Files written while it lives cannot grow past a few bytes, as on a full disk: the write fails with
+// EFBIG instead of ending the process.
+class TinyFileSizeLimit
+{
+public:
+    TinyFileSizeLimit()
+    {
+        m_oldHandler = std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &m_old);
+        rlimit tiny = m_old;
+        tiny.rlim_cur = 16;
+        setrlimit(RLIMIT_FSIZE, &tiny);
+    }
+    ~TinyFileSizeLimit()
+    {
+        setrlimit(RLIMIT_FSIZE, &m_old);
+        std::signal(SIGXFSZ, m_oldHandler);
+    }
+
+private:
+    rlimit m_old{};
+    void (*m_oldHandler)(int) = nullptr;
+};
+}  // namespace
+
+TEST_F(FrameworkSettings, AFileThatCannotBeWrittenAnswersAnErrorAndKeepsMemoryAndTheFileAsTheyWere)
+{
+    ASSERT_FALSE(set(KeloPlayListsSettingsDataBaseItemsLimitPath(), KeloValue::fromI32(500).toVariant()).hasError());
+    QFile file(settingsFile());
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray before = file.readAll();
+    file.close();
+    QSignalSpy changed(root.get(), &CMRootWorker::valueChanged);
+
+    CMVoidReply existing;
+    CMVoidReply added;
+    {
+        TinyFileSizeLimit fullDisk;
+        existing = set(KeloPlayListsSettingsDataBaseItemsLimitPath(), KeloValue::fromI32(7).toVariant());
+        added = set(CMPath("settings:new/one"), KeloValue::fromString(QStringLiteral("Mix")).toVariant());
+    }
+    ASSERT_TRUE(existing.isFinished());
+    ASSERT_TRUE(existing.hasError());
+    EXPECT_EQ(existing.error().Name(), CMError::DefaultName());
+    EXPECT_TRUE(existing.error().Message().contains(QStringLiteral("dbItemsLimit")));
+    EXPECT_TRUE(added.hasError());
+    EXPECT_EQ(changed.count(), 0);
+    EXPECT_EQ(root->value(KeloPlayListsSettingsDataBaseItemsLimitPath()).i32_(), 500);
+    EXPECT_FALSE(root->getValue(CMPath("settings:new/one")).isValid());
+
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), before);
+    EXPECT_FALSE(QFile::exists(settingsFile() + QStringLiteral(".tmp")));
+    restart();
+    EXPECT_EQ(root->value(KeloPlayListsSettingsDataBaseItemsLimitPath()).i32_(), 500);
 }
 
 TEST_F(FrameworkSettings, SetDataTakesOnlyWellFormedValuesOfTheStoredType)

@@ -1,14 +1,42 @@
 // The host's HTTP API. Every call resolves; failures come back as { error: { message } }
 // so that callers show them next to what the person touched instead of throwing.
 
+// A host started with a token answers 401 until the page holds its session cookie. The person is
+// asked for the token once; it goes to api/session in a header, never into a URL, and the host
+// answers with an HttpOnly cookie that every later request and the events stream carry.
+let session = null;
+
+function askForSession() {
+  if (!session) {
+    session = (async () => {
+      const token = window.prompt('This device needs its access token:');
+      if (!token) return false;
+      const response = await fetch('api/session', {
+        method: 'POST',
+        headers: { 'Content-Type': 'application/json', Authorization: `Bearer ${token.trim()}` },
+        body: '{}',
+      });
+      return response.ok;
+    })().finally(() => {
+      session = null;
+    });
+  }
+  return session;
+}
+
+function send(endpoint, body) {
+  return fetch(`api/${endpoint}`, {
+    method: 'POST',
+    headers: { 'Content-Type': 'application/json' },
+    body: JSON.stringify(body),
+  });
+}
+
 async function post(endpoint, body) {
   let response;
   try {
-    response = await fetch(`api/${endpoint}`, {
-      method: 'POST',
-      headers: { 'Content-Type': 'application/json' },
-      body: JSON.stringify(body),
-    });
+    response = await send(endpoint, body);
+    if (response.status === 401 && (await askForSession())) response = await send(endpoint, body);
   } catch (err) {
     return { error: { message: `The device cannot be reached (${err.message}).` } };
   }

@@ -30,7 +30,10 @@ export class LiveEvents {
     this.source = source;
     source.onopen = () => {
       if (source !== this.source) return;
-      const wasAway = this.everConnected && !this.connected;
+      // A first stream that opens only after failing (a token still to be traded for the session
+      // cookie) missed whatever changed since the page read its lists: read them again as well.
+      const wasAway = (this.everConnected || this.failedFirst) && !this.connected;
+      this.failedFirst = false;
       this.connected = true;
       this.everConnected = true;
       this.retryMs = 500;
@@ -54,6 +57,7 @@ export class LiveEvents {
         this.connected = false;
         this.onStatus(false, false);
       } else if (!this.everConnected) {
+        this.failedFirst = true;
         this.onStatus(false, false);
       }
       // The browser retries by itself only while the stream is CONNECTING; a refused or

@@ -15,12 +15,13 @@ const ARGS = [
   '--disable-background-networking', '--disable-component-update', '--disable-sync',
 ];
 
-export async function launch() {
+/** extraArgs: further Chromium switches, e.g. a host resolver rule. */
+export async function launch(extraArgs = []) {
   const profile = mkdtempSync(path.join(tmpdir(), 'kelo-chromium-'));
   const context = await chromium.launchPersistentContext(profile, {
     executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
     headless: true,
-    args: ARGS,
+    args: [...ARGS, ...extraArgs],
     viewport: LAPTOP,
   });
   const errors = [];

@@ -1,7 +1,7 @@
 // Starts a real kelo-host for one test file: a free port, a fresh data directory, and the
 // worktree's web/ folder as its web root.
 import { spawn } from 'node:child_process';
-import { mkdtempSync, rmSync, existsSync } from 'node:fs';
+import { mkdtempSync, rmSync, existsSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import path from 'node:path';
 import { fileURLToPath } from 'node:url';
@@ -12,8 +12,11 @@ export const webRoot = path.join(repoRoot, 'web');
 export const NO_ITEMS_LIMIT = 'settings:playlists/dbItemsLimit={"type":"i32_","i32_":0}';
 
 export class Host {
-  constructor({ settings = [], listen = '127.0.0.1:0', dataDir } = {}) {
+  /** token: started with --token-file, and sent by api(); args: further options. */
+  constructor({ settings = [], listen = '127.0.0.1:0', dataDir, token, args = [] } = {}) {
     this.settings = settings;
+    this.token = token;
+    this.args = args;
     this.listen = listen;
     this.dataDir = dataDir ?? mkdtempSync(path.join(tmpdir(), 'kelo-web-'));
     this.ownsDataDir = !dataDir;
@@ -23,6 +26,12 @@ export class Host {
     if (!existsSync(hostBinary)) throw new Error(`kelo-host not found at ${hostBinary}; build it first`);
     const args = ['--listen', this.listen, '--data-dir', this.dataDir, '--web-root', webRoot];
     for (const setting of this.settings) args.push('--set', setting);
+    if (this.token) {
+      const tokenFile = path.join(this.dataDir, 'token');
+      writeFileSync(tokenFile, `${this.token}\n`);
+      args.push('--token-file', tokenFile);
+    }
+    args.push(...this.args);
     this.child = spawn(hostBinary, args, { stdio: ['ignore', 'pipe', 'pipe'] });
     this.log = '';
     this.child.stderr.on('data', (d) => {
@@ -66,7 +75,10 @@ export class Host {
   async api(endpoint, body) {
     const response = await fetch(`${this.url}/api/${endpoint}`, {
       method: 'POST',
-      headers: { 'Content-Type': 'application/json' },
+      headers: {
+        'Content-Type': 'application/json',
+        ...(this.token ? { Authorization: `Bearer ${this.token}` } : {}),
+      },
       body: JSON.stringify(body),
     });
     return response.json();

@@ -1,0 +1,266 @@
+// What the HTTP layer refuses: other hosts and origins, bodies of the wrong type or of any framing
+// over the limit, ambiguous framing; and what every answer carries.
+#include <QFile>
+#include <QTemporaryDir>
+#include <arpa/inet.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+#include <vector>
+
+#include "HostProcess.h"
+#include "KeloJson.h"
+#include "http/RequestGate.h"
+
+namespace {
+
+const char* const LimitPath = "settings:playlists/dbItemsLimit";
+
+// One TCP connection that sends raw request text and reads answers one at a time, so that framing
+// and keep-alive can be seen as they are on the wire.
+class RawConnection
+{
+public:
+    explicit RawConnection(int port)
+    {
+        m_fd = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_port = htons(static_cast<uint16_t>(port));
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        timeval timeout{10, 0};
+        setsockopt(m_fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
+        if (connect(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+            close(m_fd);
+            m_fd = -1;
+        }
+    }
+    ~RawConnection()
+    {
+        if (m_fd >= 0)
+            close(m_fd);
+    }
+    bool send(const std::string& text) const
+    {
+        return m_fd >= 0 && ::send(m_fd, text.data(), text.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(text.size());
+    }
+    // The next answer's status line and headers, and its body by Content-Length; empty when the
+    // connection ended first.
+    std::string readAnswer(std::string* body = nullptr)
+    {
+        size_t headEnd;
+        while ((headEnd = m_buffer.find("\r\n\r\n")) == std::string::npos) {
+            if (!fill())
+                return std::string();
+        }
+        const std::string head = m_buffer.substr(0, headEnd + 4);
+        const size_t at = head.find("Content-Length: ");
+        const size_t length = at == std::string::npos ? 0 : std::stoul(head.substr(at + 16));
+        while (m_buffer.size() < head.size() + length) {
+            if (!fill())
+                return std::string();
+        }
+        if (body)
+            *body = m_buffer.substr(head.size(), length);
+        m_buffer.erase(0, head.size() + length);
+        return head;
+    }
+
+private:
+    bool fill()
+    {
+        char chunk[65536];
+        const ssize_t n = recv(m_fd, chunk, sizeof chunk, 0);
+        if (n <= 0)
+            return false;
+        m_buffer.append(chunk, static_cast<size_t>(n));
+        return true;
+    }
+
+    int m_fd = -1;
+    std::string m_buffer;
+};
+
+int statusOf(const std::string& head)
+{
+    return head.size() > 12 ? std::stoi(head.substr(9, 3)) : -1;
+}
+
+std::string request(const std::string& method, const std::string& path, const std::string& headers,
+                    const std::string& body = std::string())
+{
+    return method + " " + path + " HTTP/1.1\r\n" + headers + "Content-Length: " + std::to_string(body.size())
+           + "\r\n\r\n" + body;
+}
+
+class HttpSafety : public ::testing::Test
+{
+protected:
+    void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
+    void start(const QStringList& arguments = {})
+    {
+        ASSERT_TRUE(m_host.start(m_dir.filePath("data"), arguments)) << m_host.errorOutput().toStdString();
+        m_local = "Host: 127.0.0.1:" + std::to_string(m_host.port()) + "\r\n";
+    }
+    int limit() const
+    {
+        QVariantHash answer;
+        m_host.post("/api/getData", jsonText(QVariantHash{{"path", LimitPath}}), &answer);
+        return answer.value("value").toHash().value("i32_", -1).toInt();
+    }
+    // The status of one request on a connection of its own.
+    int send(const std::string& text) const
+    {
+        RawConnection connection(m_host.port());
+        return connection.send(text) ? statusOf(connection.readAnswer()) : -1;
+    }
+    std::string setLimit(int value) const
+    {
+        return jsonText(QVariantHash{{"path", LimitPath}, {"value", i32Value(value)}});
+    }
+
+    QTemporaryDir m_dir;
+    HostProcess m_host;
+    std::string m_local;
+};
+
+TEST_F(HttpSafety, AStateChangeFromAnotherPageOrWithoutTheJsonTypeIsRefusedAndChangesNothing)
+{
+    start();
+    const std::string json = "Content-Type: application/json\r\n";
+    const std::pair<std::string, int> refused[] = {
+        {"Content-Type: text/plain\r\n", 415},
+        {"Content-Type: application/x-www-form-urlencoded\r\n", 415},
+        {"Content-Type: multipart/form-data; boundary=x\r\n", 415},
+        {"", 415},
+        {json + "Origin: null\r\n", 403},
+        {json + "Origin: http://evil.example\r\n", 403},
+        {json + "Origin: http://127.0.0.1:" + std::to_string(m_host.port() + 1) + "\r\n", 403},
+    };
+    for (const auto& headers : refused)
+        EXPECT_EQ(send(request("POST", "/api/setData", m_local + headers.first, setLimit(7))), headers.second)
+            << headers.first;
+    EXPECT_EQ(limit(), 10000);
+
+    const std::string ownOrigin = "Origin: http://127.0.0.1:" + std::to_string(m_host.port()) + "\r\n";
+    EXPECT_EQ(send(request("POST", "/api/setData", m_local + ownOrigin + "Content-Type: Application/JSON; charset=utf-8\r\n",
+                           setLimit(7))),
+              200);
+    EXPECT_EQ(limit(), 7);
+}
+
+TEST_F(HttpSafety, OnlyTheListeningAddressLocalhostAndAllowedNamesAreAnswered)
+{
+    start({"--allow-host", "Kelo.Local"});
+    const std::string port = ":" + std::to_string(m_host.port());
+    const std::string json = "Content-Type: application/json\r\n";
+    for (const std::string& host : std::vector<std::string>{"evil.example" + port, "127.0.0.2" + port, "localhost.evil.example", ""}) {
+        const std::string header = "Host: " + host + "\r\n";
+        EXPECT_EQ(send(request("POST", "/api/setData", header + json, setLimit(7))), 403) << host;
+        EXPECT_EQ(send(request("GET", "/api/events", header)), 403) << host;
+        EXPECT_EQ(send(request("GET", "/", header)), 403) << host;
+    }
+    EXPECT_EQ(send(request("GET", "/", "")), 403) << "no Host at all";
+    EXPECT_EQ(limit(), 10000);
+    for (const std::string& host : std::vector<std::string>{"localhost" + port, "LOCALHOST", "kelo.local" + port, "127.0.0.1"})
+        EXPECT_EQ(send(request("POST", "/api/getData", "Host: " + host + "\r\n" + json,
+                               jsonText(QVariantHash{{"path", LimitPath}}))),
+                  200)
+            << host;
+}
+
+TEST_F(HttpSafety, EveryAnswerCarriesTheProtectiveHeadersAndApiAnswersAreJson)
+{
+    start();
+    const std::string json = "Content-Type: application/json\r\n";
+    const std::string requests[] = {
+        request("GET", "/", m_local),
+        request("GET", "/js/api.js", m_local),
+        request("GET", "/missing.html", m_local),
+        request("POST", "/api/getData", m_local + json, jsonText(QVariantHash{{"path", LimitPath}})),
+        request("POST", "/api/setData", m_local, "{}"),
+        request("GET", "/api/nothing", m_local),
+        request("POST", "/api/nothing", m_local + json, "{}"),
+    };
+    for (const std::string& text : requests) {
+        RawConnection connection(m_host.port());
+        ASSERT_TRUE(connection.send(text));
+        std::string body;
+        const std::string head = connection.readAnswer(&body);
+        const std::string what = text.substr(0, text.find('\r'));
+        EXPECT_NE(head.find("Content-Security-Policy: default-src 'none'; script-src 'self'"), std::string::npos) << what;
+        EXPECT_NE(head.find("frame-ancestors 'none'"), std::string::npos) << what;
+        EXPECT_NE(head.find("X-Content-Type-Options: nosniff"), std::string::npos) << what;
+        EXPECT_NE(head.find("Referrer-Policy: no-referrer"), std::string::npos) << what;
+        if (what.find(" /api/") != std::string::npos) {
+            EXPECT_NE(head.find("Content-Type: application/json"), std::string::npos) << what;
+            EXPECT_TRUE(KeloJson::parse(QByteArray::fromStdString(body)).toHash().contains("error")
+                        || statusOf(head) == 200)
+                << what << body;
+        }
+    }
+}
+
+TEST_F(HttpSafety, BodiesAreBoundedHoweverFramedAndAmbiguousFramingIsRefused)
+{
+    start();
+    const std::string json = "Content-Type: application/json\r\n";
+    // A chunked body is held to the same bound as one with a length.
+    const std::string big = R"({"path": "settings:playlists/dbItemsLimit", "value": )" + jsonText(i32Value(7))
+                            + R"(, "padding": ")" + std::string(9 * 1024 * 1024, 'x') + "\"}";
+    std::string chunked = "POST /api/setData HTTP/1.1\r\n" + m_local + json + "Transfer-Encoding: chunked\r\n\r\n";
+    for (size_t at = 0; at < big.size(); at += 65536) {
+        const std::string piece = big.substr(at, 65536);
+        char size[16];
+        std::snprintf(size, sizeof size, "%zx\r\n", piece.size());
+        chunked += size + piece + "\r\n";
+    }
+    chunked += "0\r\n\r\n";
+    EXPECT_EQ(send(chunked), 413);
+
+    // Two lengths that disagree, or a length beside chunked framing, leave the body's end unknown.
+    const std::string body = setLimit(7);
+    const std::string lengths[] = {
+        "Content-Length: 5\r\n",
+        "Content-Length: " + std::to_string(body.size()) + "0\r\n",
+        "Transfer-Encoding: chunked\r\n",
+    };
+    for (const std::string& second : lengths)
+        EXPECT_EQ(send(request("POST", "/api/setData", m_local + json + second, body)), 400) << second;
+
+    const QVariantHash longName{{"path", LimitPath}, {"value", i32Value(7)}, {"name", QString(16385, QChar('n'))}};
+    QVariantHash answer;
+    EXPECT_EQ(m_host.post("/api/setData", jsonText(longName), &answer), 400);
+    EXPECT_TRUE(answer.value("error").toHash().value("message").toString().contains("16384"));
+    EXPECT_EQ(limit(), 10000);
+}
+
+TEST_F(HttpSafety, AKeptAliveConnectionServesManyRequests)
+{
+    start();
+    RawConnection connection(m_host.port());
+    const std::string get = request("POST", "/api/getData", m_local + "Content-Type: application/json\r\n",
+                                    jsonText(QVariantHash{{"path", LimitPath}}));
+    for (int i = 0; i < 20; ++i) {
+        ASSERT_TRUE(connection.send(get)) << i;
+        ASSERT_EQ(statusOf(connection.readAnswer()), 200) << "request " << i << " on one connection";
+    }
+}
+
+}  // namespace
+
+TEST(RequestGateBodyTypes, JsonBodiesNeedTheJsonTypeAndFileBodiesAnyTypeAPageCannotSendWithoutAsking)
+{
+    using Kind = RequestGate::BodyKind;
+    for (const char* type : {"application/json", "Application/JSON", " application/json ; charset=utf-8"})
+        EXPECT_TRUE(RequestGate::bodyTypeProblem(type, Kind::Json).isEmpty()) << type;
+    for (const char* type : {"", "text/plain", "application/jsonx", "application/x-www-form-urlencoded"})
+        EXPECT_FALSE(RequestGate::bodyTypeProblem(type, Kind::Json).isEmpty()) << type;
+
+    for (const char* type : {"audio/x-mpegurl", "application/xspf+xml", "application/json", "application/octet-stream"})
+        EXPECT_TRUE(RequestGate::bodyTypeProblem(type, Kind::File).isEmpty()) << type;
+    for (const char* type : {"", "  ", "text/plain; charset=utf-8", "TEXT/PLAIN", "application/x-www-form-urlencoded",
+                             "multipart/form-data; boundary=x"})
+        EXPECT_FALSE(RequestGate::bodyTypeProblem(type, Kind::File).isEmpty()) << type;
+}

@@ -1,0 +1,121 @@
+// Another web site open in the same browser must not be able to use the host: a page served from a
+// second local port (another origin) tries every request a page may send without asking first, and
+// a name that resolves to the host (DNS rebinding) is not answered. The host's own page keeps
+// working, with a token too.
+import { test, before, after } from 'node:test';
+import assert from 'node:assert/strict';
+import http from 'node:http';
+import { Host } from './lib/host.mjs';
+import { launch, rows } from './lib/browser.mjs';
+
+const LIMIT = 'settings:playlists/dbItemsLimit';
+const TOKEN = 'a-token-of-twenty-chars';
+
+// The attacker's page: each attempt sets the items limit to a number of its own. The form sends
+// text/plain "name=value", which the name and value make a JSON object.
+function attackerPage(target) {
+  const body = (n) => JSON.stringify({ path: LIMIT, value: { type: 'i32_', i32_: n } });
+  return `<!doctype html><html><body>
+<iframe name="sink"></iframe>
+<form id="form" method="POST" action="${target}/api/setData" target="sink" enctype="text/plain">
+  <input name='${body(11).slice(0, -1)},"pad":"' value='"}'>
+</form>
+<iframe id="sandboxed" sandbox="allow-scripts" srcdoc="<script>fetch('${target}/api/setData', {method: 'POST', mode: 'no-cors', body: '${body(12).replaceAll('"', '&quot;')}'}).finally(() => parent.postMessage('sandbox done', '*'));</script>"></iframe>
+<script>
+  const sandboxDone = new Promise((resolve) => addEventListener('message', resolve));
+  const attempts = [
+    fetch('${target}/api/setData', { method: 'POST', mode: 'no-cors', headers: { 'Content-Type': 'text/plain' }, body: '${body(13)}' }),
+    fetch('${target}/api/setData', { method: 'POST', mode: 'no-cors', headers: { 'Content-Type': 'application/x-www-form-urlencoded' }, body: '${body(14)}' }),
+    fetch('${target}/api/setData', { method: 'POST', mode: 'no-cors', body: new Blob(['${body(15)}']) }),
+    fetch('${target}/api/setData', { method: 'POST', headers: { 'Content-Type': 'application/json' }, body: '${body(16)}' }),
+    new Promise((resolve) => { document.querySelector('iframe[name=sink]').onload = resolve; document.getElementById('form').submit(); }),
+    sandboxDone,
+  ];
+  window.attacks = Promise.allSettled(attempts).then((results) => results.map((r) => r.status));
+</script></body></html>`;
+}
+
+let host;
+let attacker;
+let attackerUrl;
+let browser;
+
+async function limit() {
+  const answer = await host.api('getData', { path: LIMIT });
+  return answer.value.i32_;
+}
+
+before(async () => {
+  host = await new Host().start();
+  attacker = http.createServer((req, res) => {
+    res.writeHead(200, { 'Content-Type': 'text/html' });
+    res.end(attackerPage(host.url));
+  });
+  await new Promise((resolve) => attacker.listen(0, '127.0.0.1', resolve));
+  attackerUrl = `http://127.0.0.1:${attacker.address().port}/`;
+  browser = await launch([`--host-resolver-rules=MAP rebound.example 127.0.0.1`]);
+});
+
+after(async () => {
+  await browser?.close();
+  attacker?.close();
+  await host?.close();
+});
+
+test('a page on another origin cannot change anything, however it sends its request', async () => {
+  const page = await browser.context.newPage();
+  await page.goto(attackerUrl);
+  const outcomes = await page.evaluate(() => window.attacks);
+  assert.equal(outcomes.length, 6, 'every attempt was made');
+  assert.equal(await limit(), 10000, 'the items limit is untouched');
+  await page.close();
+});
+
+test('a name that resolves to the host is not answered, page or API', async () => {
+  const port = new URL(host.url).port;
+  const page = await browser.context.newPage();
+  const response = await page.goto(`http://rebound.example:${port}/`);
+  assert.equal(response.status(), 403);
+  const status = await page.evaluate(async () => {
+    const answer = await fetch('/api/setData', {
+      method: 'POST',
+      headers: { 'Content-Type': 'application/json' },
+      body: JSON.stringify({ path: 'settings:playlists/dbItemsLimit', value: { type: 'i32_', i32_: 17 } }),
+    });
+    return answer.status;
+  });
+  assert.equal(status, 403);
+  assert.equal(await limit(), 10000);
+  await page.close();
+});
+
+test("the host's own page works with a token, which it trades once for a cookie", async () => {
+  const guarded = await new Host({ token: TOKEN }).start();
+  const page = await browser.context.newPage();
+  const violations = [];
+  page.on('console', (m) => m.type() === 'error' && violations.push(m.text()));
+  let asked = 0;
+  page.on('dialog', (dialog) => {
+    asked += 1;
+    dialog.accept(TOKEN);
+  });
+  const urls = [];
+  page.on('request', (r) => urls.push(r.url()));
+  try {
+    await page.goto(guarded.url);
+    await rows(page, 'playlists').first().waitFor({ timeout: 15000 });
+    await page.waitForFunction(() => document.querySelector('#pane-playlists [role="option"]'));
+    assert.equal(asked, 1, 'asked for the token once');
+    const cookies = await browser.context.cookies(guarded.url);
+    const session = cookies.find((c) => c.name === 'kelo_session');
+    assert.ok(session && session.httpOnly && session.sameSite === 'Strict', JSON.stringify(cookies));
+    assert.ok(!urls.some((u) => u.includes(TOKEN)), 'the token is never in a URL');
+    assert.deepEqual(violations.filter((v) => /Content Security Policy/.test(v)), []);
+    // The events stream carries the cookie too: a change made elsewhere shows in the page.
+    await guarded.set('playlists:pl/create', { name: 'Seen Through The Cookie' });
+    await rows(page, 'playlists').filter({ hasText: 'Seen Through The Cookie' }).first().waitFor({ timeout: 15000 });
+  } finally {
+    await page.close();
+    await guarded.close();
+  }
+});
