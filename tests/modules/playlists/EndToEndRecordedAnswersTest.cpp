@@ -11,8 +11,7 @@ namespace {
 
 QString exchangesFile()
 {
-    const QByteArray source = qgetenv("KELO_SOURCE_DIR");
-    return QString::fromLocal8Bit(source) + QStringLiteral("/tests/modules/playlists/data/api-exchanges.json");
+    return QStringLiteral(KELO_SOURCE_DIR "/tests/modules/playlists/data/api-exchanges.json");
 }
 
 QJsonArray readExchanges()
