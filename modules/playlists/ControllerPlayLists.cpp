@@ -2,6 +2,8 @@
 #include "Controller.h"
 
 #include <QSet>
+#include <cmath>
+#include <limits>
 
 #include "KeloLog.h"
 #include "KeloPlayList.h"
@@ -20,10 +22,16 @@ KeloHash argumentsOf(const CMSetDataRequest& request)
 template <class ModeEnum>
 KeloHash withModeAsName(KeloHash arguments)
 {
+    // Only a whole number that fits an int is a mode number: 4294967297 or 1.5 must not wrap or round
+    // into a valid mode. Anything else is left as it came and decodes as no mode, which is refused.
+    const QVariant value = arguments.get(KeloPlayListArgs::modeKey());
+    if (value.userType() == QMetaType::QString)
+        return arguments;
     bool isNumber = false;
-    const int mode = arguments.get(KeloPlayListArgs::modeKey()).toInt(&isNumber);
-    if (isNumber)
-        arguments.set(KeloPlayListArgs::modeKey(), ModeEnum::toString(mode));
+    const double number = value.toDouble(&isNumber);
+    if (isNumber && std::trunc(number) == number && number >= std::numeric_limits<int>::min()
+        && number <= std::numeric_limits<int>::max())
+        arguments.set(KeloPlayListArgs::modeKey(), ModeEnum::toString(static_cast<int>(number)));
     return arguments;
 }
 // A block move is a series of single moves (to + i towards the front, to - k towards the back). Each

@@ -93,7 +93,8 @@ TEST_F(ControllerTest, ShuffleAndRepeatAcceptLooselyAndSwitchOnOnlyForOnAndAll)
     // mode, accepted, flag afterwards
     const QList<std::tuple<QVariant, bool, bool>> shuffle = {
         {1, true, true}, {-1, true, false}, {"on", true, true}, {2, false, true}, {"bogus", false, true},
-        {QVariant(), false, true}, {"0", true, false}};
+        {QVariant(), false, true}, {QVariant(qlonglong(4294967296)), false, true}, {0.4, false, true},
+        {"0", true, false}};
     for (const auto& [mode, accepted, flag] : shuffle) {
         const Answer answer = send(KeloPlayListPlSetShufflePath(), args({{"plid", uid}, {"mode", mode}}));
         EXPECT_EQ(answer.ok, accepted) << mode.toString().toStdString();
@@ -102,7 +103,7 @@ TEST_F(ControllerTest, ShuffleAndRepeatAcceptLooselyAndSwitchOnOnlyForOnAndAll)
     }
     const QList<std::tuple<QVariant, bool, bool>> repeat = {
         {2, true, true}, {3, true, false}, {"all", true, true}, {"one", true, false}, {4, false, false},
-        {"All of them", false, false}};
+        {"All of them", false, false}, {1.5, false, false}, {QVariant(qlonglong(4294967298)), false, false}};
     for (const auto& [mode, accepted, flag] : repeat) {
         const Answer answer = send(KeloPlayListPlSetRepeatPath(), args({{"plid", uid}, {"mode", mode}}));
         EXPECT_EQ(answer.ok, accepted) << mode.toString().toStdString();
