@@ -1,11 +1,16 @@
 // Find in an open list: the find bar of a pane. Typing counts the entries whose title, artist or
 // album hold the text and focuses the first of them; Enter and Shift+Enter (or the arrows) move
 // to the next and previous match, scrolling the virtual list to it. The texts of the whole list
-// are fetched once when the bar opens (only those three roles), and again after the list changed.
+// (only those three roles) are read in the background once a list has been shown, and again a
+// moment after its rows changed, so that typing finds the matches without waiting for the host.
 import { getRows } from './api.js';
 import { icon } from './icons.js';
 
-const INDEX_PAGE = 2500;
+// Pages are kept small so that a page the person scrolls to never waits long behind one of them.
+const INDEX_PAGE = 1000;
+// Quiet time after a list was shown or changed before its texts are read: the list's own pages go first,
+// and a burst of row events is read once.
+const READ_DELAY_MS = 250;
 
 export class ListFind {
   constructor(pane) {
@@ -49,6 +54,19 @@ export class ListFind {
     this.input.select();
     this.texts(view);
     if (this.input.value) this.search();
+  }
+
+  /**
+   * The pane shows view, or view's rows changed: its texts are read soon, in the background, unless
+   * they are current. Reading again after a change keeps typing from waiting for the host.
+   */
+  soon(view) {
+    clearTimeout(this.readTimer);
+    this.readTimer = setTimeout(async () => {
+      if (this.pane.current !== view) return;
+      await view.settled();
+      if (this.pane.current === view && view.model.count > 0) this.texts(view);
+    }, READ_DELAY_MS);
   }
 
   close() {
