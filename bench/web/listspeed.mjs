@@ -1,6 +1,7 @@
 // Browser benchmark of the page on a 10,000-entry playlist (not a test: it prints figures).
-// For each round: the click on the playlist until its first rows show, End until the last row
-// shows, and typing in the find bar (opened beforehand) until the first match is focused and shown.
+// For each round: the click on the playlist until its first rows show; typing in the find bar at
+// once (the bar opened right after the first rows) until the first match is focused and shown; End
+// until the last row shows; and typing again with the bar opened a moment before.
 // Run after building kelo-host and the plug-in, with the browser tests' npm packages installed:
 //   (cd tests/web && npm ci) && node bench/web/listspeed.mjs [rounds]
 import { startHost, NO_ITEMS_LIMIT } from '../../tests/web/lib/host.mjs';
@@ -65,10 +66,14 @@ const host = await startHost({ settings: [NO_ITEMS_LIMIT] });
 const browser = await launch();
 try {
   await fill(host);
-  const figures = { open: [], end: [], find: [] };
+  const figures = { open: [], end: [], find: [], findAtOnce: [] };
   for (let round = 0; round < ROUNDS; round++) {
     const page = await browser.page(host.url);
     figures.open.push(await page.evaluate(openList));
+    await page.locator('#pane-playlists [role="listbox"]').focus();
+    await page.keyboard.press('/');
+    figures.findAtOnce.push(await page.evaluate(findFirst, title((7500 + round * 389) % SIZE)));
+    await page.keyboard.press('Escape');
     figures.end.push(await page.evaluate(pressEnd, { n: SIZE, title: title(SIZE - 1) }));
     await page.locator('#pane-playlists [role="listbox"]').focus();
     await page.keyboard.press('/');
@@ -80,6 +85,7 @@ try {
   console.log(`  click to first rows:   ${stats(figures.open)}`);
   console.log(`  End to last row:       ${stats(figures.end)}`);
   console.log(`  typing to first match: ${stats(figures.find)}`);
+  console.log(`    typed at once:       ${stats(figures.findAtOnce)}`);
 } finally {
   await browser.close();
   await host.close();

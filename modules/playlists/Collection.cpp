@@ -21,6 +21,17 @@ QString Collection::getName() const
     return record->name;
 }
 
+bool Collection::setName(const QString& name)
+{
+    CollectionRecord changed = *record;
+    changed.name = name;
+    if (!database->updateCollection(changed))
+        return false;
+    record->name = name;
+    emit nameChanged(name);
+    return true;
+}
+
 bool Collection::valid() const
 {
     return record->uid != -1;

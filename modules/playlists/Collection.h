@@ -19,6 +19,8 @@ public:
 
     virtual int getUid() const = 0;  // -1: not bound to a row
     virtual QString getName() const = 0;
+    // False when the store refuses the change; then the name stays and nothing is emitted.
+    virtual bool setName(const QString& name) = 0;
     virtual bool valid() const = 0;
     // Deletes the row (its memberships go with it); the owner deletes the object.
     virtual bool remove() = 0;
@@ -32,6 +34,7 @@ public:
 signals:
     void playlistAdded();
     void playlistRemoved();
+    void nameChanged(const QString& name);
 };
 
 class Collection : public CollectionBase
@@ -44,6 +47,7 @@ public:
 
     int getUid() const override;
     QString getName() const override;
+    bool setName(const QString& name) override;
     bool valid() const override;
     bool remove() override;
     bool addPlayList(PlayListBase* pl) override;

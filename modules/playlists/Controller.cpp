@@ -59,6 +59,7 @@ bool Controller::handleSetData(const CMSetDataRequest& request)
         {KeloPlayListClAddItemPath(), [&] { plain(&Controller::clAddItem); }},
         {KeloPlayListClRemoveItemPath(), [&] { plain(&Controller::clRemoveItem); }},
         {KeloPlayListClDeletePath(), [&] { plain(&Controller::clDelete); }},
+        {KeloPlayListClSetNamePath(), [&] { plain(&Controller::clSetName); }},
     };
     for (const auto& route : routes) {
         if (path == route.first) {

@@ -93,6 +93,7 @@ private:
     void plPrepareItems(CMSetDataRequest request);
     bool clCreate(CMSetDataRequest request, QString& msg, int& id);
     bool clDelete(CMSetDataRequest request, QString& msg);
+    bool clSetName(CMSetDataRequest request, QString& msg);
     bool clAddItem(CMSetDataRequest request, QString& msg);
     bool clRemoveItem(CMSetDataRequest request, QString& msg);
 

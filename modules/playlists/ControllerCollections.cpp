@@ -1,4 +1,4 @@
-// The collection commands: create, delete, add a playlist, remove a playlist.
+// The collection commands: create, delete, rename, add a playlist, remove a playlist.
 #include "Controller.h"
 
 #include "Collection.h"
@@ -49,6 +49,31 @@ bool Controller::clDelete(CMSetDataRequest request, QString& msg)
     }
     msg = buildOkMsg(KELO_TR("Collection deleted successfully."), name, QString());
     KELO_LOG_INFO("PlayLists", "Collection id: " << clid << " deleted successfully");
+    return true;
+}
+
+bool Controller::clSetName(CMSetDataRequest request, QString& msg)
+{
+    KELO_TRACE_SCOPE("PlayLists");
+    const QString what = KELO_TR("Could not set collection name.");
+    const KeloPlayListClSetName args(KeloHash(request.value().toHash()));
+    const int clid = args.clid();
+    if (!checkNonemptyString(args.name(), QStringLiteral("name"), what, msg)) {
+        KELO_LOG_ERROR("PlayLists", "Cannot rename collection id: " << clid << " to empty string");
+        return false;
+    }
+    CollectionBase* collection = manager->getCollectionByUid(clid);
+    if (!collection) {
+        msg = buildErrMsg(what, KELO_TR("There is no collection with this ID."), msg);
+        KELO_LOG_ERROR("PlayLists", "Unable to find collection id: " << clid);
+        return false;
+    }
+    if (!collection->setName(args.name())) {
+        msg = buildErrMsg(what, KELO_TR("The collection could not be stored."), QString());
+        return false;
+    }
+    msg = buildOkMsg(KELO_TR("Collection renamed successfully."), collection->getName(), QString());
+    KELO_LOG_INFO("PlayLists", "Collection id: " << clid << " renamed to: " << args.name());
     return true;
 }
 

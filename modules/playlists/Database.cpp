@@ -83,6 +83,8 @@ const SqlText statementTexts[] = {
      "SELECT Count(*) FROM items"},
     {"countCollections",
      "SELECT Count(*) FROM collections"},
+    {"updateCollection",
+     "UPDATE collections SET  name=?1  WHERE uid=?2"},
 };
 }  // namespace
 

@@ -124,11 +124,12 @@ public:
     // the next successful cleanup, and the result is still true.
     bool clearItems(const PlayListRecord& pl);
 
-    // Collections. Only the record's uid is read.
+    // Collections. Only the record's uid is read, except by updateCollection.
     CollectionRecord createCollection(const QString& name);  // uid -1 on failure
     bool deleteCollection(const CollectionRecord& col);  // false for an unknown uid
     bool addToCollection(const CollectionRecord& col, int playlistUid);  // false for a duplicate or unknown uid
     bool removeFromCollection(const CollectionRecord& col, int playlistUid);  // false if not a member
+    bool updateCollection(const CollectionRecord& col);  // stores col.name; false for an unknown uid
     QList<CollectionRecord> getCollections();  // by name ascending
 
     // "3,1,12" -> [3, 1, 12]; empty parts are dropped, parts that are no number are left out (ERROR log).
@@ -162,6 +163,7 @@ private:
         CountPlaylists,
         CountPlaylistItems,
         CountCollections,
+        UpdateCollection,
         StatementCount
     };
 

@@ -65,6 +65,24 @@ bool Database::removeFromCollection(const CollectionRecord& col, int playlistUid
     return true;
 }
 
+bool Database::updateCollection(const CollectionRecord& col)
+{
+    KELO_LOG_TRACE("PlayLists", "uid=" << col.uid << " name=" << col.name);
+    Sqlite3Statement& update = statement(UpdateCollection);
+    update.bindText(1, col.name);
+    update.bindInt(2, col.uid);
+    update.step();
+    if (!update.reset()) {
+        KELO_LOG_ERROR("PlayLists", "Unable to update collection uid=" << col.uid);
+        return false;
+    }
+    if (sqlite3_changes(m_connection) == 0) {
+        KELO_LOG_ERROR("PlayLists", "Unable to update collection uid=" << col.uid << ": no such collection in DB");
+        return false;
+    }
+    return true;
+}
+
 QList<CollectionRecord> Database::getCollections()
 {
     QList<CollectionRecord> collections;

@@ -36,6 +36,7 @@ KELO_PATH(KeloPlayListClCreatePath, "playlists:cl/create")
 KELO_PATH(KeloPlayListClAddItemPath, "playlists:cl/additem")
 KELO_PATH(KeloPlayListClRemoveItemPath, "playlists:cl/removeitem")
 KELO_PATH(KeloPlayListClDeletePath, "playlists:cl/delete")
+KELO_PATH(KeloPlayListClSetNamePath, "playlists:cl/setname")
 
 KELO_PATH(KeloPlayListsSettingsDataBaseItemsLimitPath, "settings:playlists/dbItemsLimit")
 KELO_PATH(KeloPlayListSettingsDataBaseVacuumPath, "settings:playlists/dbVacuum")

@@ -151,6 +151,14 @@ public:
     void setClid(int v) { set(QStringLiteral("clid"), v); }
 };
 
+class KeloPlayListClSetName : public KeloPlayListClId
+{
+public:
+    using KeloPlayListClId::KeloPlayListClId;
+    QString name() const { return stringOr(QStringLiteral("name")); }
+    void setName(const QString& v) { set(QStringLiteral("name"), v); }
+};
+
 class KeloPlayListClAddRemoveItem : public KeloPlayListClId
 {
 public:

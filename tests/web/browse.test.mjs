@@ -133,3 +133,30 @@ describe('menus', () => {
     await page.close();
   });
 });
+
+describe('pictures', () => {
+  test('a row shows its picture, and one whose picture fails to load looks as a row without one', async () => {
+    const { tracks } = await host.mediaTracks(1);
+    assert.match(tracks[0].icon ?? '', /^\/api\/art\?path=/, 'demo tracks carry a picture');
+    const plid = await host.createPlaylist('Pictures');
+    const broken = { ...tracks[0], title: 'Broken picture', icon: '/api/art?path=media%3Atrack%2F999999' };
+    delete broken.path;
+    delete broken.id;
+    const added = await host.set('playlists:pl/addexternalitems', {
+      plid,
+      mode: 2,
+      items: [{ title: broken.title, url: broken.mediaData.resources[0].uri, serviceId: '', keloRoles: JSON.stringify(broken) }],
+    });
+    assert.ok(!added.error, added.error?.message);
+    await host.addByPath(plid, [tracks[0].path]);
+
+    const page = await browser.page(host.url);
+    await row(page, 'playlists', 'Pictures').click();
+    const good = row(page, 'playlists', tracks[0].title).locator('img.row-art');
+    await until(async () => good.evaluate((img) => img.complete && img.naturalWidth > 0).catch(() => false), { message: 'the picture loaded' });
+    await row(page, 'playlists', 'Broken picture').waitFor();
+    await until(async () => (await row(page, 'playlists', 'Broken picture').locator('img').count()) === 0, { message: 'the broken picture is gone' });
+    assert.ok(await row(page, 'playlists', 'Broken picture').locator('.lead .num').isVisible(), 'its number shows as before');
+    await page.close();
+  });
+});

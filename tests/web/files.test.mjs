@@ -1,5 +1,6 @@
 // Playlist files on the page: importing through the picker and by dropping a file, exporting
-// from a playlist's menu, and "Rename…" in the menus and in an open list's header menu.
+// from a playlist's menu, and "Rename…" in the menus of playlists and collections and in an open
+// list's header menu.
 import { test, before, after, describe } from 'node:test';
 import assert from 'node:assert/strict';
 import { startHost } from './lib/host.mjs';
@@ -93,9 +94,33 @@ describe('export and rename', () => {
     await dialog.locator('input').fill('Last One');
     await dialog.getByRole('button', { name: 'OK' }).click();
     await until(async () => (await host.titles('playlists:')).includes('Last One'), { message: 'renamed from the header menu' });
+    await page.locator('#pane-playlists .view-title', { hasText: 'Last One' }).waitFor();
     await page.locator('#pane-playlists .back').click();
     await row(page, 'playlists', 'Last One').waitFor();
     assert.equal(await menu(page).count(), 0, 'the menu closed for the dialog');
+    await page.close();
+  });
+
+  test('"Rename…" in a collection\'s menus renames it, and its open list\'s head follows', async () => {
+    const answer = await host.set('playlists:cl/create', { name: 'Shelf A' });
+    assert.ok(!answer.error, answer.error?.message);
+    const page = await browser.page(host.url);
+    const dialog = page.locator('#ask');
+    await row(page, 'playlists', 'Shelf A').click({ button: 'right' });
+    await menuItem(page, 'Rename…').click();
+    await dialog.locator('input').fill('Shelf B');
+    await dialog.getByRole('button', { name: 'OK' }).click();
+    await row(page, 'playlists', 'Shelf B').waitFor();
+    assert.ok((await host.titles('playlists:')).includes('Shelf B'));
+
+    await row(page, 'playlists', 'Shelf B').click();
+    await page.locator('#pane-playlists .view-title', { hasText: 'Shelf B' }).waitFor();
+    await page.getByRole('button', { name: 'Menu for Shelf B' }).click();
+    await menuItem(page, 'Rename…').click();
+    await dialog.locator('input').fill('Shelf C');
+    await dialog.getByRole('button', { name: 'OK' }).click();
+    await page.locator('#pane-playlists .view-title', { hasText: 'Shelf C' }).waitFor();
+    assert.ok((await host.titles('playlists:')).includes('Shelf C'));
     await page.close();
   });
 });

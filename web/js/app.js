@@ -91,7 +91,10 @@ class App {
     const on = (name, handler) => view.addEventListener(name, (e) => handler(e.detail));
     on('announce', ({ text }) => this.announce(text));
     on('count', () => {
-      if (view === pane.current) pane.renderCount();
+      if (view === pane.current) {
+        pane.renderCount();
+        pane.find.soon(view);
+      }
       pane.followTitles(view);
       this.afterRows(view);
     });

@@ -12,6 +12,7 @@ export const PLAY_QUEUE_ID = 0;
 export const removeItems = (plid, items) => setData('playlists:pl/removeitems', { plid, items });
 export const moveItems = (plid, items, to) => setData('playlists:pl/moveitems', { plid, items, to });
 export const createPlaylist = (name) => setData('playlists:pl/create', { name });
+export const setCollectionName = (clid, name) => setData('playlists:cl/setname', { clid, name });
 
 /** Adds finished items (appended when mode is 2), in batches the host takes easily. */
 export async function addExternalItems(plid, items, mode = 2, batch = 1000) {

@@ -156,11 +156,11 @@ export class Editing {
     this.app.announce(`Renamed to ${text}.`);
   }
 
-  /** "Rename…" of a menu: asks for the name in a dialog and sends it to the module's name field. */
-  async renameWith(namePath, name) {
+  /** "Rename…" of a menu: asks for the name in a dialog and hands it to `send`, which answers as setData does. */
+  async renameWith(name, send) {
     const text = await this.app.ask({ title: `Rename “${name}”`, label: 'New name', value: name });
     if (text === null || text === name) return;
-    const answer = await setData(namePath, text);
+    const answer = await send(text);
     if (answer.error) return this.app.toast(answer.error.message, { kind: 'error' });
     this.app.announce(`Renamed to ${text}.`);
   }

@@ -1,6 +1,7 @@
 // The row template of a list: what one row shows for its type (header, separator, track, input,
-// container, action), its buttons and its drag handle. Pure markup from the row and a few
-// answers of the view (`view.look`: may it be played, does it have a menu).
+// container, action), its buttons and its drag handle. Markup from the row and a few answers of
+// the view (`view.look`: may it be played, does it have a menu); a row's picture, when it has
+// one, is loaded lazily and removed again if it fails, leaving the row as it looks without one.
 import { icon } from './icons.js';
 
 export const TYPE = { container: 1, track: 3, input: 101, action: 102, header: 103, separator: 105 };
@@ -47,8 +48,19 @@ export function fillRow(el, row, index, state, view) {
     lead = icon('chevron');
   }
   if (hasMenu) buttons.push(`<button class="row-btn" data-act="menu" tabindex="-1" aria-haspopup="menu" aria-label="Menu for ${title}">${icon('more')}</button>`);
+  const art = (type === TYPE.track || type === TYPE.container) ? artOf(row) : '';
   const handle = view.editable && type === TYPE.track ? `<span class="handle" aria-hidden="true" title="Drag to move">${icon('handle')}</span>` : '';
-  el.innerHTML = `${handle}<span class="lead">${lead}</span><span class="main"><span class="title">${title}</span>${sub ? `<span class="sub">${sub}</span>` : ''}</span>${tail}${buttons.join('')}`;
+  el.innerHTML = `${handle}<span class="lead">${lead}</span>${art}<span class="main"><span class="title">${title}</span>${sub ? `<span class="sub">${sub}</span>` : ''}</span>${tail}${buttons.join('')}`;
+  const img = el.querySelector('img.row-art');
+  if (img) img.addEventListener('error', () => img.remove(), { once: true });
+}
+
+/** The picture of a row with an `icon` address (as the host serves them), or ''. */
+function artOf(row) {
+  const url = typeof row.icon === 'string' ? row.icon.trim() : '';
+  // Only addresses of this host or of the web: a picture is never a script.
+  if (!url || !/^(\/(?!\/)|https?:\/\/)/i.test(url)) return '';
+  return `<img class="row-art" src="${escapeHtml(url)}" alt="" loading="lazy" decoding="async" draggable="false">`;
 }
 
 export function escapeHtml(text) {

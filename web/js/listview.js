@@ -24,7 +24,7 @@ export { TYPE, escapeHtml, formatTime };
 
 export const SHOWN_ROLES = [
   'title', 'path', 'type', 'containerType', 'containerPlayable', 'modifiable', 'value',
-  'context', 'id', 'artist', 'album', 'duration', 'vimboClearQueue', 'mediaData',
+  'context', 'id', 'artist', 'album', 'duration', 'vimboClearQueue', 'mediaData', 'icon',
 ];
 
 const OVERSCAN = 6;

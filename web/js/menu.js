@@ -7,6 +7,7 @@ import { TYPE, escapeHtml } from './listview.js';
 import { icon } from './icons.js';
 import { eventCloses, eventCovers, parsePath } from './paths.js';
 import { withPageEntries, exportMenu, download } from './playlistfiles.js';
+import { setCollectionName } from './commands.js';
 
 const ALL_ROWS = 499;
 
@@ -80,7 +81,7 @@ export class Menu {
       level.rows = [];
       level.error = answer.error.message;
     } else {
-      level.rows = withPageEntries(level.path, answer.rows ?? []);
+      level.rows = withPageEntries(level.path, answer.rows ?? [], this.subject);
       level.error = null;
       if (answer.title && !level.title) level.title = answer.title;
     }
@@ -284,7 +285,8 @@ export class Menu {
       this.app.announce(`Exported as ${row.title}.`);
     } else if (row.page === 'rename') {
       this.close();
-      await this.app.editing.renameWith(row.namePath, row.name);
+      const send = row.clid !== undefined ? (text) => setCollectionName(row.clid, text) : (text) => setData(row.namePath, text);
+      await this.app.editing.renameWith(row.name, send);
     }
   }
 

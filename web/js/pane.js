@@ -4,6 +4,10 @@ import { ListView, TYPE, escapeHtml } from './listview.js';
 import { eventCloses, eventCovers } from './paths.js';
 import { icon } from './icons.js';
 import { ListFind } from './listfind.js';
+import { getRows } from './api.js';
+
+// How many rows of a hidden list are read to find a new name for the list opened from it.
+const RETITLE_ROWS = 1000;
 
 export class Pane {
   constructor(el, { path, title, name }, app) {
@@ -83,6 +87,7 @@ export class Pane {
       view.stale = false;
       view.refresh();
     }
+    this.find.soon(view);
     this.renderHead();
     if (focus) view.focusList();
   }
@@ -152,20 +157,37 @@ export class Pane {
 
   /** Titles of deeper crumbs follow renames seen in the rows of shallower views. */
   followTitles(view) {
+    if (this.retitleDeeper(view, view.model.rows.values())) this.renderHead();
+  }
+
+  /** Takes the titles of rows (of `view`) that opened deeper views; true when one changed. */
+  retitleDeeper(view, rows) {
     const level = this.stack.indexOf(view);
-    if (level < 0) return;
+    if (level < 0) return false;
     let changed = false;
-    for (const deeper of this.stack.slice(level + 1)) {
-      if (!deeper.opener) continue;
-      for (const row of view.model.rows.values()) {
-        if (row.path === deeper.opener.path && row.title && row.title !== deeper.title) {
+    for (const row of rows) {
+      for (const deeper of this.stack.slice(level + 1)) {
+        if (deeper.opener && row.path === deeper.opener.path && row.title && row.title !== deeper.title) {
           deeper.title = row.title;
           deeper.opener = { ...deeper.opener, ...row };
           changed = true;
         }
       }
     }
-    if (changed) this.renderHead();
+    return changed;
+  }
+
+  /**
+   * A hidden list that was reset may hold a new name for the list opened from it. It is not
+   * reloaded until it is shown again, so its rows are read once here (a rename may also have
+   * moved the row, so by path, not by position) and the open list's title follows at once.
+   */
+  async retitleFromHidden(view) {
+    const deeper = this.stack[this.stack.indexOf(view) + 1];
+    if (!deeper || !deeper.opener || view.model.count <= 0) return;
+    const answer = await getRows(view.path, 0, Math.min(view.model.count, RETITLE_ROWS) - 1, ['title', 'path']);
+    if (answer.error || !Array.isArray(answer.rows)) return;
+    if (this.retitleDeeper(view, answer.rows)) this.renderHead();
   }
 
   onEvent(event) {
@@ -191,15 +213,20 @@ export class Pane {
         else view.stale = true;
       } else if (event.change === 'reset' && eventCovers(path, view.path)) {
         if (view === this.current) view.refresh();
-        else view.stale = true;
+        else {
+          view.stale = true;
+          this.retitleFromHidden(view);
+        }
       }
     }
+    if (event.change === 'rows' || event.change === 'reset') this.find.soon(this.current);
   }
 
   resync() {
     for (const view of this.stack) view.stale = true;
     this.current.stale = false;
     this.current.refresh();
+    this.find.soon(this.current);
   }
 
   isTrackList(view) {

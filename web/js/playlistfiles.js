@@ -1,5 +1,6 @@
 // Playlist files in and out of the device, and the entries the page adds to the module's
-// playlist menus: "Rename…" (the module's own name field, asked in a dialog) and "Export…".
+// playlist menus ("Rename…", the module's own name field asked in a dialog, and "Export…") and
+// collection menus ("Rename…", sent as the collection's rename command).
 import { TYPE } from './listview.js';
 import { unwrapValue } from './api.js';
 import { param } from './paths.js';
@@ -13,6 +14,7 @@ export const FORMATS = [
 export const ACCEPTED_FILES = '.m3u,.m3u8,.pls,.xspf,audio/x-mpegurl,audio/mpegurl,audio/x-scpls,application/xspf+xml';
 
 const PLAYLIST_MENU = /^playlists:(pl|pq)\/contextmenu(\?|$)/;
+const COLLECTION_MENU = /^playlists:cl\/contextmenu(\?|$)/;
 
 export function exportUrl(plid, format) {
   return `api/export?plid=${encodeURIComponent(plid)}&format=${encodeURIComponent(format)}`;
@@ -66,10 +68,20 @@ export function importNote(name, answer) {
 }
 
 /**
- * The module's rows of a menu, with the page's entries after them when it is a playlist's menu:
- * "Rename…" where the menu has the module's name field, and "Export…".
+ * The module's rows of a menu, with the page's entries after them when it is a playlist's menu
+ * ("Rename…" where the menu has the module's name field, and "Export…") or a collection's menu
+ * ("Rename…", named after `subject`, the row the menu is about).
  */
-export function withPageEntries(path, rows) {
+export function withPageEntries(path, rows, subject) {
+  if (COLLECTION_MENU.test(path ?? '')) {
+    const clid = Number(param(path, 'clid'));
+    // The module's menu of a collection that is gone is empty: nothing to rename then.
+    if (!rows.length || !Number.isInteger(clid) || !subject?.title) return rows;
+    return rows.concat([
+      { title: '', type: TYPE.separator, page: 'separator' },
+      { title: 'Rename…', type: TYPE.action, page: 'rename', clid, name: subject.title },
+    ]);
+  }
   if (!PLAYLIST_MENU.test(path ?? '')) return rows;
   const plid = Number(param(path, 'plid') ?? 0);
   const nameField = rows.find((r) => r.type === TYPE.input && typeof unwrapValue(r.value) === 'string');

@@ -79,6 +79,7 @@ void PlayListUI::watchCollection(int uid)
         return;
     CMGlobal::connect(cl, &CollectionBase::playlistAdded, this, &PlayListUI::on_collection_changed);
     CMGlobal::connect(cl, &CollectionBase::playlistRemoved, this, &PlayListUI::on_collection_changed);
+    CMGlobal::connect(cl, &CollectionBase::nameChanged, this, &PlayListUI::on_collection_nameChanged);
 }
 
 void PlayListUI::reset(const CMPath& path)
@@ -127,4 +128,13 @@ void PlayListUI::on_collection_delete(int uid)
 void PlayListUI::on_collection_changed()
 {
     reset(KeloPlayListClGetItemsPath());
+}
+
+// The name shows in the root list, in the collection's own view, in the add-to list and in its menu's title.
+void PlayListUI::on_collection_nameChanged(const QString&)
+{
+    reset(KeloPlayListsRootPath());
+    reset(KeloPlayListClGetItemsPath());
+    reset(KeloPlayListClAddtoCollectionPath());
+    reset(KeloPlayListClContextPath());
 }

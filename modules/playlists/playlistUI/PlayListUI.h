@@ -66,6 +66,7 @@ public slots:
     void on_collection_create(int uid);
     void on_collection_delete(int uid);
     void on_collection_changed();
+    void on_collection_nameChanged(const QString& name);
 
 private:
     void createFixedNodes();

@@ -2,6 +2,7 @@
 // and what the store holds afterwards.
 #include <QSignalSpy>
 
+#include "Collection.h"
 #include "ControllerTestSupport.h"
 
 using namespace pltest;
@@ -71,6 +72,10 @@ TEST_F(ControllerTest, EveryFailureNamesWhatCouldNotBeDoneAndWhy)
          "Could not start playback on playlist. There are no items in the playlist. (Quiet)"},
         {KeloPlayListClCreatePath(), args({{"name", ""}}), "Could not create collection. " + noName},
         {KeloPlayListClDeletePath(), args({{"clid", -1}}), "Could not delete collection. There is no collection with this ID."},
+        {KeloPlayListClSetNamePath(), args({{"clid", clid}, {"name", ""}}), "Could not set collection name. " + noName},
+        {KeloPlayListClSetNamePath(), args({{"clid", 999}, {"name", "X"}}),
+         "Could not set collection name. There is no collection with this ID."},
+        {KeloPlayListClSetNamePath(), args({{"name", "X"}}), "Could not set collection name. There is no collection with this ID."},
         {KeloPlayListClAddItemPath(), args({{"clid", 999}, {"plid", -1}}),
          "Could not add items to collection. Cannot find playlist with invalid ID."},
         {KeloPlayListClAddItemPath(), args({{"clid", 999}, {"plid", uid}}),
@@ -84,6 +89,7 @@ TEST_F(ControllerTest, EveryFailureNamesWhatCouldNotBeDoneAndWhy)
         EXPECT_EQ(send(c.path, c.value).message, c.message) << c.path.toEncoded().toStdString();
     EXPECT_EQ(store().titles(uid), names(5));
     EXPECT_EQ(store().rows("SELECT name FROM playlists ORDER BY uid"), (QStringList{"PlayQueue", "Five", "Quiet"}));
+    EXPECT_EQ(store().rows("SELECT name FROM collections"), QStringList{"Col"});
 }
 
 TEST_F(ControllerTest, ShuffleAndRepeatAcceptLooselyAndSwitchOnOnlyForOnAndAll)
@@ -180,4 +186,31 @@ TEST_F(ControllerTest, RenamesAndFlagsTheStoreRefusesAreAnsweredAsErrorsAndNotKe
     EXPECT_EQ(store().playlistRow(uid), QStringLiteral("Mix|0|0|-1"));
     EXPECT_TRUE(send(KeloPlayListPlSetNamePath(), args({{"plid", uid}, {"name", "Blues"}})).ok);
     EXPECT_EQ(store().playlistRow(uid), QStringLiteral("Blues|0|0|-1"));
+}
+
+TEST_F(ControllerTest, RenamingACollectionKeepsItsMembersAndIsRefusedWhenTheStoreIs)
+{
+    const int uid = createPlayList("Mix");
+    const int clid = send(KeloPlayListClCreatePath(), args({{"name", "Col"}})).value.i32_();
+    ASSERT_TRUE(send(KeloPlayListClAddItemPath(), args({{"clid", clid}, {"plid", uid}})).ok);
+    CollectionBase* collection = manager->getCollectionByUid(clid);
+    QSignalSpy renamed(collection, &CollectionBase::nameChanged);
+
+    ASSERT_TRUE(execOnStore(QStringLiteral(
+        "CREATE TRIGGER fault BEFORE UPDATE ON collections BEGIN SELECT RAISE(FAIL, 'disk full'); END;")));
+    EXPECT_EQ(send(KeloPlayListClSetNamePath(), args({{"clid", clid}, {"name", "Evening"}})).message,
+              QStringLiteral("Could not set collection name. The collection could not be stored."));
+    EXPECT_EQ(collection->getName(), QStringLiteral("Col"));
+    EXPECT_TRUE(renamed.isEmpty());
+    ASSERT_TRUE(execOnStore(QStringLiteral("DROP TRIGGER fault;")));
+
+    const Answer answer = send(KeloPlayListClSetNamePath(), args({{"clid", clid}, {"name", "Evening"}}));
+    EXPECT_TRUE(answer.ok && answer.value.bool_());
+    EXPECT_EQ(renamed, QList<QVariantList>{{QStringLiteral("Evening")}});
+    EXPECT_EQ(collection->getName(), QStringLiteral("Evening"));
+    EXPECT_EQ(collection->getPlayLists().size(), 1);
+    reopenWithLimit(0);
+    EXPECT_EQ(store().rows("SELECT name FROM collections"), QStringList{"Evening"});
+    EXPECT_EQ(manager->getCollectionByUid(clid)->getName(), QStringLiteral("Evening"));
+    EXPECT_EQ(manager->getCollectionByUid(clid)->getPlayLists().size(), 1);
 }

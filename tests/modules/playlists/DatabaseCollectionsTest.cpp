@@ -47,6 +47,28 @@ TEST_F(DatabaseTest, CollectionMembershipIsRefusedTwiceOrForUnknownRows)
     EXPECT_TRUE(db->getCollections().first().playlists.isEmpty());
 }
 
+TEST_F(DatabaseTest, UpdatingACollectionChangesOnlyItsNameAndNeedsAKnownRow)
+{
+    CollectionRecord col = db->createCollection(QStringLiteral("old"));
+    const CollectionRecord other = db->createCollection(QStringLiteral("other"));
+    const PlayListRecord pl = db->createPlayList(QStringLiteral("p"));
+    ASSERT_TRUE(db->addToCollection(col, pl.uid));
+    col.name = QStringLiteral("Ünïcode 'quoted'");
+    ASSERT_TRUE(db->updateCollection(col));
+    CollectionRecord unknown;
+    unknown.uid = 4711;
+    unknown.name = QStringLiteral("x");
+    EXPECT_FALSE(db->updateCollection(unknown));
+
+    const QList<CollectionRecord> all = db->getCollections();
+    ASSERT_EQ(all.size(), 2);
+    EXPECT_EQ(all[0].uid, other.uid);
+    EXPECT_EQ(all[0].name, QStringLiteral("other"));
+    EXPECT_EQ(all[1].uid, col.uid);
+    EXPECT_EQ(all[1].name, col.name);
+    EXPECT_EQ(all[1].playlists, QList<int>({pl.uid}));
+}
+
 TEST_F(DatabaseTest, DeletingRowsCascadesToMemberships)
 {
     const CollectionRecord one = db->createCollection(QStringLiteral("one"));

@@ -32,9 +32,9 @@ const CMPath& commandPath(unsigned selector)
         KeloPlayListPlSetRepeatPath(),    KeloPlayListPlDeletePath(),      KeloPlayListPlRemoveItemsPath(),
         KeloPlayListPlAddItemsPath(),     KeloPlayListPlAddExternalItemsPath(), KeloPlayListPlMoveItemspath(),
         KeloPlayListClCreatePath(),       KeloPlayListClAddItemPath(),     KeloPlayListClRemoveItemPath(),
-        KeloPlayListClDeletePath(),
+        KeloPlayListClDeletePath(),       KeloPlayListClSetNamePath(),
     };
-    return paths[selector % 16];
+    return paths[selector % (sizeof(paths) / sizeof(paths[0]))];
 }
 
 KeloPlayListItem seedTrack(const QString& title)

@@ -193,6 +193,10 @@ TEST_F(BrowseEndToEnd, EveryMenuActionKeepsRowsAndStoreInStep)
         {"collection from the add menu", [&] { choose(menuOf("Spare"), {"Add to collection", "Create new collection"}, "Later"); }},
         {"left the collection", [&] { choose(row(trips().path().toEncoded(), "Home").context().path().toEncoded(), {"Remove from collection - Trips"}); }},
         {"collection deleted", [&] { choose(trips().context().path().toEncoded(), {"Delete collection"}); }},
+        {"collection renamed", [&] {
+            const int later = row("playlists:", "Later").path().parameter("clid").toInt();
+            act("playlists:cl/setname", QVariantHash{{"clid", later}, {"name", "Later on"}});
+        }},
         {"merged", [&] { choose(menuOf("Road trip"), {"Merge with playlist", "Home", "Append"}); }},
         {"queue cleared from its row", [&] { act(row("playlists:", "PlayQueue").vimboClearQueue()); }},
         {"queue merged", [&] { addTracks(0, {"media:track/5"}); choose(queue, {"Merge with playlist", "Spare", "Now"}); }},
@@ -208,7 +212,7 @@ TEST_F(BrowseEndToEnd, EveryMenuActionKeepsRowsAndStoreInStep)
         }
     }
     EXPECT_EQ(playlistNames(), (QStringList{"Home", "Spare"})) << "merging moves the source's tracks and removes it";
-    EXPECT_EQ(store().rows("SELECT name FROM collections"), QStringList{"Later"});
+    EXPECT_EQ(store().rows("SELECT name FROM collections"), QStringList{"Later on"});
     EXPECT_TRUE(store().titles(0).isEmpty() && store().titles(home).isEmpty());
 
     const QVariantHash deleted = act(pathOf(menuOf("Spare"), "Delete playlist"));
@@ -235,7 +239,9 @@ TEST_F(BrowseEndToEnd, EveryEditReachesEveryOpenStreamOnceAndInOrder)
     act(pathOf(menuOf("Road"), "Rename"), "Road trip");
     act(pathOf(menuOf("Road trip"), "Set shuffle mode"), true);
     act(pathOf(menuOf("Road trip"), "Delete playlist"));
-    act(pathOf("playlists:", "Create New Collection"), "Marker");  // once its events are in, all before it are
+    act(pathOf("playlists:", "Create New Collection"), "Marker");
+    const int marker = row("playlists:", "Marker").path().parameter("clid").toInt();
+    act("playlists:cl/setname", QVariantHash{{"clid", marker}, {"name", "Marker 2"}});  // its events come last
 
     // clang-format off
     const QStringList expected = {
@@ -245,11 +251,13 @@ TEST_F(BrowseEndToEnd, EveryEditReachesEveryOpenStreamOnceAndInOrder)
         "playlists: reset", "playlists:pl/contextmenu reset",                                 // renamed
         "playlists:pl/contextmenu reset",                                                     // shuffled
         items + " close", "playlists: reset", "playlists:pl/addtoplaylist reset",             // deleted
-        "playlists: reset", "playlists:cl/addtocollection reset"};                            // the marker
+        "playlists: reset", "playlists:cl/addtocollection reset",                             // a collection
+        "playlists: reset", "playlists:cl/getitems reset", "playlists:cl/addtocollection reset",
+        "playlists:cl/contextmenu reset"};                                                    // renamed
     // clang-format on
     for (const auto& reader : readers) {
         ASSERT_TRUE(
-            reader->waitFor([](const QVariantHash& e) { return e.value("path") == "playlists:cl/addtocollection"; }));
+            reader->waitFor([](const QVariantHash& e) { return e.value("path") == "playlists:cl/contextmenu"; }));
         QStringList got;
         for (const QVariantHash& e : reader->events()) {
             if (e.value("path").toString().startsWith("playlists:"))
