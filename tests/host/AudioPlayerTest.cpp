@@ -346,9 +346,18 @@ TEST_F(AudioPlayer, NextNearTheEndPlaysTheAnnouncedTrackOnce)
     ASSERT_TRUE(AudioFiles::writeWav(file("b.wav"), 1));
     ASSERT_TRUE(AudioFiles::writeWav(file("c.wav"), 1));
     const QList<QVariantHash> tracks = {track("A", file("a.wav"), 2), track("B", file("b.wav"), 1), track("C", file("c.wav"), 1)};
-    startPlayer(tracks);
-    play(tracks);
-    ASSERT_GE(watch([](const Sample& s) { return s.title == "A" && s.playTime >= 1900; }).last().playTime, 1900);
+    // The skip must come in A's last 200 ms, where B is already being handed to the pipeline; a machine
+    // too slow to sample that window gets another try.
+    bool inWindow = false;
+    for (int attempt = 0; attempt < 3 && !inWindow; ++attempt) {
+        playerThread.reset();
+        logicThread.reset();
+        startPlayer(tracks);
+        play(tracks);
+        const Sample last = watch([](const Sample& s) { return (!s.title.isEmpty() && s.title != "A") || s.playTime >= 1800; }).last();
+        inWindow = last.title == "A" && last.playTime < 2000 && last.state == "playing";
+    }
+    ASSERT_TRUE(inWindow) << "A's last 200 ms were never seen";
     control({{"control", "next"}});
     ASSERT_EQ(watch([](const Sample& s) { return s.state == "stopped" && s.title == "C"; }).last().state, "stopped");
     EXPECT_EQ(logic->calls(PlayLogicWire::MediaPlaybackStarted(), PlayLogicWire::NewRoles()), QStringList({"A", "B", "C"}));
