@@ -147,7 +147,6 @@ void AudioOutput::startPipeline(const QString& uri, bool paused, qint64 fromMs)
     gst_bus_set_flushing(m_bus, TRUE);
     gst_bus_set_flushing(m_bus, FALSE);
     m_handedOver = false;
-    m_seeking = false;
     m_uri = uri;
     g_object_set(m_playbin, "uri", uri.toUtf8().constData(), nullptr);
     m_awaitingFirst = true;
@@ -227,21 +226,6 @@ void AudioOutput::seek(qint64 ms)
     if (!gst_element_seek_simple(m_playbin, GST_FORMAT_TIME, GstSeekFlags(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE),
                                  ms * GST_MSECOND))
         KELO_LOG_WARN("Player", "The stream does not seek to " << ms << " ms");
-    else
-        m_seeking = true;
-}
-
-// A flushing seek that meets a state change still under way can leave the pipeline prerolled in
-// PAUSED, where the position holds and the end never comes: the wanted state is asked for again.
-void AudioOutput::resumeAfterSeek()
-{
-    GstState current = GST_STATE_VOID_PENDING;
-    GstState pending = GST_STATE_VOID_PENDING;
-    gst_element_get_state(m_playbin, &current, &pending, 0);
-    if (!m_open || !m_playing || current == GST_STATE_PLAYING || pending == GST_STATE_PLAYING)
-        return;
-    KELO_LOG_INFO("Player", "The pipeline stayed paused after a seek; playing on");
-    gst_element_set_state(m_playbin, GST_STATE_PLAYING);
 }
 
 void AudioOutput::setVolume(int level)
@@ -361,10 +345,6 @@ void AudioOutput::handle(GstMessage* message)
         return;
     case GST_MESSAGE_ASYNC_DONE:
         m_prerolled = true;
-        if (m_seeking && GST_MESSAGE_SRC(message) == GST_OBJECT(m_playbin)) {
-            m_seeking = false;
-            resumeAfterSeek();
-        }
         if (m_pendingSeek >= 0 && m_open) {
             const qint64 ms = m_pendingSeek;
             m_pendingSeek = -1;

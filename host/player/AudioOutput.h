@@ -60,7 +60,6 @@ private:
     void beginJoin();
     void on_joinTimer_timeout();
     bool reopenAfterFailedHandOver();
-    void resumeAfterSeek();
 
     GstElement* m_playbin;  // owned
     GstBus* m_bus;          // owned
@@ -72,7 +71,6 @@ private:
     bool m_awaitingFirst = false;  // the opened uri's own stream start is still to come
     bool m_prerolled = false;      // the opened stream can seek
     qint64 m_pendingSeek = -1;     // ms to seek to once it can; -1: none
-    bool m_seeking = false;        // a seek was sent and the pipeline has not prerolled after it
     QString m_uri;                 // of the current stream
     QTimer* m_joinTimer;           // runs while the former stream's tail plays after the next one started
     qint64 m_joinFrom = 0;         // the former stream's position when its successor started
