@@ -185,6 +185,14 @@ void Player::endOfTrack()
         return;
     m_output->pause();
     m_endReached = true;
+    if (m_skipAsked) {
+        // The track the play logic names for the skip comes next, not the announcement it voided; the
+        // wait for it is bounded as the wait for an announcement is.
+        m_nextMedia = KeloRoles();
+        m_nextAnswered = false;
+        schedule();
+        return;
+    }
     if (!m_askedNext)
         askForNextMedia();
     if (m_nextAnswered)

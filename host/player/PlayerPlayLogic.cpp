@@ -117,6 +117,11 @@ void Player::nextMediaAnswered(const QVariantHash& value, const KeloRoles& roles
         KELO_LOG_DEBUG("Player", "Ignoring a stale next media for track " << value.value(PlayLogicWire::Serial()).toInt());
         return;
     }
+    // A skip asked meanwhile voids the announcement: the play logic names the track to play instead.
+    if (m_skipAsked) {
+        KELO_LOG_DEBUG("Player", "Ignoring the next media announced before a skip");
+        return;
+    }
     m_nextAnswered = true;
     m_nextMedia = roles;
     if (m_endReached)
@@ -148,6 +153,7 @@ void Player::stopPlayback()
 {
     m_track = KeloRoles();
     m_awaitingOpen = false;
+    m_skipAsked = false;
     m_joinedInSkip = false;
     m_endReached = false;
     m_nextMedia = KeloRoles();
