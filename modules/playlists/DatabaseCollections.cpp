@@ -68,11 +68,7 @@ bool Database::removeFromCollection(const CollectionRecord& col, int playlistUid
 bool Database::updateCollection(const CollectionRecord& col)
 {
     KELO_LOG_TRACE("PlayLists", "uid=" << col.uid << " name=" << col.name);
-    Sqlite3Statement& update = statement(UpdateCollection);
-    update.bindText(1, col.name);
-    update.bindInt(2, col.uid);
-    update.step();
-    if (!update.reset()) {
+    if (!StatementScope(statement(UpdateCollection)).bindAll(col.name, col.uid).run()) {
         KELO_LOG_ERROR("PlayLists", "Unable to update collection uid=" << col.uid);
         return false;
     }
