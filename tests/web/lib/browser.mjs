@@ -34,7 +34,11 @@ export async function launch(extraArgs = []) {
       await page.setViewportSize(viewport);
       page.on('pageerror', (e) => errors.push(e.message));
       await page.goto(url);
-      await page.waitForFunction(() => window.keloApp && document.querySelectorAll('#pane-playlists [role="option"]').length > 0);
+      // Polled from node: the page's Content-Security-Policy refuses the eval that waitForFunction
+      // needs once it has to poll inside the page.
+      await until(() => page.evaluate(() => !!window.keloApp && document.querySelectorAll('#pane-playlists [role="option"]').length > 0), {
+        message: 'the page shows its playlists',
+      });
       return page;
     },
     async close() {
