@@ -23,7 +23,7 @@ bool writeText(httplib::DataSink& sink, const std::string& text)
 
 std::string eventBlock(const QVariantHash& event)
 {
-    return "data: " + KeloJson::stringify(event).toStdString() + "\n\n";
+    return "data: " + KeloJson::stringifyUtf8(event).toStdString() + "\n\n";
 }
 
 }  // namespace

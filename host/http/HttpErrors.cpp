@@ -61,7 +61,8 @@ CMError forStatus(int status)
 
 void answerJson(httplib::Response& res, const QVariant& value)
 {
-    res.set_content(KeloJson::stringify(value).toStdString(), "application/json; charset=utf-8");
+    const QByteArray text = KeloJson::stringifyUtf8(value);
+    res.set_content(text.constData(), static_cast<size_t>(text.size()), "application/json; charset=utf-8");
 }
 
 }  // namespace HttpErrors

@@ -48,8 +48,9 @@ bool RequestBody::parse(const std::string& body, CMError* error)
     }
     bool ok = false;
     QString parseError;
-    const QVariant json = KeloJson::normalize(
-        KeloJson::parse(QByteArray::fromRawData(body.data(), static_cast<int>(body.size())), &ok, &parseError));
+    // parse already gives whole numbers as int.
+    const QVariant json =
+        KeloJson::parse(QByteArray::fromRawData(body.data(), static_cast<int>(body.size())), &ok, &parseError);
     if (!ok) {
         *error = badRequest(QStringLiteral("The request body is not JSON: %1").arg(parseError));
         return false;

@@ -22,14 +22,6 @@ bool traceEnabled()
     return KeloLog::logger("PlayLists").isEnabledFor(log4cplus::TRACE_LOG_LEVEL);
 }
 
-// An item's hash sized for its eleven fields up front, so that filling it never rehashes.
-QVariantHash itemHash()
-{
-    QVariantHash hash;
-    hash.reserve(11);
-    return hash;
-}
-
 QString joinIndices(const QList<int>& indices)
 {
     QStringList texts;
@@ -41,7 +33,7 @@ QString joinIndices(const QList<int>& indices)
 
 KeloPlayListItem Database::readItem(const StatementScope& query)
 {
-    KeloPlayListItem item{KeloHash(itemHash())};
+    KeloPlayListItem item;
     item.setSequenceNumber(query.columnInt(0));
     item.setUid(query.columnInt(1));
     item.setTitle(query.columnText(2));

@@ -12,6 +12,8 @@ public:
     static QVariant parse(const QByteArray& utf8, bool* ok = nullptr, QString* error = nullptr);
     // Compact JSON text of a variant (hash, list, string, number, bool, null).
     static QString stringify(const QVariant& value);
+    // The same text in UTF-8, as it goes on the wire.
+    static QByteArray stringifyUtf8(const QVariant& value);
     // Turns JSON numbers that are whole into int, recursively, so that typed accessors read them.
     static QVariant normalize(const QVariant& value);
 };

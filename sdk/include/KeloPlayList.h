@@ -9,36 +9,77 @@
 #include "KeloEnums.h"
 #include "KeloHash.h"
 
-// One playlist entry. An empty item (no "uid" key) stands for "no such entry".
-class KeloPlayListItem : public KeloHash
+// One playlist entry: a plain value holding the eleven columns the store keeps, with no hash behind
+// it. It takes the contract's JSON object form ({"sequenceNumber", "uid", "title", ...}) only at an
+// edge that needs it: hash()/toVariant() write the fields that were set (read from a hash, or given
+// to a setter), and the constructor from a hash reads them with the usual fallbacks (numbers -1,
+// durationSeconds 0, texts empty; a value of the wrong type counts as set, with its fallback). An
+// item without a uid stands for "no such entry". Copy freely, any thread.
+class KeloPlayListItem
 {
 public:
     KeloPlayListItem() = default;
-    KeloPlayListItem(const KeloHash& h) : KeloHash(h) {}  // NOLINT
-    bool isValid() const { return contains(QStringLiteral("uid")); }
+    KeloPlayListItem(const KeloHash& h);  // NOLINT: implicit, as every record reads a hash
+    bool isValid() const { return has(Uid); }
 
-    int sequenceNumber() const { return intOr(QStringLiteral("sequenceNumber"), -1); }
-    void setSequenceNumber(int v) { set(QStringLiteral("sequenceNumber"), v); }
-    int uid() const { return intOr(QStringLiteral("uid"), -1); }
-    void setUid(int v) { set(QStringLiteral("uid"), v); }
-    QString title() const { return stringOr(QStringLiteral("title")); }
-    void setTitle(const QString& v) { set(QStringLiteral("title"), v); }
-    QString artist() const { return stringOr(QStringLiteral("artist")); }
-    void setArtist(const QString& v) { set(QStringLiteral("artist"), v); }
-    QString album() const { return stringOr(QStringLiteral("album")); }
-    void setAlbum(const QString& v) { set(QStringLiteral("album"), v); }
-    QString artworkUrl() const { return stringOr(QStringLiteral("artworkUrl")); }
-    void setArtworkUrl(const QString& v) { set(QStringLiteral("artworkUrl"), v); }
-    QString genre() const { return stringOr(QStringLiteral("genre")); }
-    void setGenre(const QString& v) { set(QStringLiteral("genre"), v); }
-    int durationSeconds() const { return intOr(QStringLiteral("durationSeconds"), 0); }
-    void setDurationSeconds(int v) { set(QStringLiteral("durationSeconds"), v); }
-    QString url() const { return stringOr(QStringLiteral("url")); }
-    void setUrl(const QString& v) { set(QStringLiteral("url"), v); }
-    QString serviceId() const { return stringOr(QStringLiteral("serviceId")); }
-    void setServiceId(const QString& v) { set(QStringLiteral("serviceId"), v); }
-    QString keloRoles() const { return stringOr(QStringLiteral("keloRoles")); }  // JSON text of the track's roles
-    void setKeloRoles(const QString& v) { set(QStringLiteral("keloRoles"), v); }
+    int sequenceNumber() const { return m_sequenceNumber; }
+    void setSequenceNumber(int v) { m_sequenceNumber = v; m_set |= SequenceNumber; }
+    int uid() const { return m_uid; }
+    void setUid(int v) { m_uid = v; m_set |= Uid; }
+    const QString& title() const { return m_title; }
+    void setTitle(const QString& v) { m_title = v; m_set |= Title; }
+    const QString& artist() const { return m_artist; }
+    void setArtist(const QString& v) { m_artist = v; m_set |= Artist; }
+    const QString& album() const { return m_album; }
+    void setAlbum(const QString& v) { m_album = v; m_set |= Album; }
+    const QString& artworkUrl() const { return m_artworkUrl; }
+    void setArtworkUrl(const QString& v) { m_artworkUrl = v; m_set |= ArtworkUrl; }
+    const QString& genre() const { return m_genre; }
+    void setGenre(const QString& v) { m_genre = v; m_set |= Genre; }
+    int durationSeconds() const { return m_durationSeconds; }
+    void setDurationSeconds(int v) { m_durationSeconds = v; m_set |= DurationSeconds; }
+    const QString& url() const { return m_url; }
+    void setUrl(const QString& v) { m_url = v; m_set |= Url; }
+    const QString& serviceId() const { return m_serviceId; }
+    void setServiceId(const QString& v) { m_serviceId = v; m_set |= ServiceId; }
+    const QString& keloRoles() const { return m_keloRoles; }  // JSON text of the track's roles
+    void setKeloRoles(const QString& v) { m_keloRoles = v; m_set |= KeloRoles; }
+
+    // The contract's JSON object form: the keys of the fields that were set.
+    QVariantHash hash() const;
+    QVariant toVariant() const { return hash(); }
+
+    bool operator==(const KeloPlayListItem& other) const;
+    bool operator!=(const KeloPlayListItem& other) const { return !(*this == other); }
+
+private:
+    enum Field : unsigned {
+        SequenceNumber = 1u << 0,
+        Uid = 1u << 1,
+        Title = 1u << 2,
+        Artist = 1u << 3,
+        Album = 1u << 4,
+        ArtworkUrl = 1u << 5,
+        Genre = 1u << 6,
+        DurationSeconds = 1u << 7,
+        Url = 1u << 8,
+        ServiceId = 1u << 9,
+        KeloRoles = 1u << 10,
+    };
+    bool has(Field f) const { return (m_set & f) != 0; }
+
+    unsigned m_set = 0;
+    int m_sequenceNumber = -1;
+    int m_uid = -1;
+    int m_durationSeconds = 0;
+    QString m_title;
+    QString m_artist;
+    QString m_album;
+    QString m_artworkUrl;
+    QString m_genre;
+    QString m_url;
+    QString m_serviceId;
+    QString m_keloRoles;
 };
 
 // Base of the argument records: the accessors shared by several of them.

@@ -11,6 +11,7 @@
 #include "CMError.h"
 #include "CMPath.h"
 #include "KeloHash.h"
+#include "KeloJson_p.h"
 #include "KeloPlayList.h"
 #include "KeloRoles.h"
 #include "KeloValue.h"
@@ -47,7 +48,7 @@ QVariant normalizedNumber(const QVariant& value)
     }
 }
 
-QJsonValue toJsonValue(const QVariant& value);
+using KeloJsonPrivate::toJsonValue;
 
 QJsonObject toJsonObject(const QVariantHash& hash)
 {
@@ -78,29 +79,6 @@ QJsonValue recordToJson(const QVariant& value)
     return QJsonValue::fromVariant(value);
 }
 
-QJsonValue toJsonValue(const QVariant& value)
-{
-    switch (value.userType()) {
-    case QMetaType::QVariantHash:
-        return toJsonObject(value.toHash());
-    case QMetaType::QVariantMap: {
-        QJsonObject object;
-        const QVariantMap map = value.toMap();
-        for (auto it = map.cbegin(); it != map.cend(); ++it)
-            object.insert(it.key(), toJsonValue(it.value()));
-        return object;
-    }
-    case QMetaType::QVariantList: {
-        QJsonArray array;
-        for (const QVariant& v : value.toList())
-            array.append(toJsonValue(v));
-        return array;
-    }
-    default:
-        return recordToJson(value);
-    }
-}
-
 QVariant fromJsonValue(const QJsonValue& value)
 {
     switch (value.type()) {
@@ -126,8 +104,40 @@ QVariant fromJsonValue(const QJsonValue& value)
 
 }  // namespace
 
+QJsonValue KeloJsonPrivate::toJsonValue(const QVariant& value)
+{
+    switch (value.userType()) {
+    case QMetaType::QVariantHash:
+        return toJsonObject(value.toHash());
+    case QMetaType::QVariantMap: {
+        QJsonObject object;
+        const QVariantMap map = value.toMap();
+        for (auto it = map.cbegin(); it != map.cend(); ++it)
+            object.insert(it.key(), toJsonValue(it.value()));
+        return object;
+    }
+    case QMetaType::QVariantList: {
+        QJsonArray array;
+        for (const QVariant& v : value.toList())
+            array.append(toJsonValue(v));
+        return array;
+    }
+    default:
+        return recordToJson(value);
+    }
+}
+
 QVariant KeloJson::parse(const QByteArray& utf8, bool* ok, QString* error)
 {
+    // The common documents are read directly; the rest (and every error message) is the document parser's.
+    QVariant direct;
+    if (KeloJsonPrivate::readCommon(utf8, &direct)) {
+        if (ok)
+            *ok = true;
+        if (error)
+            error->clear();
+        return direct;
+    }
     // The document parser takes only objects and arrays at the top; a one-element array carries any value.
     QJsonParseError parseError{};
     const QJsonDocument doc = QJsonDocument::fromJson("[" + utf8 + "]", &parseError);
@@ -156,8 +166,14 @@ QVariant KeloJson::parse(const QString& text, bool* ok, QString* error)
 
 QString KeloJson::stringify(const QVariant& value)
 {
-    const QByteArray wrapped = QJsonDocument(QJsonArray{toJsonValue(value)}).toJson(QJsonDocument::Compact);
-    return QString::fromUtf8(wrapped.mid(1, wrapped.size() - 2));
+    return QString::fromUtf8(stringifyUtf8(value));
+}
+
+QByteArray KeloJson::stringifyUtf8(const QVariant& value)
+{
+    QByteArray text;
+    KeloJsonPrivate::write(value, &text);
+    return text;
 }
 
 QVariant KeloJson::normalize(const QVariant& value)
