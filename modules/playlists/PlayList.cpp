@@ -237,6 +237,9 @@ bool PlayList::clearItems()
 
 KeloRoles PlayList::itemToKeloRoles(const KeloPlayListItem& item) const
 {
+    // Path texts every row shares, encoded once rather than once per row.
+    static const QString itemPathStart = KeloPlayListItemPath().toEncoded();
+    static const QString playLogicPath = KeloPlayListsPlayLogicPath().toEncoded();
     bool ok = false;
     QString error;
     KeloRoles roles(KeloHash(KeloJson::parse(item.keloRoles().toUtf8(), &ok, &error).toHash()));
@@ -244,14 +247,15 @@ KeloRoles PlayList::itemToKeloRoles(const KeloPlayListItem& item) const
         KELO_LOG_ERROR("PlayLists", "Failed to parse data, error: " << error);
         return roles;
     }
-    roles.setId(QString::number(item.uid()));
+    const QString uid = QString::number(item.uid());
+    roles.setId(uid);
     roles.setValue(KeloValue::fromI32(item.sequenceNumber()));
-    roles.setPath(KeloPlayListItemPath() + item.uid());
+    roles.set(KeloRoles::Path(), itemPathStart + uid);
     if (roles.contains(KeloRoles::MediaData())) {
         KeloMediaData mediaData = roles.mediaData();
         if (mediaData.contains(QStringLiteral("metaData"))) {
             KeloMetaData metaData = mediaData.metaData();
-            metaData.setPlayLogicPath(KeloPlayListsPlayLogicPath());
+            metaData.set(QStringLiteral("playLogicPath"), playLogicPath);
             mediaData.setMetaData(metaData);
             roles.setMediaData(mediaData);
         }

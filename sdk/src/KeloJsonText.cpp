@@ -2,6 +2,7 @@
 #include <QJsonDocument>
 #include <QVarLengthArray>
 #include <algorithm>
+#include <charconv>
 #include <limits>
 
 #include "CMError.h"
@@ -268,71 +269,94 @@ private:
 
 // ---- writing ------------------------------------------------------------------------------------
 
-void writeHex4(ushort unit, QByteArray* out)
+char* writeHex4(ushort unit, char* d)
 {
     static const char hex[] = "0123456789abcdef";
-    const char text[] = {'\\', 'u', hex[(unit >> 12) & 0xF], hex[(unit >> 8) & 0xF], hex[(unit >> 4) & 0xF],
-                         hex[unit & 0xF]};
-    out->append(text, 6);
+    *d++ = '\\';
+    *d++ = 'u';
+    *d++ = hex[(unit >> 12) & 0xF];
+    *d++ = hex[(unit >> 8) & 0xF];
+    *d++ = hex[(unit >> 4) & 0xF];
+    *d++ = hex[unit & 0xF];
+    return d;
 }
 
-void writeEscapedAscii(ushort c, QByteArray* out)
+char* writeEscapedAscii(ushort c, char* d)
 {
+    char escape = 0;
     switch (c) {
     case '"':
-        out->append("\\\"", 2);
-        break;
     case '\\':
-        out->append("\\\\", 2);
+        escape = static_cast<char>(c);
         break;
     case '\b':
-        out->append("\\b", 2);
+        escape = 'b';
         break;
     case '\f':
-        out->append("\\f", 2);
+        escape = 'f';
         break;
     case '\n':
-        out->append("\\n", 2);
+        escape = 'n';
         break;
     case '\r':
-        out->append("\\r", 2);
+        escape = 'r';
         break;
     case '\t':
-        out->append("\\t", 2);
+        escape = 't';
         break;
     default:
         if (c < 0x20)
-            writeHex4(c, out);
-        else
-            out->append(static_cast<char>(c));
+            return writeHex4(c, d);
+        *d++ = static_cast<char>(c);
+        return d;
     }
+    *d++ = '\\';
+    *d++ = escape;
+    return d;
 }
 
 void writeString(const QString& text, QByteArray* out)
 {
-    out->append('"');
+    // Room for the longest form of every unit (a six-byte \uXXXX), written in place, then cut to size.
+    const int start = out->size();
+    out->resize(start + 2 + 6 * text.size());
+    char* d = out->data() + start;
+    *d++ = '"';
     const ushort* p = text.utf16();
     const ushort* end = p + text.size();
     while (p < end) {
         const ushort c = *p++;
         if (c < 0x80) {
-            writeEscapedAscii(c, out);
+            if (c >= 0x20 && c != '"' && c != '\\')
+                *d++ = static_cast<char>(c);
+            else
+                d = writeEscapedAscii(c, d);
         } else if (c < 0x800) {
-            const char bytes[] = {char(0xC0 | (c >> 6)), char(0x80 | (c & 0x3F))};
-            out->append(bytes, 2);
+            *d++ = char(0xC0 | (c >> 6));
+            *d++ = char(0x80 | (c & 0x3F));
         } else if (QChar::isHighSurrogate(c) && p < end && QChar::isLowSurrogate(*p)) {
             const uint u = QChar::surrogateToUcs4(c, *p++);
-            const char bytes[] = {char(0xF0 | (u >> 18)), char(0x80 | ((u >> 12) & 0x3F)),
-                                  char(0x80 | ((u >> 6) & 0x3F)), char(0x80 | (u & 0x3F))};
-            out->append(bytes, 4);
+            *d++ = char(0xF0 | (u >> 18));
+            *d++ = char(0x80 | ((u >> 12) & 0x3F));
+            *d++ = char(0x80 | ((u >> 6) & 0x3F));
+            *d++ = char(0x80 | (u & 0x3F));
         } else if (QChar::isSurrogate(c)) {
-            writeHex4(c, out);  // a lone half of a pair has no UTF-8 form
+            d = writeHex4(c, d);  // a lone half of a pair has no UTF-8 form
         } else {
-            const char bytes[] = {char(0xE0 | (c >> 12)), char(0x80 | ((c >> 6) & 0x3F)), char(0x80 | (c & 0x3F))};
-            out->append(bytes, 3);
+            *d++ = char(0xE0 | (c >> 12));
+            *d++ = char(0x80 | ((c >> 6) & 0x3F));
+            *d++ = char(0x80 | (c & 0x3F));
         }
     }
-    out->append('"');
+    *d++ = '"';
+    out->resize(static_cast<int>(d - out->constData()));
+}
+
+void writeInt(int value, QByteArray* out)
+{
+    char digits[16];
+    const auto written = std::to_chars(digits, digits + sizeof digits, value);
+    out->append(digits, static_cast<int>(written.ptr - digits));
 }
 
 void writeHash(const QVariantHash& hash, QByteArray* out)
@@ -423,8 +447,7 @@ void write(const QVariant& value, QByteArray* out)
     case QMetaType::QString:
         return writeString(*static_cast<const QString*>(value.constData()), out);
     case QMetaType::Int:
-        out->append(QByteArray::number(*static_cast<const int*>(value.constData())));
-        return;
+        return writeInt(*static_cast<const int*>(value.constData()), out);
     case QMetaType::Bool:
         out->append(value.toBool() ? "true" : "false");
         return;

@@ -43,16 +43,48 @@ KeloRoles BaseNode::createRolesFromPath(const CMPath& path, const QStringList& r
     return getDataRoles(roleNames, path.parameters());
 }
 
-KeloRoles BaseNode::addContextMenuToRoles(KeloRoles roles, int plid) const
+namespace {
+// True when text is the same in a path's query as it is (no byte of it is escaped there).
+bool plainInQuery(const QString& text)
+{
+    return std::all_of(text.cbegin(), text.cend(), [](QChar c) {
+        const ushort u = c.unicode();
+        return u > 0x20 && u < 0x7f && u != '&' && u != '=' && u != '#' && u != '%' && u != '+';
+    });
+}
+
+CMPath trackContextPath(int plid)
 {
     CMPath path = KeloPlayListPlTrackContextPath();
     path.addParameter(QStringLiteral("action"), QStringLiteral("cmnode"));
-    path.addParameter(QStringLiteral("plid"), toStr(plid));
-    path.addParameter(QStringLiteral("itemid"), roles.id());
-    path.addParameter(QStringLiteral("seqnum"), toStr(roles.value().i32_()));
-    // Every track row of a page carries this menu: its translation context is worked out once.
-    static const QString context = trExtractContext(Q_FUNC_INFO);
-    roles.setContext(contextRoles(TrString(context, QStringLiteral("Playlist")), path));
+    path.addParameter(QStringLiteral("plid"), BaseNode::toStr(plid));
+    return path;
+}
+}  // namespace
+
+BaseNode::TrackContextMenu BaseNode::trackContextMenu(int plid) const
+{
+    // The menu's title keeps the translation context it has always had.
+    static const QString context = QStringLiteral("BaseNode::addContextMenuToRoles");
+    const CMPath path = trackContextPath(plid);
+    return TrackContextMenu(contextRoles(TrString(context, QStringLiteral("Playlist")), path), path.toEncoded());
+}
+
+KeloRoles BaseNode::TrackContextMenu::addTo(KeloRoles roles) const
+{
+    const QString itemId = roles.id();
+    const QString seqNum = toStr(roles.value().i32_());
+    KeloRoles menu = m_menu;
+    if (plainInQuery(itemId)) {
+        // The row parameters come last in the path, so its text is the shared start and them.
+        menu.set(KeloRoles::Path(), m_pathStart + QLatin1String("&itemid=") + itemId + QLatin1String("&seqnum=") + seqNum);
+    } else {
+        CMPath path(m_pathStart);
+        path.addParameter(QStringLiteral("itemid"), itemId);
+        path.addParameter(QStringLiteral("seqnum"), seqNum);
+        menu.setPath(path);
+    }
+    roles.setContext(menu);
     return roles;
 }
 

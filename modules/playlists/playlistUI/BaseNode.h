@@ -32,8 +32,21 @@ public:
     static int toInt(const QString& text, int fallback);
     static QString toStr(int value);
 
-    // The track row with its context menu (the track menu of playlist plid) attached.
-    KeloRoles addContextMenuToRoles(KeloRoles roles, int plid) const;
+    // The context menu of the track rows of playlist plid. A page's rows share one: it is built once
+    // and each row's copy differs from the others in its path only (the row's id and number).
+    class TrackContextMenu
+    {
+    public:
+        TrackContextMenu(const KeloRoles& menu, const QString& pathStart) : m_menu(menu), m_pathStart(pathStart) {}
+        // The track row with its context menu attached.
+        KeloRoles addTo(KeloRoles roles) const;
+
+    private:
+        KeloRoles m_menu;     // without a path
+        QString m_pathStart;  // the menu's path up to its row parameters
+    };
+    TrackContextMenu trackContextMenu(int plid) const;
+    KeloRoles addContextMenuToRoles(KeloRoles roles, int plid) const { return trackContextMenu(plid).addTo(roles); }
 
 protected:
     static constexpr int ContextMenuType = KeloRolesContainerType::ContextMenu;

@@ -31,8 +31,9 @@ void PlayListGetItemsNode::sendTracks(PlayListBase* pl, const CMGetRowsRequest& 
         // The playlist clamps the range itself; fromRow above toRow yields nothing.
         const QList<KeloPlayListItem> items = pl->getItems(request.fromRow(), request.toRow());
         rows.reserve(items.size());
+        const TrackContextMenu menu = trackContextMenu(pl->getUid());
         for (const KeloPlayListItem& item : items)
-            appendRow(rows, addContextMenuToRoles(pl->itemToKeloRoles(item), pl->getUid()), request);
+            appendRow(rows, menu.addTo(pl->itemToKeloRoles(item)), request);
     }
     sendRowsReply(rows, count, title, createRolesFromPath(request.path(), request.roleNames()), request, false);
 }
