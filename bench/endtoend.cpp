@@ -302,11 +302,13 @@ public:
         addAll();
         page();
         appendOne();
-        edits("stored list", m_plid, m_inProcessList, m_floorList);
+        // The queue is filled before any edit, so that the stored list and the queue are edited in
+        // stores of the same size: removing cleans up orphaned items with a scan of every entry.
         fillPlayQueue();
-        edits("play queue, nothing playing", 0, m_inProcess->manager.getPlayQueue(), m_floorList);
+        edits("stored list", m_plid, m_inProcessList, m_floorList);
+        edits("play queue, nothing playing", 0, m_inProcess->manager.getPlayQueue(), kPlayQueue);
         m_client->command(QStringLiteral("playlists:pl/play"), QJsonObject{{"plid", 0}});
-        edits("play queue, playing", 0, m_inProcess->manager.getPlayQueue(), m_floorList);
+        edits("play queue, playing", 0, m_inProcess->manager.getPlayQueue(), kPlayQueue);
         m_client->post("/api/setData", Client::body(QStringLiteral("player:control"), QJsonObject{{"control", "stop"}}));
 
         // The server ends a kept-alive connection after a number of requests or an idle pause; the
@@ -417,6 +419,7 @@ private:
         for (const QByteArray& body : addBodies(0, m_items))
             m_client->post("/api/setData", body);
         m_inProcess->manager.getPlayQueue()->addItems(KeloPlayListAddPosition::Append, m_items);
+        m_raw->add(kPlayQueue, 0, -1, rawItems(m_items));
     }
 
     // Moving the first entry to the end (and back, untimed), and removing 10 scattered entries (put
@@ -452,6 +455,7 @@ private:
         }
     }
 
+    static constexpr int kPlayQueue = 0;  // the play queue's plid, in every store
     const int m_n;
     const Repeats m_repeats;
     const QString m_base;
