@@ -59,7 +59,9 @@ bool RequestBody::parse(const std::string& body, CMError* error)
         *error = badRequest(QStringLiteral("The request body must be a JSON object."));
         return false;
     }
-    if (const QString* text = overlongText(json)) {
+    // A text takes at least one byte a character, so a short body holds no overlong text.
+    const bool mayHoldOverlongText = body.size() > static_cast<size_t>(MaxTextChars);
+    if (const QString* text = mayHoldOverlongText ? overlongText(json) : nullptr) {
         *error = badRequest(QStringLiteral("A text in the request is longer than %1 characters: \"%2...\"")
                                 .arg(MaxTextChars)
                                 .arg(text->left(40)));

@@ -23,6 +23,8 @@ constexpr int deepestNesting = 256;
 // Fifteen decimal digits are always below 2^53, so such a number is the same as int, qlonglong or
 // double, whichever way the document parser reads it.
 constexpr int longestNumber = 15;
+// How many keys a thread keeps for sharing: the keys of the records it reads, not of every document.
+constexpr int keysKept = 48;
 
 class Reader
 {
@@ -92,7 +94,7 @@ private:
         }
         while (true) {
             QString key;
-            if (m_p == m_end || *m_p != '"' || !string(&key))
+            if (m_p == m_end || *m_p != '"' || !(plainKey(&key) || string(&key)))
                 return false;
             skipSpace();
             if (m_p == m_end || *m_p != ':')
@@ -140,6 +142,32 @@ private:
             skipSpace();
         }
         *out = list;
+        return true;
+    }
+
+    // A key of plain ASCII (no escape, no quote) seen before is shared rather than built again: an
+    // array of records, and the roles texts of a playlist's entries, repeat the same few keys
+    // thousands of times. The keys seen are kept per thread, so no lock is needed.
+    bool plainKey(QString* out)
+    {
+        const char* start = m_p + 1;
+        const char* p = start;
+        while (p < m_end && *p != '"' && *p != '\\' && static_cast<unsigned char>(*p) >= 0x20 &&
+               static_cast<unsigned char>(*p) < 0x80)
+            ++p;
+        if (p == m_end || *p != '"')
+            return false;
+        static thread_local QVarLengthArray<QString, keysKept> keys;
+        const QLatin1String key(start, static_cast<int>(p - start));
+        auto known = std::find_if(keys.cbegin(), keys.cend(), [&](const QString& k) { return k == key; });
+        if (known != keys.cend()) {
+            *out = *known;
+        } else {
+            *out = QString(key);
+            if (keys.size() < keysKept)
+                keys.append(*out);
+        }
+        m_p = p + 1;
         return true;
     }
 
