@@ -305,11 +305,10 @@ public:
         // The queue is filled before any edit, so that the stored list and the queue are edited in
         // stores of the same size: removing cleans up orphaned items with a scan of every entry.
         fillPlayQueue();
-        edits("stored list", m_plid, m_inProcessList, m_floorList);
-        edits("play queue, nothing playing", 0, m_inProcess->manager.getPlayQueue(), kPlayQueue);
-        m_client->command(QStringLiteral("playlists:pl/play"), QJsonObject{{"plid", 0}});
-        edits("play queue, playing", 0, m_inProcess->manager.getPlayQueue(), kPlayQueue);
-        m_client->post("/api/setData", Client::body(QStringLiteral("player:control"), QJsonObject{{"control", "stop"}}));
+        PlayListBase* queue = m_inProcess->manager.getPlayQueue();
+        edits({{"stored list", m_plid, m_inProcessList, m_floorList, false},
+               {"play queue, nothing playing", 0, queue, kPlayQueue, false},
+               {"play queue, playing", 0, queue, kPlayQueue, true}});
 
         // The server ends a kept-alive connection after a number of requests or an idle pause; the
         // client then opens the next one, and the figures include that.
@@ -422,12 +421,42 @@ private:
         m_raw->add(kPlayQueue, 0, -1, rawItems(m_items));
     }
 
-    // Moving the first entry to the end (and back, untimed), and removing 10 scattered entries (put
-    // back at the end, untimed), on a playlist of the host, the same in-process, and the floor's.
-    void edits(const std::string& kind, int plid, PlayListBase* inProcess, int floorList)
+    // One playlist whose entries are moved and removed, in the host, in-process and in the floor's store.
+    struct EditTarget
     {
-        Row& move = row("move first to last, " + kind);
-        Row& remove = row("remove 10, " + kind);
+        std::string kind;
+        int plid;
+        PlayListBase* inProcess;
+        int floorList;
+        bool playing;  // the host's player plays the play queue during the timed edits
+    };
+
+    // Moving the first entry to the end (and back, untimed), and removing 10 scattered entries (put
+    // back at the end, untimed), on each target. The targets take turns within every repetition, so
+    // that they share the machine's load, which changes over a run more than they differ.
+    void edits(const std::vector<EditTarget>& targets)
+    {
+        std::vector<std::pair<Row*, Row*>> rows;
+        for (const EditTarget& target : targets) {
+            Row* move = &row("move first to last, " + target.kind);
+            rows.emplace_back(move, &row("remove 10, " + target.kind));
+        }
+        for (int rep = 0; rep < m_repeats.edit; ++rep) {
+            for (size_t i = 0; i < targets.size(); ++i) {
+                if (targets[i].playing)
+                    m_client->command(QStringLiteral("playlists:pl/play"), QJsonObject{{"plid", 0}});
+                editOnce(targets[i], *rows[i].first, *rows[i].second);
+                if (targets[i].playing)
+                    m_client->post("/api/setData", Client::body(QStringLiteral("player:control"),
+                                                                QJsonObject{{"control", "stop"}}));
+            }
+        }
+    }
+
+    void editOnce(const EditTarget& target, Row& move, Row& remove)
+    {
+        const int plid = target.plid;
+        PlayListBase* inProcess = target.inProcess;
         const QJsonObject there{{"plid", plid}, {"items", QJsonArray{0}}, {"to", m_n - 1}};
         const QJsonObject back{{"plid", plid}, {"items", QJsonArray{m_n - 1}}, {"to", 0}};
         const QList<int> indices = scatteredIndices(m_n);
@@ -435,24 +464,22 @@ private:
         const QList<KeloPlayListItem> refill = entries(10, 2 * m_n);
         const std::vector<RawItem> rawRefill = rawItems(refill);
         const QByteArray refillBody = addBodies(plid, refill).first();
-        for (int rep = 0; rep < m_repeats.edit; ++rep) {
-            double ms = 0;
-            m_client->command(QStringLiteral("playlists:pl/moveitems"), there, &ms);
-            move.endToEnd.add(ms);
-            m_client->command(QStringLiteral("playlists:pl/moveitems"), back);
-            move.inProcess.add(timed([&] { inProcess->moveItem(0, m_n - 1); }));
-            inProcess->moveItem(m_n - 1, 0);
-            move.floor.add(timed([&] { m_raw->move(floorList, m_n, 0, m_n - 1); }));
-            m_raw->move(floorList, m_n, m_n - 1, 0);
+        double ms = 0;
+        m_client->command(QStringLiteral("playlists:pl/moveitems"), there, &ms);
+        move.endToEnd.add(ms);
+        m_client->command(QStringLiteral("playlists:pl/moveitems"), back);
+        move.inProcess.add(timed([&] { inProcess->moveItem(0, m_n - 1); }));
+        inProcess->moveItem(m_n - 1, 0);
+        move.floor.add(timed([&] { m_raw->move(target.floorList, m_n, 0, m_n - 1); }));
+        m_raw->move(target.floorList, m_n, m_n - 1, 0);
 
-            m_client->command(QStringLiteral("playlists:pl/removeitems"), removal, &ms);
-            remove.endToEnd.add(ms);
-            m_client->post("/api/setData", refillBody);
-            remove.inProcess.add(timed([&] { inProcess->removeItems(indices); }));
-            inProcess->addItems(KeloPlayListAddPosition::Append, refill);
-            remove.floor.add(timed([&] { m_raw->remove(floorList, m_n, indices); }));
-            m_raw->add(floorList, m_n - 10, -1, rawRefill);
-        }
+        m_client->command(QStringLiteral("playlists:pl/removeitems"), removal, &ms);
+        remove.endToEnd.add(ms);
+        m_client->post("/api/setData", refillBody);
+        remove.inProcess.add(timed([&] { inProcess->removeItems(indices); }));
+        inProcess->addItems(KeloPlayListAddPosition::Append, refill);
+        remove.floor.add(timed([&] { m_raw->remove(target.floorList, m_n, indices); }));
+        m_raw->add(target.floorList, m_n - 10, -1, rawRefill);
     }
 
     static constexpr int kPlayQueue = 0;  // the play queue's plid, in every store
