@@ -56,9 +56,9 @@ QString describe(const QList<KeloPlayListItem>& items)
 }
 
 // Whether a stored role text describes a playable audio track.
-bool rolesArePlayable(const QString& rolesText)
+bool rolesArePlayable(const QByteArray& rolesText)
 {
-    const KeloRoles roles(KeloHash(KeloJson::parse(rolesText.toUtf8()).toHash()));
+    const KeloRoles roles(KeloHash(KeloJson::parse(rolesText).toHash()));
     if (roles.type() != KeloRolesType::Audio || roles.title().isEmpty())
         return false;
     const KeloMediaData mediaData = roles.mediaData();
@@ -281,11 +281,12 @@ int Controller::addItemsToPlaylist(PlayListBase* pl, const QList<KeloPlayListIte
     QList<KeloPlayListItem> kept;
     kept.reserve(items.size());
     for (const KeloPlayListItem& item : items) {
-        if (item.keloRoles().isEmpty()) {
+        const QByteArray& roles = item.utf8(KeloPlayListItem::Text::KeloRoles);
+        if (roles.isEmpty()) {
             KELO_LOG_WARN("PlayLists", "Invalid file, missing roles: " << item.url());
             continue;
         }
-        if (!rolesArePlayable(item.keloRoles())) {
+        if (!rolesArePlayable(roles)) {
             *msg = KELO_TR("Missing title or type==audio or [resource uri and prePlayPath]");
             return -1;
         }

@@ -33,24 +33,26 @@ QString joinIndices(const QList<int>& indices)
 
 KeloPlayListItem Database::readItem(const StatementScope& query)
 {
+    using Text = KeloPlayListItem::Text;
     KeloPlayListItem item;
     item.setSequenceNumber(query.columnInt(0));
     item.setUid(query.columnInt(1));
-    item.setTitle(query.columnText(2));
-    item.setArtist(query.columnText(3));
-    item.setAlbum(query.columnText(4));
-    item.setArtworkUrl(query.columnText(5));
-    item.setGenre(query.columnText(6));
+    item.setUtf8(Text::Title, query.columnUtf8(2));
+    item.setUtf8(Text::Artist, query.columnUtf8(3));
+    item.setUtf8(Text::Album, query.columnUtf8(4));
+    item.setUtf8(Text::ArtworkUrl, query.columnUtf8(5));
+    item.setUtf8(Text::Genre, query.columnUtf8(6));
     item.setDurationSeconds(query.columnInt(7));
-    item.setUrl(query.columnText(8));
-    item.setServiceId(query.columnText(9));
-    item.setKeloRoles(query.columnText(10));
+    item.setUtf8(Text::Url, query.columnUtf8(8));
+    item.setUtf8(Text::ServiceId, query.columnUtf8(9));
+    item.setUtf8(Text::KeloRoles, query.columnUtf8(10));
     return item;
 }
 
 QList<KeloPlayListItem> Database::getItems(const PlayListRecord& pl, int from, int to)
 {
     QList<KeloPlayListItem> items;
+    items.reserve(qMax(0, qMin(to, pl.size - 1) - qMax(from, 0) + 1));
     StatementScope query(statement(GetItems));
     query.bindAll(pl.uid, from, to);
     if (!query.forEachRow([&](const StatementScope& row) { items.append(readItem(row)); }))
@@ -172,8 +174,10 @@ bool Database::offsetItemsFromTransaction(const PlayListRecord& pl, int from, in
 bool Database::insertItem(const KeloPlayListItem& item)
 {
     StatementScope insert(statement(InsertItem));
-    insert.bindAll(item.title(), item.artist(), item.album(), item.artworkUrl(), item.genre(),
-                   item.durationSeconds(), item.url(), item.serviceId(), item.keloRoles());
+    using Text = KeloPlayListItem::Text;
+    insert.bindAll(item.utf8(Text::Title), item.utf8(Text::Artist), item.utf8(Text::Album),
+                   item.utf8(Text::ArtworkUrl), item.utf8(Text::Genre), item.durationSeconds(), item.utf8(Text::Url),
+                   item.utf8(Text::ServiceId), item.utf8(Text::KeloRoles));
     return insert.run();
 }
 

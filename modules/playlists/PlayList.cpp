@@ -242,7 +242,8 @@ KeloRoles PlayList::itemToKeloRoles(const KeloPlayListItem& item) const
     static const QString playLogicPath = KeloPlayListsPlayLogicPath().toEncoded();
     bool ok = false;
     QString error;
-    KeloRoles roles(KeloHash(KeloJson::parse(item.keloRoles().toUtf8(), &ok, &error).toHash()));
+    KeloRoles roles(
+        KeloHash(KeloJson::parse(item.utf8(KeloPlayListItem::Text::KeloRoles), &ok, &error).toHash()));
     if (!ok) {
         KELO_LOG_ERROR("PlayLists", "Failed to parse data, error: " << error);
         return roles;

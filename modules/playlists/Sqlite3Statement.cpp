@@ -33,7 +33,12 @@ bool Sqlite3Statement::bindInt(int index, int value)
 
 bool Sqlite3Statement::bindText(int index, const QString& value)
 {
-    m_boundTexts.append(value.toUtf8());
+    return bindText(index, value.toUtf8());
+}
+
+bool Sqlite3Statement::bindText(int index, const QByteArray& utf8)
+{
+    m_boundTexts.append(utf8);
     const QByteArray& bytes = m_boundTexts.last();
     // constData() of an empty buffer is "", never null, so an empty QString binds '' and not NULL.
     return sqlite3_bind_text(m_statement, index, bytes.constData(), bytes.size(), SQLITE_STATIC) == SQLITE_OK;
@@ -68,8 +73,13 @@ StatementScope& StatementScope::bind(int value)
 
 StatementScope& StatementScope::bind(const QString& value)
 {
+    return bind(value.toUtf8());
+}
+
+StatementScope& StatementScope::bind(const QByteArray& utf8)
+{
     ++m_bound;
-    if (m_bound > m_statement.m_parameterCount || !m_statement.bindText(m_bound, value))
+    if (m_bound > m_statement.m_parameterCount || !m_statement.bindText(m_bound, utf8))
         m_bindFailed = true;
     return *this;
 }
@@ -114,6 +124,15 @@ QString StatementScope::columnText(int index) const
     if (!text)
         return QString();
     return QString::fromUtf8(text, sqlite3_column_bytes(statement, index));
+}
+
+QByteArray StatementScope::columnUtf8(int index) const
+{
+    sqlite3_stmt* statement = m_statement.m_statement;
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, index));
+    if (!text)
+        return QByteArray();
+    return QByteArray(text, sqlite3_column_bytes(statement, index));
 }
 
 bool StatementScope::finish()

@@ -34,6 +34,7 @@ private:
     bool bindInt(int index, int value);
     // Binds without a copy: the UTF-8 bytes stay alive in this object until the next reset().
     bool bindText(int index, const QString& value);
+    bool bindText(int index, const QByteArray& utf8);
     int step();  // the raw SQLite result code
     // Resets the cursor and clears the bindings in any case. False (after an ERROR log with the
     // statement's name and SQLite's message) when the last step had failed: SQLite reports a failed
@@ -66,6 +67,7 @@ public:
     // the UTF-8 bytes until the scope ends); an empty text binds '' and never NULL.
     StatementScope& bind(int value);
     StatementScope& bind(const QString& value);
+    StatementScope& bind(const QByteArray& utf8);  // a text already in UTF-8
     template <class... Values>
     StatementScope& bindAll(const Values&... values)
     {
@@ -88,6 +90,7 @@ public:
 
     int columnInt(int index) const;
     QString columnText(int index) const;  // NULL reads as a null QString
+    QByteArray columnUtf8(int index) const;  // the text's bytes; NULL reads as a null QByteArray
 
     // Resets the statement now (at most once; later calls answer the same). True when every step
     // succeeded and the values fitted the parameters.

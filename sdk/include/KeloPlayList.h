@@ -9,15 +9,19 @@
 #include "KeloEnums.h"
 #include "KeloHash.h"
 
-// One playlist entry: a plain value holding the eleven columns the store keeps, with no hash behind
-// it. It takes the contract's JSON object form ({"sequenceNumber", "uid", "title", ...}) only at an
-// edge that needs it: hash()/toVariant() write the fields that were set (read from a hash, or given
-// to a setter), and the constructor from a hash reads them with the usual fallbacks (numbers -1,
-// durationSeconds 0, texts empty; a value of the wrong type counts as set, with its fallback). An
-// item without a uid stands for "no such entry". Copy freely, any thread.
+// One playlist entry: a plain value holding the eleven columns the store keeps, its texts as the
+// UTF-8 bytes the store holds, with no hash behind it. It takes the contract's JSON object form
+// ({"sequenceNumber", "uid", "title", ...}) only at an edge that needs it: hash()/toVariant() write
+// the fields that were set (read from a hash, or given to a setter), and the constructor from a hash
+// reads them with the usual fallbacks (numbers -1, durationSeconds 0, texts empty; a value of the
+// wrong type counts as set, with its fallback). An item without a uid stands for "no such entry".
+// Copy freely, any thread.
 class KeloPlayListItem
 {
 public:
+    // The text fields, for reading and writing them as UTF-8 (utf8(), setUtf8()).
+    enum class Text { Title, Artist, Album, ArtworkUrl, Genre, Url, ServiceId, KeloRoles };
+
     KeloPlayListItem() = default;
     KeloPlayListItem(const KeloHash& h);  // NOLINT: implicit, as every record reads a hash
     bool isValid() const { return has(Uid); }
@@ -26,24 +30,28 @@ public:
     void setSequenceNumber(int v) { m_sequenceNumber = v; m_set |= SequenceNumber; }
     int uid() const { return m_uid; }
     void setUid(int v) { m_uid = v; m_set |= Uid; }
-    const QString& title() const { return m_title; }
-    void setTitle(const QString& v) { m_title = v; m_set |= Title; }
-    const QString& artist() const { return m_artist; }
-    void setArtist(const QString& v) { m_artist = v; m_set |= Artist; }
-    const QString& album() const { return m_album; }
-    void setAlbum(const QString& v) { m_album = v; m_set |= Album; }
-    const QString& artworkUrl() const { return m_artworkUrl; }
-    void setArtworkUrl(const QString& v) { m_artworkUrl = v; m_set |= ArtworkUrl; }
-    const QString& genre() const { return m_genre; }
-    void setGenre(const QString& v) { m_genre = v; m_set |= Genre; }
     int durationSeconds() const { return m_durationSeconds; }
     void setDurationSeconds(int v) { m_durationSeconds = v; m_set |= DurationSeconds; }
-    const QString& url() const { return m_url; }
-    void setUrl(const QString& v) { m_url = v; m_set |= Url; }
-    const QString& serviceId() const { return m_serviceId; }
-    void setServiceId(const QString& v) { m_serviceId = v; m_set |= ServiceId; }
-    const QString& keloRoles() const { return m_keloRoles; }  // JSON text of the track's roles
-    void setKeloRoles(const QString& v) { m_keloRoles = v; m_set |= KeloRoles; }
+    QString title() const { return text(Text::Title); }
+    void setTitle(const QString& v) { setText(Text::Title, v); }
+    QString artist() const { return text(Text::Artist); }
+    void setArtist(const QString& v) { setText(Text::Artist, v); }
+    QString album() const { return text(Text::Album); }
+    void setAlbum(const QString& v) { setText(Text::Album, v); }
+    QString artworkUrl() const { return text(Text::ArtworkUrl); }
+    void setArtworkUrl(const QString& v) { setText(Text::ArtworkUrl, v); }
+    QString genre() const { return text(Text::Genre); }
+    void setGenre(const QString& v) { setText(Text::Genre, v); }
+    QString url() const { return text(Text::Url); }
+    void setUrl(const QString& v) { setText(Text::Url, v); }
+    QString serviceId() const { return text(Text::ServiceId); }
+    void setServiceId(const QString& v) { setText(Text::ServiceId, v); }
+    QString keloRoles() const { return text(Text::KeloRoles); }  // JSON text of the track's roles
+    void setKeloRoles(const QString& v) { setText(Text::KeloRoles, v); }
+
+    // A text field as UTF-8, as the store reads and writes it: no conversion on the way.
+    const QByteArray& utf8(Text field) const { return m_texts[index(field)]; }
+    void setUtf8(Text field, const QByteArray& v);
 
     // The contract's JSON object form: the keys of the fields that were set.
     QVariantHash hash() const;
@@ -53,33 +61,19 @@ public:
     bool operator!=(const KeloPlayListItem& other) const { return !(*this == other); }
 
 private:
-    enum Field : unsigned {
-        SequenceNumber = 1u << 0,
-        Uid = 1u << 1,
-        Title = 1u << 2,
-        Artist = 1u << 3,
-        Album = 1u << 4,
-        ArtworkUrl = 1u << 5,
-        Genre = 1u << 6,
-        DurationSeconds = 1u << 7,
-        Url = 1u << 8,
-        ServiceId = 1u << 9,
-        KeloRoles = 1u << 10,
-    };
-    bool has(Field f) const { return (m_set & f) != 0; }
+    // Bits of m_set: the numbers, then one for each text field in the order of Text.
+    enum Field : unsigned { SequenceNumber = 1u << 0, Uid = 1u << 1, DurationSeconds = 1u << 2, FirstText = 1u << 3 };
+    static int index(Text field) { return static_cast<int>(field); }
+    static unsigned bit(Text field) { return FirstText << index(field); }
+    bool has(unsigned bits) const { return (m_set & bits) != 0; }
+    QString text(Text field) const { return QString::fromUtf8(m_texts[index(field)]); }
+    void setText(Text field, const QString& v) { setUtf8(field, v.toUtf8()); }
 
     unsigned m_set = 0;
     int m_sequenceNumber = -1;
     int m_uid = -1;
     int m_durationSeconds = 0;
-    QString m_title;
-    QString m_artist;
-    QString m_album;
-    QString m_artworkUrl;
-    QString m_genre;
-    QString m_url;
-    QString m_serviceId;
-    QString m_keloRoles;
+    QByteArray m_texts[8];
 };
 
 // Base of the argument records: the accessors shared by several of them.

@@ -1,5 +1,8 @@
 #include "KeloPlayList.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "KeloHash_p.h"
 
 namespace {
@@ -15,6 +18,20 @@ QString textOf(const QVariant& value)
 {
     return value.userType() == QMetaType::QString ? *static_cast<const QString*>(value.constData()) : QString();
 }
+
+using Text = KeloPlayListItem::Text;
+
+// The JSON keys of the text fields, in the order of KeloPlayListItem::Text.
+const QString& textKey(Text field)
+{
+    static const QString keys[] = {QStringLiteral("title"),     QStringLiteral("artist"),    QStringLiteral("album"),
+                                   QStringLiteral("artworkUrl"), QStringLiteral("genre"),     QStringLiteral("url"),
+                                   QStringLiteral("serviceId"),  QStringLiteral("keloRoles")};
+    return keys[static_cast<int>(field)];
+}
+
+constexpr Text allTexts[] = {Text::Title, Text::Artist,    Text::Album,    Text::ArtworkUrl,
+                             Text::Genre, Text::Url, Text::ServiceId, Text::KeloRoles};
 }  // namespace
 
 KeloPlayListItem::KeloPlayListItem(const KeloHash& h)
@@ -24,29 +41,25 @@ KeloPlayListItem::KeloPlayListItem(const KeloHash& h)
     for (auto it = hash.cbegin(); it != hash.cend(); ++it) {
         const QString& key = it.key();
         const QVariant& v = it.value();
-        if (key == QLatin1String("title"))
-            setTitle(textOf(v));
-        else if (key == QLatin1String("artist"))
-            setArtist(textOf(v));
-        else if (key == QLatin1String("album"))
-            setAlbum(textOf(v));
-        else if (key == QLatin1String("url"))
-            setUrl(textOf(v));
-        else if (key == QLatin1String("keloRoles"))
-            setKeloRoles(textOf(v));
-        else if (key == QLatin1String("durationSeconds"))
+        if (key == QLatin1String("durationSeconds")) {
             setDurationSeconds(intOf(v, 0));
-        else if (key == QLatin1String("serviceId"))
-            setServiceId(textOf(v));
-        else if (key == QLatin1String("uid"))
+        } else if (key == QLatin1String("uid")) {
             setUid(intOf(v, -1));
-        else if (key == QLatin1String("sequenceNumber"))
+        } else if (key == QLatin1String("sequenceNumber")) {
             setSequenceNumber(intOf(v, -1));
-        else if (key == QLatin1String("artworkUrl"))
-            setArtworkUrl(textOf(v));
-        else if (key == QLatin1String("genre"))
-            setGenre(textOf(v));
+        } else {
+            const auto* field = std::find_if(std::begin(allTexts), std::end(allTexts),
+                                             [&](Text t) { return textKey(t) == key; });
+            if (field != std::end(allTexts))
+                setText(*field, textOf(v));
+        }
     }
+}
+
+void KeloPlayListItem::setUtf8(Text field, const QByteArray& v)
+{
+    m_texts[index(field)] = v;
+    m_set |= bit(field);
 }
 
 QVariantHash KeloPlayListItem::hash() const
@@ -57,33 +70,20 @@ QVariantHash KeloPlayListItem::hash() const
         hash.insert(QStringLiteral("sequenceNumber"), m_sequenceNumber);
     if (has(Uid))
         hash.insert(QStringLiteral("uid"), m_uid);
-    if (has(Title))
-        hash.insert(QStringLiteral("title"), m_title);
-    if (has(Artist))
-        hash.insert(QStringLiteral("artist"), m_artist);
-    if (has(Album))
-        hash.insert(QStringLiteral("album"), m_album);
-    if (has(ArtworkUrl))
-        hash.insert(QStringLiteral("artworkUrl"), m_artworkUrl);
-    if (has(Genre))
-        hash.insert(QStringLiteral("genre"), m_genre);
     if (has(DurationSeconds))
         hash.insert(QStringLiteral("durationSeconds"), m_durationSeconds);
-    if (has(Url))
-        hash.insert(QStringLiteral("url"), m_url);
-    if (has(ServiceId))
-        hash.insert(QStringLiteral("serviceId"), m_serviceId);
-    if (has(KeloRoles))
-        hash.insert(QStringLiteral("keloRoles"), m_keloRoles);
+    for (Text field : allTexts) {
+        if (has(bit(field)))
+            hash.insert(textKey(field), text(field));
+    }
     return hash;
 }
 
 bool KeloPlayListItem::operator==(const KeloPlayListItem& other) const
 {
     return m_set == other.m_set && m_sequenceNumber == other.m_sequenceNumber && m_uid == other.m_uid &&
-           m_durationSeconds == other.m_durationSeconds && m_title == other.m_title && m_artist == other.m_artist &&
-           m_album == other.m_album && m_artworkUrl == other.m_artworkUrl && m_genre == other.m_genre &&
-           m_url == other.m_url && m_serviceId == other.m_serviceId && m_keloRoles == other.m_keloRoles;
+           m_durationSeconds == other.m_durationSeconds &&
+           std::equal(std::begin(m_texts), std::end(m_texts), std::begin(other.m_texts));
 }
 
 QList<int> KeloPlayListArgs::intList(const QString& key) const
