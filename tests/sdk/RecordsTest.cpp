@@ -80,6 +80,38 @@ TEST(ArgumentRecords, ListsLeaveOutElementsOfTheWrongType)
     EXPECT_EQ(external.mode(), KeloPlayListAddPosition::Now);
 }
 
+TEST(PlayListItems, WriteOnlyTheFieldsThatWereSetAndReadWrongTypesAsTheirFallbacks)
+{
+    KeloPlayListItem fromLibrary;
+    fromLibrary.setTitle(QStringLiteral("T"));
+    fromLibrary.setDurationSeconds(0);
+    EXPECT_EQ(fromLibrary.hash(), (QVariantHash{{"title", "T"}, {"durationSeconds", 0}}));
+    EXPECT_FALSE(fromLibrary.isValid());
+    EXPECT_EQ(fromLibrary.uid(), -1);
+
+    const KeloPlayListItem odd(fromJsonText(R"({"uid": "7", "title": 5, "durationSeconds": 2.5, "extra": 1})"));
+    EXPECT_TRUE(odd.isValid());  // a uid key of the wrong type still names an entry, as it always did
+    EXPECT_EQ(odd.uid(), -1);
+    EXPECT_EQ(odd.title(), QString());
+    EXPECT_EQ(odd.durationSeconds(), 0);
+    EXPECT_EQ(odd.hash(), (QVariantHash{{"uid", -1}, {"title", ""}, {"durationSeconds", 0}}));
+}
+
+TEST(PlayListItems, KeepTheirTextsAsUtf8AndCompareByEveryField)
+{
+    KeloPlayListItem item;
+    item.setArtist(QString::fromUtf8("Bj\xc3\xb6rk \xf0\x9f\x8e\xb5"));
+    EXPECT_EQ(item.utf8(KeloPlayListItem::Text::Artist), QByteArray("Bj\xc3\xb6rk \xf0\x9f\x8e\xb5"));
+    EXPECT_EQ(item.artist(), QString::fromUtf8("Bj\xc3\xb6rk \xf0\x9f\x8e\xb5"));
+
+    KeloPlayListItem same;
+    same.setUtf8(KeloPlayListItem::Text::Artist, QByteArray("Bj\xc3\xb6rk \xf0\x9f\x8e\xb5"));
+    EXPECT_EQ(same, item);
+    same.setGenre(QString());  // an empty text that was set is not a text that was never set
+    EXPECT_NE(same, item);
+    EXPECT_EQ(KeloPlayListItem(KeloHash(same.hash())), same);
+}
+
 TEST(ArgumentRecords, ModesAreReadAsNumbersOrNamesAndWrittenAsNames)
 {
     auto shuffle = [](const QVariant& mode) { return KeloPlayListPlSetShuffle(KeloHash({{"mode", mode}})).mode(); };
