@@ -132,6 +132,16 @@ bool Controller::checkNonemptyString(const QString& value, const QString& field,
     return false;
 }
 
+bool Controller::checkNameLength(const QString& name, const QString& what, QString& err)
+{
+    if (name.size() <= MaxNameChars)
+        return true;
+    err = buildErrMsg(what, KELO_TR("The name is too long; at most %1 characters.").arg(MaxNameChars),
+                      QString::number(name.size()));
+    KELO_LOG_ERROR("PlayLists", "Refused a name of " << name.size() << " characters");
+    return false;
+}
+
 bool Controller::checkPlayList(const PlayListBase* pl, const int& plid, const QString& what, QString& err)
 {
     if (pl)

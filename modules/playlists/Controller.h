@@ -56,6 +56,10 @@ public:
 
     // Each returns true for an acceptable argument; otherwise sets err and returns false.
     bool checkNonemptyString(const QString& value, const QString& field, const QString& what, QString& err);
+    // A name of a playlist or collection is at most MaxNameChars characters: every listing of the
+    // root carries every name, so one huge name would slow every view down.
+    static constexpr int MaxNameChars = 255;
+    bool checkNameLength(const QString& name, const QString& what, QString& err);
     bool checkPlayList(const PlayListBase* pl, const int& plid, const QString& what, QString& err);
     bool checkPlayListId(const int& plid, const QString& what, QString& err);  // refuses only -1
 

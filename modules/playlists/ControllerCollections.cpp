@@ -17,6 +17,8 @@ bool Controller::clCreate(CMSetDataRequest request, QString& msg, int& id)
         KELO_LOG_ERROR("PlayLists", "Cannot create collection with empty name");
         return false;
     }
+    if (!checkNameLength(name, what, msg))
+        return false;
     CollectionBase* collection = manager->createCollection(name);
     if (!collection) {
         msg = buildErrMsg(what, KELO_TR("Create collection error."), msg);
@@ -62,6 +64,8 @@ bool Controller::clSetName(CMSetDataRequest request, QString& msg)
         KELO_LOG_ERROR("PlayLists", "Cannot rename collection id: " << clid << " to empty string");
         return false;
     }
+    if (!checkNameLength(args.name(), what, msg))
+        return false;
     CollectionBase* collection = manager->getCollectionByUid(clid);
     if (!collection) {
         msg = buildErrMsg(what, KELO_TR("There is no collection with this ID."), msg);
