@@ -16,8 +16,8 @@ public:
     static constexpr size_t MaxBodyBytes = 8 * 1024 * 1024;
     static constexpr int MaxTextChars = 16384;
     // Decoded, every JSON value costs a hundred bytes and more whatever its text's size, so a body
-    // holds at most this many: room for an add of the items limit with all its roles.
-    static constexpr int MaxValues = 250000;
+    // holds at most this many: room for an add of 50,000 items with their roles.
+    static constexpr int MaxValues = 600000;
 
     // False with *error when body is empty, not JSON, not a JSON object, holds a text that is too long
     // or more than MaxValues values.
