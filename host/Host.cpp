@@ -6,10 +6,10 @@
 
 #include "CMEventHub.h"
 #include "CMRoot.h"
+#include "DefaultSettings.h"
 #include "KeloLog.h"
 #include "player/AudioOutput.h"
 #include "player/Player.h"
-#include "PluginLoader.h"
 #include "http/ArtApi.h"
 #include "http/EventStream.h"
 #include "http/HttpApi.h"
@@ -17,6 +17,7 @@
 #include "http/PlaylistFilesApi.h"
 #include "http/StaticFiles.h"
 #include "media/MediaLibraryWorker.h"
+#include "WorkerThreads.h"
 
 namespace {
 constexpr int MaxEventStreams = HttpServer::Threads * 2 / 3;
@@ -35,7 +36,8 @@ bool Host::start(QString* error)
         *error = QStringLiteral("cannot create %1").arg(QDir::current().absoluteFilePath(QStringLiteral("data-rw")));
         return false;
     }
-    m_root = std::make_unique<CMRootWorker>(QDir::current().absoluteFilePath(QStringLiteral("data-rw/settings.json")));
+    m_root = std::make_unique<CMRootWorker>(QDir::current().absoluteFilePath(QStringLiteral("data-rw/settings.json")),
+                                            defaultSettings());
     if (!applySettings(error) || !startWorkers(error) || !startServer(error)) {
         stop();
         return false;
@@ -65,7 +67,7 @@ bool Host::applySettings(QString* error)
 
 bool Host::startWorkers(QString* error)
 {
-    m_workers = std::make_unique<PluginLoader>();
+    m_workers = std::make_unique<WorkerThreads>();
     if (!m_options.mediaDir.isEmpty() && !QFileInfo(m_options.mediaDir).isDir()) {
         *error = QStringLiteral("--media-dir %1 is not a folder").arg(m_options.mediaDir);
         return false;
@@ -80,11 +82,11 @@ bool Host::startWorkers(QString* error)
     if (!startPlayer(error))
         return false;
     QStringList plugins = m_options.plugins;
-    const QString fallback = PluginLoader::defaultPlugin(QCoreApplication::applicationDirPath());
+    const QString fallback = WorkerThreads::defaultPlugin(QCoreApplication::applicationDirPath());
     if (plugins.isEmpty() && !fallback.isEmpty())
         plugins.append(fallback);
     for (const QString& plugin : qAsConst(plugins)) {
-        if (!m_workers->load(plugin, QHash<QString, QVariant>(), error))
+        if (!m_workers->loadPlugin(plugin, QHash<QString, QVariant>(), error))
             return false;
     }
     return true;

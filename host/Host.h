@@ -16,8 +16,8 @@ class HttpApi;
 class HttpServer;
 class LibraryLocations;
 class PlaylistFilesApi;
-class PluginLoader;
 class StaticFiles;
+class WorkerThreads;
 
 class Host
 {
@@ -40,7 +40,7 @@ private:
     Options m_options;
     std::atomic<bool> m_stopping{false};
     std::unique_ptr<CMRootWorker> m_root;
-    std::unique_ptr<PluginLoader> m_workers;
+    std::unique_ptr<WorkerThreads> m_workers;
     std::unique_ptr<LibraryLocations> m_library;  // the media library's tracks, for playlist files
     std::unique_ptr<HttpServer> m_server;
     std::unique_ptr<HttpApi> m_api;

@@ -1,6 +1,5 @@
 #include "http/EventStream.h"
 
-#include <QElapsedTimer>
 #include <httplib.h>
 
 #include "CMEventHub.h"
@@ -60,11 +59,13 @@ void EventStream::install(httplib::Server& server)
 std::string EventStream::nextChunk(CMEventSubscriber& subscriber, int waitMs)
 {
     QVariantHash event;
-    QElapsedTimer waited;
-    waited.start();
-    if (!subscriber.next(&event, waitMs)) {
-        // A closed subscriber answers at once; a quiet one after the whole wait.
-        return waited.elapsed() < waitMs / 2 ? std::string() : std::string(": keepalive\n\n");
+    switch (subscriber.next(&event, waitMs)) {
+    case CMEventSubscriber::Closed:
+        return std::string();
+    case CMEventSubscriber::TimedOut:
+        return ": keepalive\n\n";
+    case CMEventSubscriber::Event:
+        break;
     }
     std::string chunk;
     if (subscriber.takeDroppedCount() > 0)

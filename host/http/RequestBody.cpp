@@ -38,12 +38,38 @@ const QString* overlongText(const QVariant& value)
     }
 }
 
+// Counts the values of a JSON text without decoding it (separators and openings outside strings),
+// stopping at limit + 1. A text that is not JSON gets a count too; the parser refuses it later.
+int valueCount(const std::string& body, int limit)
+{
+    int count = 1;
+    bool inString = false;
+    for (size_t i = 0; i < body.size() && count <= limit; ++i) {
+        const char c = body[i];
+        if (inString) {
+            if (c == '\\')
+                ++i;
+            else if (c == '"')
+                inString = false;
+        } else if (c == '"') {
+            inString = true;
+        } else if (c == ',' || c == '[' || c == '{') {
+            ++count;
+        }
+    }
+    return count;
+}
+
 }  // namespace
 
 bool RequestBody::parse(const std::string& body, CMError* error)
 {
     if (body.empty()) {
         *error = badRequest(QStringLiteral("The request body is empty; it must be a JSON object."));
+        return false;
+    }
+    if (valueCount(body, MaxValues) > MaxValues) {
+        *error = badRequest(QStringLiteral("The request holds more than %1 JSON values.").arg(MaxValues));
         return false;
     }
     bool ok = false;

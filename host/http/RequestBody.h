@@ -15,8 +15,12 @@ class RequestBody
 public:
     static constexpr size_t MaxBodyBytes = 8 * 1024 * 1024;
     static constexpr int MaxTextChars = 16384;
+    // Decoded, every JSON value costs a hundred bytes and more whatever its text's size, so a body
+    // holds at most this many: room for an add of 50,000 items with their roles.
+    static constexpr int MaxValues = 600000;
 
-    // False with *error when body is empty, not JSON, not a JSON object, or holds a text that is too long.
+    // False with *error when body is empty, not JSON, not a JSON object, holds a text that is too long
+    // or more than MaxValues values.
     bool parse(const std::string& body, CMError* error);
 
     // A field that must be there: a non-empty string / a whole number in int's range.

@@ -1,5 +1,6 @@
 #include "Collection.h"
 
+#include "CMGlobal.h"
 #include "Database.h"
 #include "KeloLog.h"
 #include "PlayList.h"
@@ -13,16 +14,19 @@ Collection::~Collection() = default;
 
 int Collection::getUid() const
 {
+    KELO_ASSERT_THREAD(this);
     return record->uid;
 }
 
 QString Collection::getName() const
 {
+    KELO_ASSERT_THREAD(this);
     return record->name;
 }
 
 bool Collection::setName(const QString& name)
 {
+    KELO_ASSERT_THREAD(this);
     CollectionRecord changed = *record;
     changed.name = name;
     if (!database->updateCollection(changed))
@@ -34,16 +38,19 @@ bool Collection::setName(const QString& name)
 
 bool Collection::valid() const
 {
+    KELO_ASSERT_THREAD(this);
     return record->uid != -1;
 }
 
 const QList<PlayListBase*>& Collection::getPlayLists() const
 {
+    KELO_ASSERT_THREAD(this);
     return playlists;
 }
 
 bool Collection::remove()
 {
+    KELO_ASSERT_THREAD(this);
     return database->deleteCollection(*record);
 }
 
@@ -51,6 +58,7 @@ bool Collection::remove()
 // so no check is made here.
 bool Collection::addPlayList(PlayListBase* pl)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "this=" << getUid() << " pl=" << pl->getUid());
     if (!database->addToCollection(*record, pl->getUid())) {
         KELO_LOG_ERROR("PlayLists", "Unable to add pl to collection, this=" << getUid() << " pl=" << pl->getUid());
@@ -63,6 +71,7 @@ bool Collection::addPlayList(PlayListBase* pl)
 
 bool Collection::removePlayList(PlayListBase* pl)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "this=" << getUid() << " pl=" << pl->getUid());
     if (!database->removeFromCollection(*record, pl->getUid()))
         return false;

@@ -13,12 +13,15 @@
 #include <QString>
 #include <QStringList>
 #include <QVariantList>
+#include <functional>
+#include <vector>
 
 #include "CMRequest.h"
 #include "KeloEnums.h"
 #include "KeloPlayList.h"
 
 class CMRequestGroup;
+class CollectionBase;
 class PlayListBase;
 class PlayListManager;
 class PlayListWorker;
@@ -56,6 +59,10 @@ public:
 
     // Each returns true for an acceptable argument; otherwise sets err and returns false.
     bool checkNonemptyString(const QString& value, const QString& field, const QString& what, QString& err);
+    // A name of a playlist or collection is at most MaxNameChars characters: every listing of the
+    // root carries every name, so one huge name would slow every view down.
+    static constexpr int MaxNameChars = 255;
+    bool checkNameLength(const QString& name, const QString& what, QString& err);
     bool checkPlayList(const PlayListBase* pl, const int& plid, const QString& what, QString& err);
     bool checkPlayListId(const int& plid, const QString& what, QString& err);  // refuses only -1
 
@@ -79,6 +86,15 @@ private slots:
     void on_prepareItemsGroup_timeout(CMRequestGroup* group);
 
 private:
+    // A command path and what answers it there.
+    struct Route
+    {
+        CMPath path;
+        std::function<void(Controller&, const CMSetDataRequest&)> run;
+    };
+    // Every command path with its handler: built once, shared by every Controller, read-only.
+    static const std::vector<Route>& routes();
+
     bool plPlay(CMSetDataRequest request, QString& msg);
     bool plCreate(CMSetDataRequest request, QString& msg, int& id);
     bool plClearItems(CMSetDataRequest request, QString& msg);
@@ -96,6 +112,10 @@ private:
     bool clSetName(CMSetDataRequest request, QString& msg);
     bool clAddItem(CMSetDataRequest request, QString& msg);
     bool clRemoveItem(CMSetDataRequest request, QString& msg);
+    // The collection and the playlist that args name, for clAddItem and clRemoveItem. False, with
+    // msg beginning with what, when either does not exist.
+    bool findCollectionItem(const KeloPlayListClAddRemoveItem& args, const QString& what, CollectionBase*& collection,
+                            PlayListBase*& pl, QString& msg);
 
     // Asks the owner of every path prefix to prepare its paths; the group's finish answers the add.
     void sendPrepareRequests(const ReqGroupProperties& properties, const QList<CMPath>& paths);

@@ -17,6 +17,8 @@ bool Controller::clCreate(CMSetDataRequest request, QString& msg, int& id)
         KELO_LOG_ERROR("PlayLists", "Cannot create collection with empty name");
         return false;
     }
+    if (!checkNameLength(name, what, msg))
+        return false;
     CollectionBase* collection = manager->createCollection(name);
     if (!collection) {
         msg = buildErrMsg(what, KELO_TR("Create collection error."), msg);
@@ -62,6 +64,8 @@ bool Controller::clSetName(CMSetDataRequest request, QString& msg)
         KELO_LOG_ERROR("PlayLists", "Cannot rename collection id: " << clid << " to empty string");
         return false;
     }
+    if (!checkNameLength(args.name(), what, msg))
+        return false;
     CollectionBase* collection = manager->getCollectionByUid(clid);
     if (!collection) {
         msg = buildErrMsg(what, KELO_TR("There is no collection with this ID."), msg);
@@ -77,33 +81,44 @@ bool Controller::clSetName(CMSetDataRequest request, QString& msg)
     return true;
 }
 
+bool Controller::findCollectionItem(const KeloPlayListClAddRemoveItem& args, const QString& what,
+                                    CollectionBase*& collection, PlayListBase*& pl, QString& msg)
+{
+    const int clid = args.clid();
+    const int plid = args.plid();
+    if (!checkPlayListId(plid, what, msg))
+        return false;
+    collection = manager->getCollectionByUid(clid);
+    if (!collection) {
+        msg = buildErrMsg(what, KELO_TR("There is no collection with this ID."), msg);
+        KELO_LOG_ERROR("PlayLists", "Collection id: " << clid << " doesn't exist");
+        return false;
+    }
+    pl = manager->getPlayListByUid(plid);
+    if (!checkPlayList(pl, plid, what, msg)) {
+        KELO_LOG_ERROR("PlayLists", "Playlist id: " << plid << " doesn't exist");
+        return false;
+    }
+    return true;
+}
+
 bool Controller::clAddItem(CMSetDataRequest request, QString& msg)
 {
     KELO_TRACE_SCOPE("PlayLists");
     const QString what = KELO_TR("Could not add items to collection.");
     const KeloPlayListClAddRemoveItem args(KeloHash(request.value().toHash()));
-    const int clid = args.clid();
-    const int plid = args.plid();
-    if (!checkPlayListId(plid, what, msg))
+    CollectionBase* collection = nullptr;
+    PlayListBase* pl = nullptr;
+    if (!findCollectionItem(args, what, collection, pl, msg))
         return false;
-    CollectionBase* collection = manager->getCollectionByUid(clid);
-    if (!collection) {
-        msg = buildErrMsg(what, KELO_TR("There is no collection with this ID."), msg);
-        KELO_LOG_ERROR("PlayLists", "Collection id: " << clid << "doesn't exist");
-        return false;
-    }
-    PlayListBase* pl = manager->getPlayListByUid(plid);
-    if (!checkPlayList(pl, plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Unable to add playList to collection, playlist id: " << plid << " doesn't exist");
-        return false;
-    }
     if (!collection->addPlayList(pl)) {
         msg = buildErrMsg(what, KELO_TR("Add playlist to collection failed."), msg);
-        KELO_LOG_ERROR("PlayLists", "Unable to add playList id: " << plid << " to collection id: " << clid);
+        KELO_LOG_ERROR("PlayLists",
+                       "Unable to add playList id: " << args.plid() << " to collection id: " << args.clid());
         return false;
     }
     msg = buildOkMsg(KELO_TR("Items added successfully to collection."), collection->getName(), QString());
-    KELO_LOG_INFO("PlayLists", "Playlist id: " << plid << " added to collection id: " << clid);
+    KELO_LOG_INFO("PlayLists", "Playlist id: " << args.plid() << " added to collection id: " << args.clid());
     return true;
 }
 
@@ -112,28 +127,17 @@ bool Controller::clRemoveItem(CMSetDataRequest request, QString& msg)
     KELO_TRACE_SCOPE("PlayLists");
     const QString what = KELO_TR("Could not remove items from collection.");
     const KeloPlayListClAddRemoveItem args(KeloHash(request.value().toHash()));
-    const int clid = args.clid();
-    const int plid = args.plid();
-    if (!checkPlayListId(plid, what, msg))
+    CollectionBase* collection = nullptr;
+    PlayListBase* pl = nullptr;
+    if (!findCollectionItem(args, what, collection, pl, msg))
         return false;
-    CollectionBase* collection = manager->getCollectionByUid(clid);
-    if (!collection) {
-        msg = buildErrMsg(what, KELO_TR("There is no collection with this ID."), msg);
-        KELO_LOG_ERROR("PlayLists", "Collection id: " << clid << "doesn't exist");
-        return false;
-    }
-    PlayListBase* pl = manager->getPlayListByUid(plid);
-    if (!checkPlayList(pl, plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists",
-                       "Unable to remove playList from collection, playlist id: " << plid << " doesn't exist");
-        return false;
-    }
     if (!collection->removePlayList(pl)) {
         msg = buildErrMsg(what, KELO_TR("Remove playlist from collection failed."), msg);
-        KELO_LOG_ERROR("PlayLists", "Unable to remove playList, id: " << plid << " from collection id: " << clid);
+        KELO_LOG_ERROR("PlayLists",
+                       "Unable to remove playList, id: " << args.plid() << " from collection id: " << args.clid());
         return false;
     }
     msg = buildOkMsg(KELO_TR("Playlist removed successfully from collection."), collection->getName(), QString());
-    KELO_LOG_INFO("PlayLists", "Playlist id: " << plid << " removed from collection id: " << clid);
+    KELO_LOG_INFO("PlayLists", "Playlist id: " << args.plid() << " removed from collection id: " << args.clid());
     return true;
 }

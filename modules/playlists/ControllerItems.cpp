@@ -149,6 +149,7 @@ void Controller::plPrepareItems(CMSetDataRequest request)
 
 QVariantList Controller::preparePlaylistItems(const QStringList& paths)
 {
+    KELO_ASSERT_THREAD(this);
     QVariantList prepared;
     for (const QString& text : paths) {
         const CMPath path(text);
@@ -277,6 +278,7 @@ bool Controller::startAddedItem(PlayListBase* pl, int added)
 int Controller::addItemsToPlaylist(PlayListBase* pl, const QList<KeloPlayListItem>& items,
                                    KeloPlayListAddPosition::Enum position, QString* msg)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "itemList: " << describe(items));
     QList<KeloPlayListItem> kept;
     kept.reserve(items.size());

@@ -3,6 +3,7 @@
 // media metadata, which entry plays and what follows.
 #include "Controller.h"
 
+#include "CMGlobal.h"
 #include "KeloLog.h"
 #include "KeloPaths.h"
 #include "KeloPlayList.h"
@@ -41,6 +42,7 @@ bool Controller::plPlay(CMSetDataRequest request, QString& msg)
 
 void Controller::tryStartItem(const KeloPlayListItem& item, const PlayListBase* pl, int index)
 {
+    KELO_ASSERT_THREAD(this);
     const CMPath containerPath =
         pl->getUid() == 0 ? KeloPlayListPqGetItemsPath() : KeloPlayListPlGetItemsPath() + pl->getUid();
     KELO_LOG_TRACE("PlayLists", "path: " << containerPath.toEncoded());

@@ -62,6 +62,8 @@ bool Controller::plCreate(CMSetDataRequest request, QString& msg, int& id)
         KELO_LOG_ERROR("PlayLists", "Cannot create playlist with empty name");
         return false;
     }
+    if (!checkNameLength(args.name(), what, msg))
+        return false;
     PlayListBase* pl = manager->createPlayList(args.name());
     if (!pl) {
         msg = buildErrMsg(what, KELO_TR("Create playlist error."), msg);
@@ -125,6 +127,8 @@ bool Controller::plSetName(CMSetDataRequest request, QString& msg)
         KELO_LOG_ERROR("PlayLists", "Cannot rename playlist id: " << plid << " to empty string");
         return false;
     }
+    if (!checkNameLength(args.name(), what, msg))
+        return false;
     PlayListBase* pl = manager->getPlayListByUid(plid);
     if (!checkPlayList(pl, plid, what, msg)) {
         KELO_LOG_ERROR("PlayLists", "Playlist id: " << plid << " doesn't exist");

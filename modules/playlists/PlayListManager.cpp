@@ -25,6 +25,7 @@ PlayListManager::~PlayListManager()
 
 void PlayListManager::initPlayLists()
 {
+    KELO_ASSERT_THREAD(this);
     KELO_TRACE_SCOPE("PlayLists");
     playQueue = new PlayList(database, database->getPlayQueue());
     // The play queue does not survive a restart.
@@ -36,6 +37,7 @@ void PlayListManager::initPlayLists()
 
 void PlayListManager::initCollections()
 {
+    KELO_ASSERT_THREAD(this);
     KELO_TRACE_SCOPE("PlayLists");
     const QList<CollectionRecord> records = database->getCollections();
     for (const CollectionRecord& record : records) {
@@ -53,21 +55,25 @@ void PlayListManager::initCollections()
 
 PlayListBase* PlayListManager::getPlayQueue() const
 {
+    KELO_ASSERT_THREAD(this);
     return playQueue;
 }
 
 const QList<PlayListBase*>& PlayListManager::getAllPlayList() const
 {
+    KELO_ASSERT_THREAD(this);
     return playlists;
 }
 
 const QList<CollectionBase*>& PlayListManager::getAllCollection() const
 {
+    KELO_ASSERT_THREAD(this);
     return collections;
 }
 
 PlayListBase* PlayListManager::getPlayListByUid(int uid) const
 {
+    KELO_ASSERT_THREAD(this);
     if (uid == 0)
         return playQueue;
     for (PlayListBase* pl : playlists) {
@@ -79,6 +85,7 @@ PlayListBase* PlayListManager::getPlayListByUid(int uid) const
 
 CollectionBase* PlayListManager::getCollectionByUid(int uid) const
 {
+    KELO_ASSERT_THREAD(this);
     for (CollectionBase* col : collections) {
         if (col->getUid() == uid)
             return col;
@@ -88,6 +95,7 @@ CollectionBase* PlayListManager::getCollectionByUid(int uid) const
 
 PlayListBase* PlayListManager::createPlayList(const QString& name)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_TRACE_SCOPE("PlayLists");
     auto* pl = new PlayList(database, database->createPlayList(name));
     if (!pl->valid()) {
@@ -102,6 +110,7 @@ PlayListBase* PlayListManager::createPlayList(const QString& name)
 
 CollectionBase* PlayListManager::createCollection(const QString& name)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_TRACE_SCOPE("PlayLists");
     auto* col = new Collection(database, database->createCollection(name), {});
     if (!col->valid()) {
@@ -116,6 +125,7 @@ CollectionBase* PlayListManager::createCollection(const QString& name)
 
 bool PlayListManager::deletePlayList(PlayListBase* pl)
 {
+    KELO_ASSERT_THREAD(this);
     const int uid = pl->getUid();
     KELO_LOG_TRACE("PlayLists", "pl->uid=" << uid);
     // No collection may keep a pointer to a deleted playlist.
@@ -138,6 +148,7 @@ bool PlayListManager::deletePlayList(PlayListBase* pl)
 
 bool PlayListManager::deletePlayList(int uid)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "uid=" << uid);
     PlayListBase* pl = getPlayListByUid(uid);
     if (!pl) {
@@ -149,6 +160,7 @@ bool PlayListManager::deletePlayList(int uid)
 
 bool PlayListManager::deleteCollection(CollectionBase* col)
 {
+    KELO_ASSERT_THREAD(this);
     const int uid = col->getUid();
     KELO_LOG_TRACE("PlayLists", "col->uid=" << uid);
     if (!col->remove()) {
@@ -164,6 +176,7 @@ bool PlayListManager::deleteCollection(CollectionBase* col)
 
 bool PlayListManager::deleteCollection(int uid)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "uid=" << uid);
     CollectionBase* col = getCollectionByUid(uid);
     if (!col) {
@@ -175,6 +188,7 @@ bool PlayListManager::deleteCollection(int uid)
 
 QList<CollectionBase*> PlayListManager::getCollections(int from, int to) const
 {
+    KELO_ASSERT_THREAD(this);
     const int last = collections.size() - 1;
     int a = std::min(std::max(from, 0), last);
     int b = std::min(std::max(to, 0), last);
@@ -186,20 +200,24 @@ QList<CollectionBase*> PlayListManager::getCollections(int from, int to) const
 
 int PlayListManager::getPlayListsCount() const
 {
+    KELO_ASSERT_THREAD(this);
     return database->countPlaylists();
 }
 
 int PlayListManager::getPlaylistsItemsCount() const
 {
+    KELO_ASSERT_THREAD(this);
     return database->countPlaylistsItems();
 }
 
 int PlayListManager::getCollectionsCount() const
 {
+    KELO_ASSERT_THREAD(this);
     return database->countCollections();
 }
 
 KeloPlayListItem PlayListManager::getPlayListItemByUid(int uid) const
 {
+    KELO_ASSERT_THREAD(this);
     return database->getItemByUid(uid);
 }

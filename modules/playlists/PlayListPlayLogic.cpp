@@ -18,6 +18,7 @@ PlayListPlayLogic::PlayListPlayLogic(PlayListWorker* worker, PlayListManager* ma
 
 void PlayListPlayLogic::setCurrentPlayList(PlayListBase* pl)
 {
+    KELO_ASSERT_THREAD(this);
     if (currentPlayList) {
         const bool disconnectSucceeded = disconnect(currentPlayList, nullptr, this, nullptr);
         KELO_ASSERT(disconnectSucceeded, "disconnectSucceeded");
@@ -36,6 +37,7 @@ void PlayListPlayLogic::setCurrentPlayList(PlayListBase* pl)
 
 void PlayListPlayLogic::on_playlist_deleted(int uid)
 {
+    KELO_ASSERT_THREAD(this);
     if (!currentPlayList || currentPlayList->getUid() != uid)
         return;
     PlayLogicInterface::stop(PlayLogicInterface::playerInstance());
@@ -44,6 +46,7 @@ void PlayListPlayLogic::on_playlist_deleted(int uid)
 
 KeloPlayLogicPlayModesSupported PlayListPlayLogic::playModesSupported() const
 {
+    KELO_ASSERT_THREAD(this);
     KeloPlayLogicPlayModesSupported modes;
     modes.setShuffle(true);
     modes.setShuffleRepeatAll(true);

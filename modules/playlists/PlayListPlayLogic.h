@@ -98,6 +98,9 @@ private:
     int announcedNumber() const;  // number of the entry the player was told comes next, or -1
     void followAnnouncedTrack(int newNumber);  // newNumber: the announced entry's number now, -1: gone
     void removeFromShuffle(int removed);
+    // One step of the shuffle order by step (+1 or -1); at the end in that direction RepeatAll wraps
+    // to the other end. The number there, or -1 (the index then stays).
+    int stepShuffle(int step);
 
     PlayListWorker* worker;
     PlayListManager* manager;

@@ -1,4 +1,5 @@
 // Current, next and previous track.
+#include "CMGlobal.h"
 #include "KeloLog.h"
 #include "PlayList.h"
 #include "PlayListPlayLogic.h"
@@ -10,6 +11,7 @@ constexpr int kMaxStreamErrors = 5;
 
 KeloRoles PlayListPlayLogic::getTrackAbsolute(int sequenceNumber)
 {
+    KELO_ASSERT_THREAD(this);
     if (!currentPlayList)
         return KeloRoles();
     // A negative or too large number simply finds nothing.
@@ -23,6 +25,7 @@ KeloRoles PlayListPlayLogic::getTrackAbsolute(int sequenceNumber)
 
 KeloRoles PlayListPlayLogic::getTrackRelative(int offset)
 {
+    KELO_ASSERT_THREAD(this);
     if (!currentPlayList)
         return KeloRoles();
     return getTrackAbsolute(currentPlayList->getLastSequenceNumber() + offset);
@@ -30,11 +33,13 @@ KeloRoles PlayListPlayLogic::getTrackRelative(int offset)
 
 KeloRoles PlayListPlayLogic::getCurrentTrack()
 {
+    KELO_ASSERT_THREAD(this);
     return getTrackRelative(0);
 }
 
 KeloRoles PlayListPlayLogic::getNextTrack()
 {
+    KELO_ASSERT_THREAD(this);
     if (data().streamerError().hasCode()) {
         if (++errorCount > kMaxStreamErrors) {
             KELO_LOG_ERROR(kLog, "Reached maximum error count exiting");
@@ -66,6 +71,7 @@ KeloRoles PlayListPlayLogic::getNextTrack()
 
 KeloRoles PlayListPlayLogic::getPreviousTrack()
 {
+    KELO_ASSERT_THREAD(this);
     if (shuffleEnabled) {
         // The shuffle order wraps by itself under repeat all.
         const int number = getPrevShuffleItem();
@@ -82,6 +88,7 @@ KeloRoles PlayListPlayLogic::getPreviousTrack()
 
 void PlayListPlayLogic::setRepeatMode(RepeatMode mode)
 {
+    KELO_ASSERT_THREAD(this);
     repeatMode = mode;
     if (currentPlayList)
         currentPlayList->setRepeatAll(mode == RepeatAll);
@@ -89,6 +96,7 @@ void PlayListPlayLogic::setRepeatMode(RepeatMode mode)
 
 void PlayListPlayLogic::updateSequenceNumberInData()
 {
+    KELO_ASSERT_THREAD(this);
     if (!currentPlayList)
         return;
     KeloPlayLogicData playLogicData = data();

@@ -1,5 +1,6 @@
 // The player's calls: play, stop, next, previous, play mode, the next media, a started track and a
 // failed stream.
+#include "CMGlobal.h"
 #include "KeloLog.h"
 #include "KeloPaths.h"
 #include "Language.h"
@@ -24,6 +25,7 @@ bool hasShuffle(int mode)
 
 void PlayListPlayLogic::playTrackRoles(KeloRoles roles)
 {
+    KELO_ASSERT_THREAD(this);
     const KeloValue value = roles.value();
     if (currentPlayList && value.isI32_())
         currentPlayList->setLastSequenceNumber(value.i32_());
@@ -63,6 +65,7 @@ void PlayListPlayLogic::playInternal(const CMSetDataRequest& request, const Kelo
 
 void PlayListPlayLogic::startPlayback(const CMPath& path, int index, CMSetDataRequest request)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_INFO(kLog, "pl=" << path.toEncoded() << " track=" << index);
     PlayListBase* pl = nullptr;
     if (path.startsWith(KeloPlayListPlGetItemsPath())) {

@@ -4,6 +4,7 @@
 #include <numeric>
 #include <random>
 
+#include "CMGlobal.h"
 #include "KeloLog.h"
 #include "PlayList.h"
 #include "PlayListPlayLogic.h"
@@ -14,6 +15,7 @@ constexpr char kLog[] = "PlayListsPlayLogic";
 
 void PlayListPlayLogic::initShuffle(int startItem)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE(kLog, "startItem: " << startItem);
     if (!currentPlayList) {
         m_shuffleSeq.clear();
@@ -42,6 +44,7 @@ void PlayListPlayLogic::initShuffle(int startItem)
 
 void PlayListPlayLogic::randomizeShuffleItems(int from)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE(kLog, "from: " << from);
     if (from < 0 || from >= m_shuffleSeq.size())
         return;
@@ -55,49 +58,41 @@ void PlayListPlayLogic::randomizeShuffleItems(int from)
 
 int PlayListPlayLogic::getNextShuffleItem()
 {
-    KELO_LOG_TRACE(kLog, "m_shuffleCurIndex before next: " << m_shuffleCurIndex);
-    const int size = m_shuffleSeq.size();
-    if (size == 0) {
-        KELO_LOG_TRACE(kLog, "error: m_shuffleSeq.size: " << size);
-        return -1;
-    }
-    int number = -1;
-    if (m_shuffleCurIndex >= 0 && m_shuffleCurIndex + 1 < size) {
-        number = m_shuffleSeq[++m_shuffleCurIndex];
-    } else if (repeatMode == RepeatAll) {
-        // The second pass plays the same order again.
-        m_shuffleCurIndex = 0;
-        KELO_LOG_TRACE(kLog, "m_shuffleCurIndex is set to first item in m_shuffleSeq");
-        number = m_shuffleSeq[0];
-    }
-    KELO_LOG_TRACE(kLog, "m_shuffleCurIndex after next: " << m_shuffleCurIndex);
-    KELO_LOG_TRACE(kLog, "index: " << number);
-    return number;
+    KELO_ASSERT_THREAD(this);
+    return stepShuffle(1);
 }
 
 int PlayListPlayLogic::getPrevShuffleItem()
 {
-    KELO_LOG_TRACE(kLog, "m_shuffleCurIndex before prev: " << m_shuffleCurIndex);
+    KELO_ASSERT_THREAD(this);
+    return stepShuffle(-1);
+}
+
+int PlayListPlayLogic::stepShuffle(int step)
+{
+    KELO_LOG_TRACE(kLog, "m_shuffleCurIndex before step " << step << ": " << m_shuffleCurIndex);
     const int size = m_shuffleSeq.size();
     if (size == 0) {
         KELO_LOG_TRACE(kLog, "error: m_shuffleSeq.size: " << size);
         return -1;
     }
+    const int target = m_shuffleCurIndex + step;
     int number = -1;
-    if (m_shuffleCurIndex >= 1 && m_shuffleCurIndex < size) {
-        number = m_shuffleSeq[--m_shuffleCurIndex];
+    if (m_shuffleCurIndex >= 0 && m_shuffleCurIndex < size && target >= 0 && target < size) {
+        m_shuffleCurIndex = target;
+        number = m_shuffleSeq[target];
     } else if (repeatMode == RepeatAll) {
-        m_shuffleCurIndex = size - 1;
-        KELO_LOG_TRACE(kLog, "m_shuffleCurIndex is set to last item in m_shuffleSeq");
-        number = m_shuffleSeq[size - 1];
+        // The next pass plays the same order again.
+        m_shuffleCurIndex = step > 0 ? 0 : size - 1;
+        number = m_shuffleSeq[m_shuffleCurIndex];
     }
-    KELO_LOG_TRACE(kLog, "m_shuffleCurIndex after prev: " << m_shuffleCurIndex);
-    KELO_LOG_TRACE(kLog, "index: " << number);
+    KELO_LOG_TRACE(kLog, "m_shuffleCurIndex after step: " << m_shuffleCurIndex << ", index: " << number);
     return number;
 }
 
 void PlayListPlayLogic::setShuffleEnabled(bool enabled)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE(kLog, "enabled=" << enabled);
     shuffleEnabled = enabled;
     if (!currentPlayList)
@@ -110,6 +105,7 @@ void PlayListPlayLogic::setShuffleEnabled(bool enabled)
 
 void PlayListPlayLogic::debugShuffleItems()
 {
+    KELO_ASSERT_THREAD(this);
     if (!KeloLog::logger(kLog).isEnabledFor(log4cplus::TRACE_LOG_LEVEL))
         return;
     KELO_LOG_TRACE(kLog, "m_shuffleSeq.size(): " << m_shuffleSeq.size());

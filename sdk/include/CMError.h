@@ -1,7 +1,8 @@
 #pragma once
-// CMError: the error of a reply. JSON {"name", "message", "title"}.
-// The host maps some names to HTTP statuses (NotFound 404, BadRequest 400, Timeout 504); every other
-// name is an answer like any other.
+// CMError: the error of a reply. JSON {"name", "message", "title"}. The name says what went wrong:
+// NotFound (nothing handles the path), BadRequest (the request is malformed or refused), Timeout (no
+// answer came in time), NoAnswer (the request was dropped unanswered); a module may use names of its
+// own. Every name reaches the requester as it is.
 #include <QMetaType>
 #include <QString>
 #include <QVariant>

@@ -1,7 +1,7 @@
 #pragma once
 // The process's event fan-out: row changes (CMSubscribe), settings changes (the root) and the
-// player's state go in as contract-form JSON objects; every subscriber (an open events stream) takes
-// them out of its own bounded queue. Publishing never blocks on a subscriber: when a queue is full its
+// player's state go in as JSON objects (the events of docs/api.md); every subscriber (an open events
+// stream) takes them out of its own bounded queue. Publishing never blocks on a subscriber: when a queue is full its
 // oldest event is dropped and the subscriber is marked as having lost events. Thread-safe throughout:
 // any thread may publish, subscribe, and use a subscriber.
 #include <QVariantHash>
@@ -10,12 +10,19 @@
 class CMEventSubscriber
 {
 public:
+    // What next() found.
+    enum Next {
+        Event,     // *event holds the next event (when event is not null), taken from the queue
+        TimedOut,  // none came within the wait
+        Closed,    // the subscriber is closed; every later call answers Closed at once
+    };
+
     virtual ~CMEventSubscriber() = default;
-    // Waits up to timeoutMs (negative: without limit) for the next event. False on timeout or once closed.
-    virtual bool next(QVariantHash* event, int timeoutMs) = 0;
+    // Waits up to timeoutMs (negative: without limit) for the next event.
+    virtual Next next(QVariantHash* event, int timeoutMs) = 0;
     // How many events were dropped because the queue was full, since the last call (then reset to 0).
     virtual int takeDroppedCount() = 0;
-    // Wakes a waiting next() and makes it return false from now on.
+    // Drops the queued events and wakes a waiting next(), which answers Closed from now on.
     virtual void close() = 0;
 };
 

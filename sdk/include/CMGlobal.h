@@ -1,8 +1,8 @@
 #pragma once
-// Small framework helpers: the rows filter, assertions that stay in release builds, and the
-// connection routine that asserts every connection. Any thread. Loading the SDK registers its types
-// that travel in signals (CMPath, KeloValue, CMError, the records, the requests and CMVoidReply), so
-// they can be queued from the start.
+// Small framework helpers: the rows filter, assertions that stay in release builds, the thread check
+// and the connection routine that asserts every connection. Any thread. Loading the SDK registers its
+// types that travel in signals (CMPath, KeloValue, CMError, the records, the requests and
+// CMVoidReply), so they can be queued from the start.
 #include <QMetaMethod>
 #include <QObject>
 #include <QStringList>
@@ -17,6 +17,19 @@
         if (!(cond))                                                                           \
             qFatal("ASSERT failure: \"%s\" in %s (%s:%d)", text, Q_FUNC_INFO, __FILE__, __LINE__); \
     } while (0)
+
+// Ends the process when the calling thread is not the thread of the QObject object lives in: the
+// check behind every entry a header reserves for one thread ("worker's thread only"). On when
+// KELO_THREAD_CHECKS is defined, which the CMake option of that name (ON unless switched off) does
+// for kelo_sdk and everything built on it; off, it costs nothing.
+#ifdef KELO_THREAD_CHECKS
+#define KELO_ASSERT_THREAD(object) \
+    KELO_ASSERT((object)->thread() == QThread::currentThread(), "called outside the thread of " #object)
+#else
+#define KELO_ASSERT_THREAD(object) \
+    do {                           \
+    } while (0)
+#endif
 
 namespace CMGlobal {
 // A row of a rows reply: the roles, only with the keys in roleNames when that list is not empty.

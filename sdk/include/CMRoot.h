@@ -6,6 +6,8 @@
 // operation may be called from any thread. Create and destroy it in that thread, after the workers'
 // threads have ended or before they start.
 #include <QHash>
+#include <QList>
+#include <QPair>
 #include <mutex>
 #include <shared_mutex>
 
@@ -16,9 +18,15 @@ class CMRootWorker : public CMAbstractWorker
 {
     Q_OBJECT
 public:
+    // Settings paths with their values, in order.
+    using Settings = QList<QPair<CMPath, KeloValue>>;
+
     // settingsFile: JSON object {"<path>": <KeloValue>} read now and written after each change;
-    // empty: settings live in memory only. The contract's defaults apply to paths not in the file.
-    explicit CMRootWorker(const QString& settingsFile = QString(), QObject* parent = nullptr);
+    // empty: settings live in memory only. defaults: the values of the paths the file does not hold,
+    // given by whoever runs the device (the host); each fixes the type its path takes. Without
+    // defaults a path holds nothing until it is set.
+    explicit CMRootWorker(const QString& settingsFile = QString(), const Settings& defaults = Settings(),
+                          QObject* parent = nullptr);
     ~CMRootWorker() override;
 
     QStringList prefixes() const override;

@@ -9,6 +9,7 @@
 #include <QObject>
 #include <QStringList>
 #include <QVariant>
+#include <functional>
 
 #include "CMNodes.h"
 #include "CMReply.h"
@@ -42,6 +43,12 @@ public:
     // Sends a set-data request to the worker that owns path. From that worker's own thread it is
     // handled at once, inside this call; from any other thread it is queued and handled later.
     void invoke(const CMPath& path, const QVariant& value, const CMVoidReply& reply = CMVoidReply()) const;
+    // Hands request on to path (a menu entry that runs a command): sends a set-data with value, like
+    // invoke, whose answer becomes request's answer. answerOf, when given, turns a successful answer
+    // into the one request gets; an error goes on as it is. The caller may drop request at once:
+    // request is answered NoAnswer only when the forwarded request is dropped unanswered. Any thread.
+    void forward(const CMSetDataRequest& request, const CMPath& path, const QVariant& value,
+                 const std::function<QVariant(const QVariant&)>& answerOf = {}) const;
 
 protected:
     // This worker's row-change publisher. Valid for the life of the process, so objects that outlive

@@ -1,6 +1,6 @@
 #pragma once
 // KeloHash: the base of every SDK record. A record is a string-to-variant hash whose keys are the
-// record's JSON keys, so every record converts to and from the host contract's JSON form as it is.
+// record's JSON keys, so every record converts to and from its JSON form (docs/api.md) as it is.
 // Records are plain values: copy them freely, use them from any thread (no sharing between copies).
 #include <QHash>
 #include <QJsonObject>

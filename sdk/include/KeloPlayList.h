@@ -1,6 +1,6 @@
 #pragma once
 // The playlist records of the SDK: one playlist entry (KeloPlayListItem) and the argument records of
-// the playlist and collection commands. Keys as in the host contract. Accessors never fail: a missing
+// the playlist and collection commands. Keys as in docs/api.md. Accessors never fail: a missing
 // key or a value of the wrong type gives the fallback named beside it (ids: -1, texts: empty,
 // lists: empty, modes: KeloEnum::Invalid for a text that names no mode).
 #include <QList>

@@ -1,5 +1,5 @@
 #pragma once
-// Role maps and the records built on them. JSON keys as in the host contract.
+// Role maps and the records built on them. JSON keys as in docs/api.md.
 #include <QList>
 #include <QStringList>
 

@@ -9,6 +9,7 @@
 // StreamerPlayLogic runs in the worker's thread, one after another.
 #include <QVariantHash>
 
+#include "CMGlobal.h"
 #include "CMNode.h"
 #include "CMNodes.h"
 #include "CMReply.h"
@@ -64,14 +65,26 @@ class PlayLogicBase : public CMNode
 public:
     explicit PlayLogicBase(const CMPath& path, QObject* parent = nullptr);
 
-    KeloPlayLogicData data() const { return m_data; }
+    KeloPlayLogicData data() const
+    {
+        KELO_ASSERT_THREAD(this);
+        return m_data;
+    }
     // Stores the data and sends it to the player, which shows it as its state.
     void setData(const KeloPlayLogicData& data);
-    KeloPlayerPlayMode::Enum playMode() const { return m_data.playMode(); }
+    KeloPlayerPlayMode::Enum playMode() const
+    {
+        KELO_ASSERT_THREAD(this);
+        return m_data.playMode();
+    }
     // setData with the play mode changed.
     void setPlayMode(KeloPlayerPlayMode::Enum mode);
     // The play time (ms) of the playing track as the player reported it with its latest call.
-    qint64 playTime() const { return m_playTime; }
+    qint64 playTime() const
+    {
+        KELO_ASSERT_THREAD(this);
+        return m_playTime;
+    }
 
 protected:
     void setPlayTime(qint64 ms) { m_playTime = ms; }

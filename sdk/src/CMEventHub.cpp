@@ -15,7 +15,7 @@ class Queue : public CMEventSubscriber
 public:
     explicit Queue(int limit) : m_limit(std::max(1, limit)) {}
 
-    bool next(QVariantHash* event, int timeoutMs) override
+    Next next(QVariantHash* event, int timeoutMs) override
     {
         std::unique_lock<std::mutex> locker(m_mutex);
         const auto ready = [this]() { return !m_events.empty() || m_closed; };
@@ -23,12 +23,14 @@ public:
             m_condition.wait(locker, ready);
         else
             m_condition.wait_for(locker, std::chrono::milliseconds(timeoutMs), ready);
-        if (m_closed || m_events.empty())
-            return false;
+        if (m_closed)
+            return Closed;
+        if (m_events.empty())
+            return TimedOut;
         if (event)
             *event = m_events.front();
         m_events.pop_front();
-        return true;
+        return Event;
     }
 
     int takeDroppedCount() override

@@ -22,6 +22,7 @@ CMNode::~CMNode()
 
 void CMNode::setNodes(CMNodes* nodes)
 {
+    KELO_ASSERT_THREAD(this);
     if (m_nodes && m_nodes != nodes)
         m_nodes->unregisterNode(this);
     m_nodes = nodes;
@@ -32,22 +33,26 @@ void CMNode::setNodes(CMNodes* nodes)
 // The path must be free before this call returns: the caller may register a successor at once.
 void CMNode::deleteLater()
 {
+    KELO_ASSERT_THREAD(this);
     setNodes(nullptr);
     QObject::deleteLater();
 }
 
 bool CMNode::getRowsRequest(const CMGetRowsRequest&)
 {
+    KELO_ASSERT_THREAD(this);
     return false;
 }
 
 bool CMNode::setDataRequest(const CMSetDataRequest&)
 {
+    KELO_ASSERT_THREAD(this);
     return false;
 }
 
 bool CMNode::getDataRequest(const CMGetDataRequest&)
 {
+    KELO_ASSERT_THREAD(this);
     return false;
 }
 
@@ -55,6 +60,7 @@ CMUINode::CMUINode(const CMPath& path, QObject* parent) : CMNode(path, parent) {
 
 KeloRoles CMUINode::getDataRoles(const QStringList& roleNames, const QList<QPair<QString, QString>>& parameters) const
 {
+    KELO_ASSERT_THREAD(this);
     KeloRoles roles = m_roles;
     if (!m_title.isEmpty())
         roles.setTitle(m_title);
@@ -69,6 +75,7 @@ KeloRoles CMUINode::getDataRoles(const QStringList& roleNames, const QList<QPair
 
 bool CMUINode::getDataRequest(const CMGetDataRequest& request)
 {
+    KELO_ASSERT_THREAD(this);
     const QStringList roleNames = request.roleNames();
     const KeloRoles roles = getDataRoles(roleNames, request.path().parameters());
     if (roleNames.isEmpty()) {
@@ -88,6 +95,7 @@ CMContainerNode::CMContainerNode(const CMPath& path, QObject* parent) : CMUINode
 KeloRoles CMContainerNode::getDataRoles(const QStringList& roleNames,
                                         const QList<QPair<QString, QString>>& parameters) const
 {
+    KELO_ASSERT_THREAD(this);
     KeloRoles roles = CMUINode::getDataRoles({}, parameters);
     roles.setType(KeloRolesType::Container);
     roles.setContainerType(m_containerType);

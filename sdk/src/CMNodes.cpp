@@ -1,5 +1,6 @@
 #include "CMNodes.h"
 
+#include "CMGlobal.h"
 #include "CMNode.h"
 #include "KeloLog.h"
 
@@ -7,6 +8,7 @@ CMNodes::CMNodes(QObject* parent) : QObject(parent) {}
 
 void CMNodes::registerNode(CMNode* node)
 {
+    KELO_ASSERT_THREAD(this);
     if (!node)
         return;
     const QString key = node->path().base().toEncoded();
@@ -18,6 +20,7 @@ void CMNodes::registerNode(CMNode* node)
 
 void CMNodes::unregisterNode(CMNode* node)
 {
+    KELO_ASSERT_THREAD(this);
     if (!node)
         return;
     const auto it = m_nodes.constFind(node->path().base().toEncoded());
@@ -27,5 +30,6 @@ void CMNodes::unregisterNode(CMNode* node)
 
 CMNode* CMNodes::find(const CMPath& path) const
 {
+    KELO_ASSERT_THREAD(this);
     return m_nodes.value(path.base().toEncoded(), nullptr);
 }

@@ -4,7 +4,6 @@
 #include <atomic>
 
 #include "KeloLog.h"
-#include "KeloPaths.h"
 
 namespace {
 std::atomic<CMRootWorker*> g_root{nullptr};
@@ -14,18 +13,12 @@ QString keyOf(const CMPath& path)
     return path.base().toEncoded();
 }
 
-QHash<QString, KeloValue> defaultSettings()
+QHash<QString, KeloValue> byKey(const CMRootWorker::Settings& settings)
 {
-    KeloValue target;
-    target.setPowerTarget(KeloPowerManagerTarget(KeloPowerManagerTarget::Online));
-    return {
-        {keyOf(KeloPlayListsSettingsDataBaseItemsLimitPath()), KeloValue::fromI32(10000)},
-        {keyOf(KeloPlayListSettingsDataBaseVacuumPath()), KeloValue::fromBool(false)},
-        {keyOf(KeloPlayListSettingsDataBaseRecoveredPath()), KeloValue::fromString(QString())},
-        {keyOf(KeloPlayListSettingsPlayqueueVisibilityPath()), KeloValue::fromBool(true)},
-        {keyOf(KeloPlayListSettingsCollectionsVisibilityPath()), KeloValue::fromBool(true)},
-        {keyOf(KeloPowerManagerTargetPath()), target},
-    };
+    QHash<QString, KeloValue> result;
+    for (const auto& setting : settings)
+        result.insert(keyOf(setting.first), setting.second);
+    return result;
 }
 
 template <class Request>
@@ -48,8 +41,8 @@ CMRootWorker* CMRoot()
     return g_root.load();
 }
 
-CMRootWorker::CMRootWorker(const QString& settingsFile, QObject* parent)
-    : CMAbstractWorker({}, QStringLiteral("Root"), parent), m_settings(defaultSettings()), m_settingsFile(settingsFile)
+CMRootWorker::CMRootWorker(const QString& settingsFile, const Settings& defaults, QObject* parent)
+    : CMAbstractWorker({}, QStringLiteral("Root"), parent), m_settings(byKey(defaults)), m_settingsFile(settingsFile)
 {
     loadSettings();
     addWorker(this);

@@ -74,6 +74,29 @@ void CMAbstractWorker::invoke(const CMPath& path, const QVariant& value, const C
     reply.setError(CMError(CMError::NotFoundName(), KELO_TR("Nothing handles the path %1.").arg(path.toEncoded())));
 }
 
+void CMAbstractWorker::forward(const CMSetDataRequest& request, const CMPath& path, const QVariant& value,
+                              const std::function<QVariant(const QVariant&)>& answerOf) const
+{
+    if (!answerOf) {
+        // Both requests share the reply, which counts them: dropping request leaves it unanswered.
+        invoke(path, value, request.reply());
+        return;
+    }
+    // The connection holds request until the forwarded reply, and with it the connection, is gone.
+    const CMVoidReply answer;
+    CMReplyAbstractData* data = answer.data();
+    QObject::connect(
+        data, &CMReplyAbstractData::finished, data,
+        [data, request, answerOf]() {
+            if (data->hasError())
+                request.reply().setError(data->error());
+            else
+                request.reply().setValue(answerOf(data->value()));
+        },
+        Qt::DirectConnection);
+    invoke(path, value, answer);
+}
+
 CMNodesWorker::CMNodesWorker(const QHash<QString, QVariant>& config, const QString& name, QObject* parent)
     : CMAbstractWorker(config, name, parent), m_nodes(new CMNodes(this))
 {

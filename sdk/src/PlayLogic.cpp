@@ -1,5 +1,6 @@
 #include "PlayLogic.h"
 
+#include "CMGlobal.h"
 #include "CMNodes.h"
 #include "CMRoot.h"
 #include "KeloJson.h"
@@ -18,12 +19,14 @@ PlayLogicBase::PlayLogicBase(const CMPath& path, QObject* parent) : CMNode(path,
 
 void PlayLogicBase::setData(const KeloPlayLogicData& data)
 {
+    KELO_ASSERT_THREAD(this);
     m_data = data;
     sendToPlayer(PlayLogicWire::Data(), {{PlayLogicWire::Data(), data.toVariant()}});
 }
 
 void PlayLogicBase::setPlayMode(KeloPlayerPlayMode::Enum mode)
 {
+    KELO_ASSERT_THREAD(this);
     KeloPlayLogicData data = m_data;
     data.setPlayMode(mode);
     setData(data);
@@ -50,6 +53,7 @@ StreamerPlayLogic::StreamerPlayLogic(CMNodes* nodes, const CMPath& path, QObject
 
 bool StreamerPlayLogic::setDataRequest(const CMSetDataRequest& request)
 {
+    KELO_ASSERT_THREAD(this);
     const QVariantHash value = request.value().toHash();
     const QString call = value.value(PlayLogicWire::Call()).toString();
     if (value.contains(PlayLogicWire::PlayTime()))
@@ -86,6 +90,7 @@ bool StreamerPlayLogic::dispatch(const QString& call, const CMSetDataRequest& re
 
 KeloPlayLogicPlayModesSupported StreamerPlayLogic::playModesSupported() const
 {
+    KELO_ASSERT_THREAD(this);
     return KeloPlayLogicPlayModesSupported();
 }
 

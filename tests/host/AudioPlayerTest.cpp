@@ -138,7 +138,7 @@ struct Sample
 QList<QPair<QString, qint64>> trackChanges(CMEventSubscriber* events)
 {
     QList<QPair<QString, qint64>> changes;
-    for (QVariantHash event; events->next(&event, 0);) {
+    for (QVariantHash event; events->next(&event, 0) == CMEventSubscriber::Event;) {
         const QVariantHash value = event.value("value").toHash();
         const QString title = value.value("trackRoles").toHash().value("title").toString();
         if (event.value("path") != "player:state" || title.isEmpty() || value.value("state") == "stopped")
@@ -323,7 +323,7 @@ TEST_F(AudioPlayer, BrokenMissingAndUnreachableMediaAreReportedAtOnceAndSkipped)
     play(tracks);
     const QList<Sample> samples = watch([](const Sample& s) { return s.title == "C" && s.state == "stopped"; });
     QStringList shown;  // what the page is told failed
-    for (QVariantHash event; events->next(&event, 0);) {
+    for (QVariantHash event; events->next(&event, 0) == CMEventSubscriber::Event;) {
         const QVariantHash error = event.value("value").toHash().value("error").toHash();
         if (event.value("path") == "player:state" && !error.isEmpty())
             shown << error.value("title").toString();

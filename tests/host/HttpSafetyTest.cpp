@@ -233,6 +233,20 @@ TEST_F(HttpSafety, BodiesAreBoundedHoweverFramedAndAmbiguousFramingIsRefused)
     QVariantHash answer;
     EXPECT_EQ(m_host.post("/api/setData", jsonText(longName), &answer), 400);
     EXPECT_TRUE(answer.value("error").toHash().value("message").toString().contains("16384"));
+
+    // Small values cost far more decoded than as text: their number is bounded before decoding. Commas
+    // and brackets inside strings are text, not values.
+    std::string many = R"({"path": "settings:playlists/dbItemsLimit", "value": )" + jsonText(i32Value(7))
+                       + R"(, "padding": [)";
+    for (int i = 0; i < 600000; ++i)
+        many += "{},";
+    many += "{}]}";
+    EXPECT_EQ(m_host.post("/api/setData", many, &answer), 400);
+    EXPECT_TRUE(answer.value("error").toHash().value("message").toString().contains("600000 JSON values"));
+    const std::string commas = R"({"path": "settings:playlists/dbItemsLimit", "value": )" + jsonText(i32Value(8))
+                               + R"(, "note": ")" + std::string(300000, ',') + "\"}";
+    EXPECT_EQ(m_host.post("/api/setData", commas, &answer), 400);  // refused for its long text, not its commas
+    EXPECT_TRUE(answer.value("error").toHash().value("message").toString().contains("16384"));
     EXPECT_EQ(limit(), 10000);
 }
 

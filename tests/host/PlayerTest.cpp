@@ -139,7 +139,7 @@ TEST_F(PlayerWithScriptedLogic, AsksOnceTenSecondsBeforeTheEndAndTakesOnlyAnswer
     EXPECT_EQ(started.value(PlayLogicWire::NewRoles()).toHash().value("title"), "second");
     EXPECT_EQ(logic->calls(PlayLogicWire::PrepareNextMedia()).size(), 1);
     QStringList published;
-    for (QVariantHash event; events->next(&event, 0);) {
+    for (QVariantHash event; events->next(&event, 0) == CMEventSubscriber::Event;) {
         const QVariantHash shown = event.value("value").toHash();
         if (event.value("path") == "player:state" && shown.value("state") == "playing")
             published << shown.value("trackRoles").toHash().value("title").toString();

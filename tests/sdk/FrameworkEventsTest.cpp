@@ -15,7 +15,7 @@ QList<int> drain(CMEventSubscriber& subscriber)
 {
     QList<int> numbers;
     QVariantHash event;
-    while (subscriber.next(&event, 0))
+    while (subscriber.next(&event, 0) == CMEventSubscriber::Event)
         numbers << event.value(QStringLiteral("n")).toInt();
     return numbers;
 }
@@ -46,17 +46,18 @@ TEST(FrameworkEventHub, ASubscriberLeavesWithItsLastPointer)
     EXPECT_EQ(hub.subscriberCount(), before);
 }
 
-TEST(FrameworkEventHub, ClosingWakesAWaitingReaderForGood)
+TEST(FrameworkEventHub, AQuietSubscriberTimesOutAndAClosedOneIsWokenForGood)
 {
     const auto subscriber = CMEventHub::instance().subscribe();
-    bool received = true;
-    std::thread reader([&]() { received = subscriber->next(nullptr, -1); });
+    EXPECT_EQ(subscriber->next(nullptr, 0), CMEventSubscriber::TimedOut);
+    CMEventSubscriber::Next woken = CMEventSubscriber::Event;
+    std::thread reader([&]() { woken = subscriber->next(nullptr, -1); });
     CMEventHub::instance().closeAll();
     reader.join();
 
-    EXPECT_FALSE(received);
+    EXPECT_EQ(woken, CMEventSubscriber::Closed);
     CMEventHub::instance().publish(numbered(1));
-    EXPECT_FALSE(subscriber->next(nullptr, 0));
+    EXPECT_EQ(subscriber->next(nullptr, 1000), CMEventSubscriber::Closed);
 }
 
 TEST(FrameworkSubscribe, RowChangesArePublishedInTheirContractForm)
@@ -67,14 +68,14 @@ TEST(FrameworkSubscribe, RowChangesArePublishedInTheirContractForm)
     subscribe.changedStartingWith(CMPath("playlists:"), CMSubscribe::RowsChangeReset(), -1, -1);
 
     QVariantHash rows;
-    ASSERT_TRUE(subscriber->next(&rows, 0));
+    ASSERT_EQ(subscriber->next(&rows, 0), CMEventSubscriber::Event);
     EXPECT_EQ(rows, QVariantHash({{QStringLiteral("path"), QStringLiteral("playlists:pl/getitems/5")},
                                   {QStringLiteral("change"), QStringLiteral("rows")},
                                   {QStringLiteral("rows"), QVariantList{QStringLiteral("+4"), QStringLiteral("-2")}},
                                   {QStringLiteral("from"), 0},
                                   {QStringLiteral("to"), -1}}));
     QVariantHash reset;
-    ASSERT_TRUE(subscriber->next(&reset, 0));
+    ASSERT_EQ(subscriber->next(&reset, 0), CMEventSubscriber::Event);
     EXPECT_EQ(reset.value(QStringLiteral("change")).toString(), QStringLiteral("reset"));
     EXPECT_FALSE(reset.contains(QStringLiteral("rows")));
 }

@@ -1,7 +1,9 @@
-// The rows filter and the connection routine.
+// The rows filter, the connection routine and the thread check.
 #include <QThread>
+#include <thread>
 
 #include "CMGlobal.h"
+#include "CMNodes.h"
 #include "CMRoot.h"
 #include "FrameworkTestSupport.h"
 
@@ -55,6 +57,17 @@ TEST(FrameworkGlobalDeathTest, ConnectingAnUnqueueableSignalAcrossThreadsEndsThe
             CMGlobal::connect(&sender, &Sender::sentUnqueueable, &receiver, &QObject::deleteLater);
         },
         "verifyConnectionSignalParameters");
+}
+
+TEST(FrameworkGlobalDeathTest, AnEntryForOneThreadEndsTheProcessWhenCalledFromAnother)
+{
+#ifndef KELO_THREAD_CHECKS
+    GTEST_SKIP() << "built with KELO_THREAD_CHECKS off";
+#endif
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    CMNodes nodes;
+    EXPECT_EQ(nodes.find(CMPath("probe:x")), nullptr) << "its own thread may use it";
+    EXPECT_DEATH(std::thread([&]() { nodes.find(CMPath("probe:x")); }).join(), "called outside the thread of this");
 }
 
 #include "FrameworkGlobalTest.moc"

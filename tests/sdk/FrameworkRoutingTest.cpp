@@ -113,3 +113,29 @@ TEST_F(FrameworkRouting, ARequestQueuedToAWorkerDestroyedBeforeHandlingIsAnswere
     EXPECT_EQ(reply.error().Name(), CMError::NoAnswerName());
     EXPECT_EQ(root->workerFor(CMPath("probe:do")), nullptr);
 }
+
+TEST_F(FrameworkRouting, AForwardedRequestIsAnsweredByWhatItWasForwardedTo)
+{
+    QList<CMSetDataRequest> held;
+    probe->onSetData = [&](const CMSetDataRequest& request) {
+        held.append(request);
+        return true;
+    };
+    const auto doubled = [](const QVariant& answer) { return answer.toInt() * 2; };
+    const CMVoidReply plain;
+    const CMVoidReply turned;
+    const CMVoidReply dropped;
+    probe->forward(CMSetDataRequest(CMPath("probe:menu"), 0, plain), CMPath("probe:do"), 1);
+    probe->forward(CMSetDataRequest(CMPath("probe:menu"), 0, turned), CMPath("probe:do"), 2, doubled);
+    probe->forward(CMSetDataRequest(CMPath("probe:menu"), 0, dropped), CMPath("probe:do"), 3, doubled);
+    ASSERT_EQ(held.size(), 3);
+    EXPECT_FALSE(plain.isFinished() || turned.isFinished() || dropped.isFinished())
+        << "the menu's requests are gone, but what they were forwarded to has not answered";
+
+    held.at(0).reply().setValue(21);
+    held.at(1).reply().setValue(21);
+    held.removeLast();
+    EXPECT_EQ(plain.variant(), 21);
+    EXPECT_EQ(turned.variant(), 42);
+    EXPECT_EQ(dropped.error().Name(), CMError::NoAnswerName());
+}

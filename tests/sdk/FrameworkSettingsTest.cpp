@@ -28,12 +28,6 @@ protected:
         restart();
     }
 
-    void restart()
-    {
-        root.reset();
-        root = std::make_unique<CMRootWorker>(settingsFile());
-    }
-
     CMVoidReply set(const CMPath& path, const QVariant& value)
     {
         const CMVoidReply reply;
@@ -153,7 +147,7 @@ TEST_F(FrameworkSettings, AChangeIsPublishedAsAValueEvent)
     set(KeloPlayListSettingsDataBaseVacuumPath(), KeloValue::fromBool(true).toVariant());
 
     QVariantHash event;
-    ASSERT_TRUE(subscriber->next(&event, 0));
+    ASSERT_EQ(subscriber->next(&event, 0), CMEventSubscriber::Event);
     EXPECT_EQ(event, QVariantHash({{QStringLiteral("path"), QStringLiteral("settings:playlists/dbVacuum")},
                                    {QStringLiteral("change"), QStringLiteral("value")},
                                    {QStringLiteral("value"), KeloValue::fromBool(true).toVariant()}}));

@@ -11,6 +11,7 @@
 
 #include "CMRoot.h"
 #include "CMWorker.h"
+#include "KeloPaths.h"
 
 namespace FrameworkTest {
 
@@ -51,13 +52,31 @@ inline bool answerWithThread(const CMSetDataRequest& request)
     return true;
 }
 
+// Defaults as a host hands them to the root: some of the device's settings.
+inline CMRootWorker::Settings someDefaults()
+{
+    KeloValue online;
+    online.setPowerTarget(KeloPowerManagerTarget(KeloPowerManagerTarget::Online));
+    return {
+        {KeloPlayListsSettingsDataBaseItemsLimitPath(), KeloValue::fromI32(10000)},
+        {KeloPlayListSettingsDataBaseVacuumPath(), KeloValue::fromBool(false)},
+        {KeloPlayListSettingsPlayqueueVisibilityPath(), KeloValue::fromBool(true)},
+        {KeloPowerManagerTargetPath(), online},
+    };
+}
+
 class RootTest : public testing::Test
 {
 protected:
     void SetUp() override
     {
         ASSERT_TRUE(dir.isValid());
-        root = std::make_unique<CMRootWorker>(settingsFile());
+        restart();
+    }
+    void restart()
+    {
+        root.reset();
+        root = std::make_unique<CMRootWorker>(settingsFile(), someDefaults());
     }
     QString settingsFile() const { return dir.filePath(QStringLiteral("settings/settings.json")); }
 

@@ -66,19 +66,8 @@ describe('find in a list', () => {
 
   test('a list longer than one read finds in all of it, and entries added while it is open are found too', async () => {
     const plid = await host.createPlaylist('Long find');
-    const { tracks } = await host.mediaTracks(1);
-    const base = tracks[0];
-    const entry = (title) => {
-      const roles = { ...base, title };
-      delete roles.path;
-      delete roles.id;
-      return { title, artist: base.artist ?? '', album: base.album ?? '', durationSeconds: 1, url: base.mediaData.resources[0].uri, serviceId: '', keloRoles: JSON.stringify(roles) };
-    };
     const titles = Array.from({ length: 2300 }, (_, i) => (i === 40 || i === 2250 ? `Needle ${i}` : `Hay ${i}`));
-    for (let from = 0; from < titles.length; from += 1000) {
-      const answer = await host.set('playlists:pl/addexternalitems', { plid, items: titles.slice(from, from + 1000).map(entry), mode: 2 });
-      assert.ok(!answer.error, answer.error?.message);
-    }
+    await host.addTitled(plid, titles);
     const page = await browser.page(host.url);
     await row(page, 'playlists', 'Long find').click();
     await page.locator('#pane-playlists .view-title', { hasText: 'Long find' }).waitFor();
@@ -90,8 +79,7 @@ describe('find in a list', () => {
     await until(async () => (await count.textContent()) === '1 of 2', { message: 'both needles counted' });
     assert.equal(await focusedIndex(page), 40);
 
-    const added = await host.set('playlists:pl/addexternalitems', { plid, items: [entry('Needle new')], mode: 2 });
-    assert.ok(!added.error, added.error?.message);
+    await host.addTitled(plid, ['Needle new']);
     await until(async () => (await count.textContent()) === '1 of 3', { message: 'the added entry is counted' });
     await input.press('Shift+Enter');
     await until(async () => (await focusedIndex(page)) === 2300, { message: 'the added entry is a match' });

@@ -1,4 +1,4 @@
-// The module's command paths (the host contract's path table) and the records they take.
+// The module's command paths (the table in docs/api.md) and the records they take.
 // Browse rows and menus send most commands themselves; the page sends these directly
 // only where a person edits several tracks at once or where an undo reverses a change.
 import { setData, getRows } from './api.js';

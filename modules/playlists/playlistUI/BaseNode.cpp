@@ -10,12 +10,11 @@
 #include "ReplyTimeout.h"
 
 namespace {
+// Shown unless a setting hides it: without a settings tree, or while the setting is unset, it shows.
 bool readVisibility(const CMPath& setting)
 {
-    // Without a settings tree the contract's default (visible) holds.
-    if (!CMRoot())
-        return true;
-    return KeloValue(KeloHash(CMRoot()->getValue(setting).toHash())).bool_();
+    const QVariant value = CMRoot() ? CMRoot()->getValue(setting) : QVariant();
+    return !value.isValid() || KeloValue(KeloHash(value.toHash())).bool_();
 }
 }  // namespace
 
@@ -55,6 +54,7 @@ bool plainInQuery(const QString& text)
 
 CMPath trackContextPath(int plid)
 {
+    KELO_ASSERT_THREAD(this);
     CMPath path = KeloPlayListPlTrackContextPath();
     path.addParameter(QStringLiteral("action"), QStringLiteral("cmnode"));
     path.addParameter(QStringLiteral("plid"), BaseNode::toStr(plid));
@@ -198,38 +198,14 @@ KeloMediaData BaseNode::playLogicMediaData()
     return mediaData;
 }
 
-void BaseNode::sendCommand(const CMPath& command, const KeloHash& args, const CMSetDataRequest& request)
-{
-    sendCommand(command, args, request, request.reply());
-}
-
 void BaseNode::sendCommand(const CMPath& command, const KeloHash& args, const CMSetDataRequest& request,
-                           const CMVoidReply& reply)
+                           const std::function<QVariant(const QVariant&)>& answerOf)
 {
     KELO_LOG_TRACE("PlayLists", "command: " << command.toEncoded() << " args: " << args.hash());
-    CMRoot()->invoke(command, args.toVariant(), reply);
-    keepUntilAnswered(request);
-}
-
-void BaseNode::keepUntilAnswered(const CMSetDataRequest& request)
-{
-    CMReplyAbstractData* data = request.reply().data();
-    if (data->isFinished())
-        return;
-    unanswered.insert(data, request);
-    connect(data, &CMReplyAbstractData::finished, this, [this, data]() { unanswered.remove(data); });
-    // It may have been finished in another thread before the connection was made.
-    if (data->isFinished())
-        unanswered.remove(data);
-    // A command that never answers does not hold the request for ever.
-    QTimer::singleShot(ReplyTimeout::ms, this, [this, data]() {
-        const auto it = unanswered.constFind(data);
-        if (it == unanswered.constEnd())
-            return;
-        const CMSetDataRequest held = it.value();
-        unanswered.erase(it);
-        ReplyTimeout::answer(held.reply());
-    });
+    CMRoot()->forward(request, command, args.toVariant(), answerOf);
+    const CMVoidReply reply = request.reply();
+    if (!reply.isFinished())
+        QTimer::singleShot(ReplyTimeout::ms, this, [reply]() { ReplyTimeout::answer(reply); });
 }
 
 QString BaseNode::valueString(const CMSetDataRequest& request)

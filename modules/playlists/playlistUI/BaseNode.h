@@ -3,12 +3,12 @@
 // through sendRowsReply) and turns set-data requests on its menu entries into one command each, sent
 // to the worker that owns the command path. Nodes are created, registered and retired by PlayListUI
 // and its watchers; they live in the worker's thread and are used only from it.
-#include <QHash>
 #include <QList>
 #include <QPair>
 #include <QString>
 #include <QStringList>
 #include <QVariantList>
+#include <functional>
 
 #include "CMNode.h"
 #include "CMNodes.h"
@@ -90,25 +90,15 @@ protected:
     static KeloRoles playlistRow(int uid, const QString& name, bool playable);
     static KeloMediaData playLogicMediaData();
 
-    // Sends one command with its argument record to the worker that owns command; the command answers
-    // request itself.
-    void sendCommand(const CMPath& command, const KeloHash& args, const CMSetDataRequest& request);
-    // Sends one command whose answer goes to reply (which must answer request in the end).
+    // Forwards request to command with its argument record (CMAbstractWorker::forward): the command's
+    // answer, passed through answerOf when given, answers request. A command that has not answered
+    // within ReplyTimeout::ms leaves request answered Timeout (while this node lives).
     void sendCommand(const CMPath& command, const KeloHash& args, const CMSetDataRequest& request,
-                     const CMVoidReply& reply);
+                     const std::function<QVariant(const QVariant&)>& answerOf = {});
     // The request's value as a name: its text when it holds one, else empty.
     static QString valueString(const CMSetDataRequest& request);
 
     PlayListManager* manager;
     bool playqueueVisible;
     bool collectionsVisible;
-
-private:
-    // A request whose last copy goes unanswered is answered NoAnswer by the framework, even while a
-    // command that shares its reply is still working (an add waits for its prepare requests). So the
-    // request is held until its reply is finished, or for ReplyTimeout::ms: then it is answered
-    // Timeout and let go.
-    void keepUntilAnswered(const CMSetDataRequest& request);
-
-    QHash<CMReplyAbstractData*, CMSetDataRequest> unanswered;
 };

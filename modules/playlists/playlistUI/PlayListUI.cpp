@@ -89,6 +89,7 @@ void PlayListUI::reset(const CMPath& path)
 
 void PlayListUI::on_playlist_create(const int& uid)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "uid: " << uid);
     watch(manager->getPlayListByUid(uid));
     reset(KeloPlayListsRootPath());
@@ -98,6 +99,7 @@ void PlayListUI::on_playlist_create(const int& uid)
 
 void PlayListUI::on_playlist_delete(const int& uid)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "uid: " << uid);
     // The play queue is never deleted; its watcher stays for the module's lifetime.
     if (uid != 0) {
@@ -112,6 +114,7 @@ void PlayListUI::on_playlist_delete(const int& uid)
 
 void PlayListUI::on_collection_create(int uid)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "uid: " << uid);
     watchCollection(uid);
     reset(KeloPlayListsRootPath());
@@ -120,6 +123,7 @@ void PlayListUI::on_collection_create(int uid)
 
 void PlayListUI::on_collection_delete(int uid)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "uid: " << uid);
     reset(KeloPlayListsRootPath());
     reset(KeloPlayListClAddtoCollectionPath());
@@ -127,12 +131,14 @@ void PlayListUI::on_collection_delete(int uid)
 
 void PlayListUI::on_collection_changed()
 {
+    KELO_ASSERT_THREAD(this);
     reset(KeloPlayListClGetItemsPath());
 }
 
 // The name shows in the root list, in the collection's own view, in the add-to list and in its menu's title.
 void PlayListUI::on_collection_nameChanged(const QString&)
 {
+    KELO_ASSERT_THREAD(this);
     reset(KeloPlayListsRootPath());
     reset(KeloPlayListClGetItemsPath());
     reset(KeloPlayListClAddtoCollectionPath());

@@ -24,6 +24,7 @@ PlayListWatcher::~PlayListWatcher()
 
 void PlayListWatcher::closeViews()
 {
+    KELO_ASSERT_THREAD(this);
     if (closed)
         return;
     closed = true;
@@ -40,11 +41,13 @@ CMPath PlayListWatcher::itemsPath(int uid)
 
 void PlayListWatcher::restartPlayListView(int uid)
 {
+    KELO_ASSERT_THREAD(this);
     subscribe->changedStartingWith(itemsPath(uid), CMSubscribe::RowsChangeReset(), -1, -1);
 }
 
 void PlayListWatcher::on_items_added(const QString&, int firstSeqIndex, int count)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "firstSeqIndex: " << firstSeqIndex << " count: " << count);
     QStringList changes;
     for (int seq = firstSeqIndex; seq < firstSeqIndex + count; ++seq)
@@ -56,12 +59,14 @@ void PlayListWatcher::on_items_added(const QString&, int firstSeqIndex, int coun
 
 void PlayListWatcher::on_items_removed(const QList<int>&, int)
 {
+    KELO_ASSERT_THREAD(this);
     // Removals are never sent row by row: the whole view reloads.
     restartPlayListView(uid);
 }
 
 void PlayListWatcher::on_items_moved(int, int)
 {
+    KELO_ASSERT_THREAD(this);
     restartPlayListView(uid);
     // Open track menus show positions that the move changed.
     subscribe->changedStartingWith(KeloPlayListPlTrackContextPath(), CMSubscribe::RowsChangeReset(), -1, -1);
@@ -69,11 +74,13 @@ void PlayListWatcher::on_items_moved(int, int)
 
 void PlayListWatcher::on_items_cleared()
 {
+    KELO_ASSERT_THREAD(this);
     restartPlayListView(uid);
 }
 
 void PlayListWatcher::on_playlist_changed(bool)
 {
+    KELO_ASSERT_THREAD(this);
     // The menus show the current shuffle and repeat state.
     const CMPath menu = uid == 0 ? KeloPlayListPqContextPath() : KeloPlayListPlContextPath();
     subscribe->changedStartingWith(menu, CMSubscribe::RowsChangeReset(), -1, -1);
@@ -81,6 +88,7 @@ void PlayListWatcher::on_playlist_changed(bool)
 
 void PlayListWatcher::on_playlistName_changed(const QString&)
 {
+    KELO_ASSERT_THREAD(this);
     subscribe->changedStartingWith(KeloPlayListsRootPath(), CMSubscribe::RowsChangeReset(), -1, -1);
     subscribe->changedStartingWith(KeloPlayListPlContextPath(), CMSubscribe::RowsChangeReset(), -1, -1);
 }

@@ -46,6 +46,8 @@ TEST_F(ControllerTest, EveryFailureNamesWhatCouldNotBeDoneAndWhy)
         QString message;
     };
     const QString noName = QStringLiteral("Please provide a non-empty string as field. (name)");
+    const QString longName(256, QLatin1Char('n'));
+    const QString tooLong = QStringLiteral("The name is too long; at most 255 characters. (256)");
     const Case cases[] = {
         {KeloPlayListPlCreatePath(), args({{"name", ""}}), "Could not create playlist. " + noName},
         {KeloPlayListPlCreatePath(), QStringLiteral("Mix"), "Could not create playlist. " + noName},
@@ -56,6 +58,10 @@ TEST_F(ControllerTest, EveryFailureNamesWhatCouldNotBeDoneAndWhy)
         {KeloPlayListPlDeletePath(), args({{"plid", 0}}), "Could not delete playlist. Cannot delete PlayQueue."},
         {KeloPlayListPlSetNamePath(), args({{"plid", 0}, {"name", "X"}}), "Could not set playlist name. Cannot rename PlayQueue."},
         {KeloPlayListPlSetNamePath(), args({{"plid", uid}}), "Could not set playlist name. " + noName},
+        {KeloPlayListPlCreatePath(), args({{"name", longName}}), "Could not create playlist. " + tooLong},
+        {KeloPlayListPlSetNamePath(), args({{"plid", uid}, {"name", longName}}), "Could not set playlist name. " + tooLong},
+        {KeloPlayListClCreatePath(), args({{"name", longName}}), "Could not create collection. " + tooLong},
+        {KeloPlayListClSetNamePath(), args({{"clid", clid}, {"name", longName}}), "Could not set collection name. " + tooLong},
         {KeloPlayListPlSetNamePath(), args({{"plid", -5}, {"name", "X"}}),
          "Could not set playlist name. There is no playlist with this ID. (-5)"},
         {KeloPlayListPlClearPath(), args({{"plid", 77}}), "Could not clear playlist. There is no playlist with this ID. (77)"},

@@ -52,7 +52,7 @@ protected:
     std::unique_ptr<HostClient> client;
 };
 
-// An external item in the host contract's JSON form.
+// An external item in its JSON form (docs/api.md).
 inline QJsonObject externalItem(const QString& title)
 {
     return QJsonObject::fromVariantHash(track(title).hash());

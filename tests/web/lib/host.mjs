@@ -120,6 +120,24 @@ export class Host {
     return { tracks: found, chain: chain ?? [] };
   }
 
+  /**
+   * Appends one external entry per title to a playlist, each a copy of the library's first track
+   * under that title, a thousand per command.
+   */
+  async addTitled(plid, titles) {
+    const base = (await this.mediaTracks(1)).tracks[0];
+    const entry = (title) => {
+      const roles = { ...base, title };
+      delete roles.path;
+      delete roles.id;
+      return { title, artist: base.artist ?? '', album: base.album ?? '', artworkUrl: '', genre: '', durationSeconds: base.duration ?? 0, url: base.mediaData.resources[0].uri, serviceId: '', keloRoles: JSON.stringify(roles) };
+    };
+    for (let from = 0; from < titles.length; from += 1000) {
+      const answer = await this.set('playlists:pl/addexternalitems', { plid, items: titles.slice(from, from + 1000).map(entry), mode: 2 });
+      if (answer.error) throw new Error(answer.error.message);
+    }
+  }
+
   /** Adds media tracks to a playlist by path (appended). */
   async addByPath(plid, paths, mode = 2) {
     const answer = await this.set('playlists:pl/additems', { plid, items: paths, mode, fromPlid: -1 });

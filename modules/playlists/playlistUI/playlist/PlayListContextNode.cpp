@@ -139,28 +139,16 @@ bool PlayListContextNode::setDataRequest(const CMSetDataRequest& request)
 
 void PlayListContextNode::deletePlayList(int plid, const CMSetDataRequest& request)
 {
-    // The command's own answer cannot be passed on: the menu of a deleted playlist must be left, which
-    // an event without a path tells the user interface.
-    CMVoidReply commandReply;
-    CMReplyAbstractData* data = commandReply.data();
-    const CMVoidReply menuReply = request.reply();
-    // Direct: the command may be answered in any thread, and data lives only as long as the emission.
-    QObject::connect(
-        data, &CMReplyAbstractData::finished, data,
-        [data, menuReply]() {
-            if (data->hasError()) {
-                menuReply.setError(data->error());
-                return;
-            }
-            KeloEvent event;
-            event.setRowsType(1);
-            KeloActionReply reply;
-            reply.setXclass(QStringLiteral("KeloActionReply"));
-            reply.setEvents({event});
-            menuReply.setValue(reply.toVariant());
-        },
-        Qt::DirectConnection);
     KeloPlayListPlId args;
     args.setPlid(plid);
-    sendCommand(KeloPlayListPlDeletePath(), args, request, commandReply);
+    // The command's own answer is not passed on: the menu of a deleted playlist must be left, which
+    // an event without a path tells the user interface.
+    sendCommand(KeloPlayListPlDeletePath(), args, request, [](const QVariant&) {
+        KeloEvent event;
+        event.setRowsType(1);
+        KeloActionReply reply;
+        reply.setXclass(QStringLiteral("KeloActionReply"));
+        reply.setEvents({event});
+        return reply.toVariant();
+    });
 }

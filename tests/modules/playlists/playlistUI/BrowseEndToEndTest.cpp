@@ -1,4 +1,4 @@
-// The browse tree through kelo-host's HTTP API, as a client that knows only the contract uses it: it
+// The browse tree through kelo-host's HTTP API, as a client that knows only docs/api.md uses it: it
 // walks the tree, acts through the menus it finds, and watches the events; after every action the
 // rows and the store agree. The base fixture's clean stop of the host also tells that, under the
 // sanitizers, the host leaked nothing (a leak makes its exit status non-zero).

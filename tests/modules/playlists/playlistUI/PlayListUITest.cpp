@@ -34,7 +34,7 @@ protected:
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         QStringList result;
         QVariantHash e;
-        while (events->next(&e, 0))
+        while (events->next(&e, 0) == CMEventSubscriber::Event)
             result.append((e.value("path").toString() + " " + e.value("change").toString() + " "
                            + e.value("rows").toStringList().join(','))
                               .trimmed());

@@ -11,20 +11,21 @@
 #include <vector>
 
 class CMAbstractWorker;
+class QThread;
 class CMWorkerThread;
 
-class PluginLoader
+class WorkerThreads
 {
 public:
-    PluginLoader();
-    ~PluginLoader();  // stopAll()
-    PluginLoader(const PluginLoader&) = delete;
-    PluginLoader& operator=(const PluginLoader&) = delete;
+    WorkerThreads();
+    ~WorkerThreads();  // stopAll()
+    WorkerThreads(const WorkerThreads&) = delete;
+    WorkerThreads& operator=(const WorkerThreads&) = delete;
 
     // Loads the library at path and makes its worker with config, inside the worker's new thread.
     // False with *error when the library cannot be opened, does not export worker_create, or makes
     // no worker. A loaded library stays loaded until the process ends.
-    bool load(const QString& path, const QHash<QString, QVariant>& config, QString* error);
+    bool loadPlugin(const QString& path, const QHash<QString, QVariant>& config, QString* error);
     // Makes a built-in worker with factory, inside its new thread. False when factory gives null.
     bool run(const std::function<CMAbstractWorker*()>& factory);
     // Destroys the workers in the reverse order of their start: each is unregistered and deleted in
@@ -35,6 +36,10 @@ public:
     // or empty when it was not built.
     static QString defaultPlugin(const QString& applicationDir);
 
+    // The thread that made this object, the only one that may use it (KELO_ASSERT_THREAD).
+    QThread* thread() const { return m_owner; }
+
 private:
+    QThread* const m_owner;
     std::vector<std::unique_ptr<CMWorkerThread>> m_threads;
 };

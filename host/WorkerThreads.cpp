@@ -1,22 +1,24 @@
-#include "PluginLoader.h"
+#include "WorkerThreads.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <dlfcn.h>
 
+#include "CMGlobal.h"
 #include "CMPlugin.h"
 #include "CMWorkerThread.h"
 #include "KeloLog.h"
 
-PluginLoader::PluginLoader() = default;
+WorkerThreads::WorkerThreads() : m_owner(QThread::currentThread()) {}
 
-PluginLoader::~PluginLoader()
+WorkerThreads::~WorkerThreads()
 {
     stopAll();
 }
 
-bool PluginLoader::load(const QString& path, const QHash<QString, QVariant>& config, QString* error)
+bool WorkerThreads::loadPlugin(const QString& path, const QHash<QString, QVariant>& config, QString* error)
 {
+    KELO_ASSERT_THREAD(this);
     // RTLD_NOW: a plug-in with unresolved symbols fails here, with a message, not at its first call.
     void* library = dlopen(QFile::encodeName(path).constData(), RTLD_NOW | RTLD_LOCAL);
     if (!library) {
@@ -36,8 +38,9 @@ bool PluginLoader::load(const QString& path, const QHash<QString, QVariant>& con
     return true;
 }
 
-bool PluginLoader::run(const std::function<CMAbstractWorker*()>& factory)
+bool WorkerThreads::run(const std::function<CMAbstractWorker*()>& factory)
 {
+    KELO_ASSERT_THREAD(this);
     auto thread = std::make_unique<CMWorkerThread>(factory);
     if (!thread->worker())
         return false;
@@ -45,13 +48,14 @@ bool PluginLoader::run(const std::function<CMAbstractWorker*()>& factory)
     return true;
 }
 
-void PluginLoader::stopAll()
+void WorkerThreads::stopAll()
 {
+    KELO_ASSERT_THREAD(this);
     while (!m_threads.empty())
         m_threads.pop_back();
 }
 
-QString PluginLoader::defaultPlugin(const QString& applicationDir)
+QString WorkerThreads::defaultPlugin(const QString& applicationDir)
 {
     const QFileInfo plugin(QDir(applicationDir).absoluteFilePath(QStringLiteral("../lib/libkelo_playlists.so")));
     return plugin.exists() ? QDir::cleanPath(plugin.absoluteFilePath()) : QString();
