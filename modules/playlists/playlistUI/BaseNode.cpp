@@ -54,7 +54,6 @@ bool plainInQuery(const QString& text)
 
 CMPath trackContextPath(int plid)
 {
-    KELO_ASSERT_THREAD(this);
     CMPath path = KeloPlayListPlTrackContextPath();
     path.addParameter(QStringLiteral("action"), QStringLiteral("cmnode"));
     path.addParameter(QStringLiteral("plid"), BaseNode::toStr(plid));
@@ -64,6 +63,7 @@ CMPath trackContextPath(int plid)
 
 BaseNode::TrackContextMenu BaseNode::trackContextMenu(int plid) const
 {
+    KELO_ASSERT_THREAD(this);
     // The menu's title keeps the translation context it has always had.
     static const QString context = QStringLiteral("BaseNode::addContextMenuToRoles");
     const CMPath path = trackContextPath(plid);
