@@ -236,26 +236,31 @@ int Database::execute(const char* sql)
 
 int Database::beginTransaction()
 {
+    KELO_ASSERT_THREAD(this);
     return execute("BEGIN;");
 }
 
 int Database::beginImmediateTransaction()
 {
+    KELO_ASSERT_THREAD(this);
     return execute("BEGIN IMMEDIATE;");
 }
 
 int Database::commitTransaction()
 {
+    KELO_ASSERT_THREAD(this);
     return execute("COMMIT;");
 }
 
 int Database::rollbackTransaction()
 {
+    KELO_ASSERT_THREAD(this);
     return execute("ROLLBACK;");
 }
 
 void Database::clearDatabase()
 {
+    KELO_ASSERT_THREAD(this);
     execute("DELETE FROM playlists");
     execute("DELETE FROM items");
     execute("DELETE FROM collections");
@@ -266,6 +271,7 @@ void Database::clearDatabase()
 
 void Database::setVacuumNeeded()
 {
+    KELO_ASSERT_THREAD(this);
     if (m_vacuumNeeded)
         return;
     emit vacuumNeeded(true);
@@ -274,6 +280,7 @@ void Database::setVacuumNeeded()
 
 void Database::vacuum()
 {
+    KELO_ASSERT_THREAD(this);
     if (!m_vacuumNeeded)
         return;
     QElapsedTimer timer;
@@ -293,16 +300,19 @@ int Database::count(StatementId id, int offset)
 
 int Database::countPlaylists()
 {
+    KELO_ASSERT_THREAD(this);
     return count(CountPlaylists, -1);  // the play queue is not a user playlist
 }
 
 int Database::countPlaylistsItems()
 {
+    KELO_ASSERT_THREAD(this);
     return count(CountPlaylistItems, 0);
 }
 
 int Database::countCollections()
 {
+    KELO_ASSERT_THREAD(this);
     return count(CountCollections, 0);
 }
 

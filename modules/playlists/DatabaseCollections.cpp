@@ -2,6 +2,7 @@
 
 #include <QStringList>
 
+#include "CMGlobal.h"
 #include "Database.h"
 #include "KeloLog.h"
 #include "Sqlite3Statement.h"
@@ -11,6 +12,7 @@
 
 CollectionRecord Database::createCollection(const QString& name)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "name=" << name);
     if (!StatementScope(statement(CreateCollection)).bind(name).run()) {
         KELO_LOG_ERROR("PlayLists", "Unable to create collection in database");
@@ -25,6 +27,7 @@ CollectionRecord Database::createCollection(const QString& name)
 
 bool Database::deleteCollection(const CollectionRecord& col)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "uid=" << col.uid);
     if (!StatementScope(statement(DeleteCollection)).bind(col.uid).run()) {
         KELO_LOG_ERROR("PlayLists", "Unable to delete collection uid=" << col.uid << " in database");
@@ -40,6 +43,7 @@ bool Database::deleteCollection(const CollectionRecord& col)
 
 bool Database::addToCollection(const CollectionRecord& col, int playlistUid)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "col=" << col.uid << " pl=" << playlistUid);
     // The primary key refuses a duplicate pair, the foreign keys an unknown uid.
     if (!StatementScope(statement(AddToCollection)).bindAll(col.uid, playlistUid).run()) {
@@ -52,6 +56,7 @@ bool Database::addToCollection(const CollectionRecord& col, int playlistUid)
 
 bool Database::removeFromCollection(const CollectionRecord& col, int playlistUid)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "col=" << col.uid << " pl=" << playlistUid);
     if (!StatementScope(statement(RemoveFromCollection)).bindAll(col.uid, playlistUid).run()) {
         KELO_LOG_ERROR("PlayLists", "Unable to remove pl=" << playlistUid << " from collection=" << col.uid);
@@ -67,6 +72,7 @@ bool Database::removeFromCollection(const CollectionRecord& col, int playlistUid
 
 bool Database::updateCollection(const CollectionRecord& col)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "uid=" << col.uid << " name=" << col.name);
     if (!StatementScope(statement(UpdateCollection)).bindAll(col.name, col.uid).run()) {
         KELO_LOG_ERROR("PlayLists", "Unable to update collection uid=" << col.uid);
@@ -81,6 +87,7 @@ bool Database::updateCollection(const CollectionRecord& col)
 
 QList<CollectionRecord> Database::getCollections()
 {
+    KELO_ASSERT_THREAD(this);
     QList<CollectionRecord> collections;
     const bool read = StatementScope(statement(GetCollections)).forEachRow([&](const StatementScope& row) {
         CollectionRecord col;

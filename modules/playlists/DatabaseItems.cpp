@@ -2,6 +2,7 @@
 
 #include <QStringList>
 
+#include "CMGlobal.h"
 #include "Database.h"
 #include "DatabaseTransaction.h"
 #include "KeloLog.h"
@@ -51,6 +52,7 @@ KeloPlayListItem Database::readItem(const StatementScope& query)
 
 QList<KeloPlayListItem> Database::getItems(const PlayListRecord& pl, int from, int to)
 {
+    KELO_ASSERT_THREAD(this);
     QList<KeloPlayListItem> items;
     items.reserve(qMax(0, qMin(to, pl.size - 1) - qMax(from, 0) + 1));
     StatementScope query(statement(GetItems));
@@ -62,6 +64,7 @@ QList<KeloPlayListItem> Database::getItems(const PlayListRecord& pl, int from, i
 
 KeloPlayListItem Database::getItemByUid(int uid)
 {
+    KELO_ASSERT_THREAD(this);
     KeloPlayListItem item;
     StatementScope query(statement(GetItemByUid));
     if (query.bind(uid).step())
@@ -73,6 +76,7 @@ KeloPlayListItem Database::getItemByUid(int uid)
 
 void Database::printItems(const PlayListRecord& pl)
 {
+    KELO_ASSERT_THREAD(this);
     if (!traceEnabled())
         return;
     for (const KeloPlayListItem& item : getItems(pl, 0, pl.size)) {
@@ -83,6 +87,7 @@ void Database::printItems(const PlayListRecord& pl)
 
 int Database::getNextSequenceNumber(const PlayListRecord& pl)
 {
+    KELO_ASSERT_THREAD(this);
     StatementScope query(statement(GetNextSequenceNumber));
     if (!query.bind(pl.uid).step()) {
         KELO_LOG_ERROR("PlayLists", "Error fetching the next sequenceNumber");
@@ -97,6 +102,7 @@ int Database::getNextSequenceNumber(const PlayListRecord& pl)
 
 int Database::addItemsNextSequenceNumber(const PlayListRecord& pl, int position)
 {
+    KELO_ASSERT_THREAD(this);
     if (pl.size == 0) {
         KELO_LOG_TRACE("PlayLists", "playlist is empty");
         const int next = getNextSequenceNumber(pl);
@@ -122,6 +128,7 @@ int Database::addItemsNextSequenceNumber(const PlayListRecord& pl, int position)
 int Database::addItems(const PlayListRecord& pl, int position, const QList<KeloPlayListItem>& items,
                        int* addedCount)
 {
+    KELO_ASSERT_THREAD(this);
     // The write lock is taken before the limit is counted, so no other writer can slip in between.
     DatabaseTransaction transaction(*this, DatabaseTransaction::Immediate);
     KELO_LOG_TRACE("PlayLists", "pl: " << pl.uid << " pl.size(): " << pl.size << " position: " << position
@@ -206,6 +213,7 @@ bool Database::addItemsFromSequenceNumber(const PlayListRecord& pl, int firstSeq
 
 int Database::removeItems(const PlayListRecord& pl, const QList<int>& indices)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "pl=" << pl.uid << " indices=" << joinIndices(indices));
     DatabaseTransaction transaction(*this, DatabaseTransaction::Immediate);
     const int removed = transaction.isOpen() ? removeItemsTransaction(pl, indices) : -1;
@@ -288,6 +296,7 @@ bool Database::renumberItems(const PlayListRecord& pl, int from)
 
 bool Database::moveItem(const PlayListRecord& pl, int from, int to)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "pl=" << pl.uid << " from=" << from << " to=" << to);
     DatabaseTransaction transaction(*this, DatabaseTransaction::Deferred);
     if (!transaction.isOpen() || !moveItemTransaction(pl, from, to) || !transaction.commit()) {
@@ -299,6 +308,7 @@ bool Database::moveItem(const PlayListRecord& pl, int from, int to)
 
 bool Database::moveItems(const PlayListRecord& pl, const QVector<QPair<int, int>>& moves)
 {
+    KELO_ASSERT_THREAD(this);
     DatabaseTransaction transaction(*this, DatabaseTransaction::Deferred);
     bool moved = transaction.isOpen();
     for (int i = 0; moved && i < moves.size(); ++i)
@@ -326,6 +336,7 @@ bool Database::moveItemTransaction(const PlayListRecord& pl, int from, int to)
 
 bool Database::clearItems(const PlayListRecord& pl)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "pl=" << pl.uid);
     if (removeItemsHelper(pl, 0, highestSequenceNumber) < 0) {
         KELO_LOG_ERROR("PlayLists", "Unable to clear playList " << pl.uid);

@@ -1,5 +1,6 @@
 #include <sqlite3.h>
 
+#include "CMGlobal.h"
 #include "Database.h"
 #include "DatabaseTransaction.h"
 #include "KeloLog.h"
@@ -20,6 +21,7 @@ PlayListRecord Database::readPlayListRecord(const StatementScope& query)
 
 PlayListRecord Database::createPlayList(const QString& name)
 {
+    KELO_ASSERT_THREAD(this);
     if (!StatementScope(statement(CreatePlayList)).bind(name).run()) {
         KELO_LOG_ERROR("PlayLists", "Unable to create playlist in database");
         return PlayListRecord();
@@ -34,6 +36,7 @@ PlayListRecord Database::createPlayList(const QString& name)
 
 bool Database::updatePlayList(const PlayListRecord& pl)
 {
+    KELO_ASSERT_THREAD(this);
     StatementScope update(statement(UpdatePlayList));
     update.bindAll(pl.name, pl.shuffle ? 1 : 0, pl.repeatAll ? 1 : 0, pl.lastPlayedIndex, pl.uid);
     if (!update.run()) {
@@ -49,6 +52,7 @@ bool Database::updatePlayList(const PlayListRecord& pl)
 
 bool Database::deletePlayList(const PlayListRecord& pl)
 {
+    KELO_ASSERT_THREAD(this);
     DatabaseTransaction transaction(*this, DatabaseTransaction::Deferred);
     if (!transaction.isOpen() || !deletePlayListTransaction(pl) || !transaction.commit()) {
         KELO_LOG_ERROR("PlayLists", "Error deleting PlayList");
@@ -78,6 +82,7 @@ bool Database::deletePlayListTransaction(const PlayListRecord& pl)
 
 QList<PlayListRecord> Database::getPlayLists()
 {
+    KELO_ASSERT_THREAD(this);
     QList<PlayListRecord> playlists;
     StatementScope(statement(GetPlayLists)).forEachRow([&](const StatementScope& row) {
         playlists.append(readPlayListRecord(row));
@@ -87,6 +92,7 @@ QList<PlayListRecord> Database::getPlayLists()
 
 PlayListRecord Database::getPlayQueue()
 {
+    KELO_ASSERT_THREAD(this);
     StatementScope query(statement(GetPlayQueue));
     PlayListRecord pl;
     if (query.step()) {

@@ -3,6 +3,7 @@
 #include <QMutexLocker>
 #include <algorithm>
 
+#include "CMGlobal.h"
 #include "Database.h"
 #include "KeloJson.h"
 #include "KeloLog.h"
@@ -17,41 +18,49 @@ PlayList::~PlayList() = default;
 
 bool PlayList::valid() const
 {
+    KELO_ASSERT_THREAD(this);
     return record->uid != -1;
 }
 
 bool PlayList::updateDatabase() const
 {
+    KELO_ASSERT_THREAD(this);
     return database->updatePlayList(*record);
 }
 
 int PlayList::getUid() const
 {
+    KELO_ASSERT_THREAD(this);
     return record->uid;
 }
 
 QString PlayList::getName() const
 {
+    KELO_ASSERT_THREAD(this);
     return record->name;
 }
 
 bool PlayList::getShuffle() const
 {
+    KELO_ASSERT_THREAD(this);
     return record->shuffle;
 }
 
 bool PlayList::getRepeatAll() const
 {
+    KELO_ASSERT_THREAD(this);
     return record->repeatAll;
 }
 
 int PlayList::getLastSequenceNumber() const
 {
+    KELO_ASSERT_THREAD(this);
     return record->lastPlayedIndex;
 }
 
 int PlayList::getSize() const
 {
+    KELO_ASSERT_THREAD(this);
     return record->size;
 }
 
@@ -66,6 +75,7 @@ bool PlayList::store(const PlayListRecord& changed)
 
 bool PlayList::setName(const QString& name)
 {
+    KELO_ASSERT_THREAD(this);
     QMutexLocker locker(&mutex);
     PlayListRecord changed = *record;
     changed.name = name;
@@ -77,6 +87,7 @@ bool PlayList::setName(const QString& name)
 
 bool PlayList::setShuffle(bool value)
 {
+    KELO_ASSERT_THREAD(this);
     QMutexLocker locker(&mutex);
     if (record->shuffle == value)
         return true;
@@ -90,6 +101,7 @@ bool PlayList::setShuffle(bool value)
 
 bool PlayList::setRepeatAll(bool value)
 {
+    KELO_ASSERT_THREAD(this);
     QMutexLocker locker(&mutex);
     if (record->repeatAll == value)
         return true;
@@ -105,6 +117,7 @@ bool PlayList::setRepeatAll(bool value)
 // repeat a track because the store refused it. The next successful write stores it.
 void PlayList::setLastSequenceNumber(int seqNum)
 {
+    KELO_ASSERT_THREAD(this);
     QMutexLocker locker(&mutex);
     record->lastPlayedIndex = seqNum;
     updateDatabase();
@@ -112,11 +125,13 @@ void PlayList::setLastSequenceNumber(int seqNum)
 
 bool PlayList::remove()
 {
+    KELO_ASSERT_THREAD(this);
     return database->deletePlayList(*record);
 }
 
 QList<KeloPlayListItem> PlayList::getItems(int from, int to)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "from=" << from << " to=" << to);
     QMutexLocker locker(&mutex);
     return database->getItems(*record, from, to);
@@ -124,6 +139,7 @@ QList<KeloPlayListItem> PlayList::getItems(int from, int to)
 
 int PlayList::addItems(KeloPlayListAddPosition::Enum position, const QList<KeloPlayListItem>& items)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "position=" << int(position) << " count=" << items.size());
     QMutexLocker locker(&mutex);
     int added = 0;
@@ -138,6 +154,7 @@ int PlayList::addItems(KeloPlayListAddPosition::Enum position, const QList<KeloP
 
 int PlayList::removeItems(const QList<int>& indices)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "indices=" << indices);
     QList<int> sorted = indices;
     std::sort(sorted.begin(), sorted.end());
@@ -160,6 +177,7 @@ int PlayList::removeItems(const QList<int>& indices)
 
 bool PlayList::moveItem(int from, int to)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "from=" << from << " to=" << to);
     const int n = getSize();
     to = std::min(to, n);
@@ -192,6 +210,7 @@ void PlayList::adjustLastPlayedAfterMove(int last, int from, int to)
 
 bool PlayList::moveItems(QList<int> indices, int to)
 {
+    KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE("PlayLists", "indicies.size(): " << indices.size());
     if (indices.isEmpty()) {
         KELO_LOG_TRACE("PlayLists", "indicies.size() is 0, returning");
@@ -221,6 +240,7 @@ bool PlayList::moveItems(QList<int> indices, int to)
 
 bool PlayList::clearItems()
 {
+    KELO_ASSERT_THREAD(this);
     KELO_TRACE_SCOPE("PlayLists");
     if (getSize() == 0) {
         setLastSequenceNumber(-1);
@@ -237,6 +257,7 @@ bool PlayList::clearItems()
 
 KeloRoles PlayList::itemToKeloRoles(const KeloPlayListItem& item) const
 {
+    KELO_ASSERT_THREAD(this);
     // Path texts every row shares, encoded once rather than once per row.
     static const QString itemPathStart = KeloPlayListItemPath().toEncoded();
     static const QString playLogicPath = KeloPlayListsPlayLogicPath().toEncoded();
