@@ -4,6 +4,7 @@
 #include "Database.h"
 #include "KeloLog.h"
 #include "PlayList.h"
+#include "PlayListsLog.h"
 
 Collection::Collection(Database* database, const CollectionRecord& record, QList<PlayListBase*> playlists)
     : database(database), record(std::make_unique<CollectionRecord>(record)), playlists(std::move(playlists))
@@ -59,9 +60,9 @@ bool Collection::remove()
 bool Collection::addPlayList(PlayListBase* pl)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "this=" << getUid() << " pl=" << pl->getUid());
+    KELO_LOG_TRACE(PlayListsLogger, "this=" << getUid() << " pl=" << pl->getUid());
     if (!database->addToCollection(*record, pl->getUid())) {
-        KELO_LOG_ERROR("PlayLists", "Unable to add pl to collection, this=" << getUid() << " pl=" << pl->getUid());
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to add pl to collection, this=" << getUid() << " pl=" << pl->getUid());
         return false;
     }
     playlists.append(pl);
@@ -72,7 +73,7 @@ bool Collection::addPlayList(PlayListBase* pl)
 bool Collection::removePlayList(PlayListBase* pl)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "this=" << getUid() << " pl=" << pl->getUid());
+    KELO_LOG_TRACE(PlayListsLogger, "this=" << getUid() << " pl=" << pl->getUid());
     if (!database->removeFromCollection(*record, pl->getUid()))
         return false;
     playlists.removeAll(pl);

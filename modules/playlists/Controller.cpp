@@ -9,6 +9,7 @@
 #include "Language.h"
 #include "PlayList.h"
 #include "PlayListManager.h"
+#include "PlayListsLog.h"
 
 Controller::Controller(PlayListWorker* worker, PlayListManager* manager, QObject* parent)
     : QObject(parent), worker(worker), manager(manager)
@@ -20,10 +21,10 @@ Controller::~Controller() = default;
 bool Controller::handleSetData(const CMSetDataRequest& request)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     KELO_ASSERT(request.isValid(), "request");
     const CMPath path = request.path();
-    KELO_LOG_TRACE("PlayLists", "routing " << path.toEncoded() << ", value: " << request.value());
+    KELO_LOG_TRACE(PlayListsLogger, "routing " << path.toEncoded() << ", value: " << request.value());
 
     for (const Route& route : routes()) {
         if (path == route.path) {
@@ -83,7 +84,7 @@ const std::vector<Controller::Route>& Controller::routes()
 void Controller::setReply(const CMSetDataRequest& request, bool ok, const QString& msg)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "res: " << ok << " msg: " << msg);
+    KELO_LOG_TRACE(PlayListsLogger, "res: " << ok << " msg: " << msg);
     KeloValue value;
     value.setBool_(ok);
     if (ok) {
@@ -105,7 +106,7 @@ void Controller::setReply(const CMSetDataRequest& request, bool ok, const QStrin
 void Controller::setReplyInt(const CMSetDataRequest& request, bool ok, int value, const QString& msg)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "res: " << ok << " val: " << value << " msg: " << msg);
+    KELO_LOG_TRACE(PlayListsLogger, "res: " << ok << " val: " << value << " msg: " << msg);
     if (ok) {
         KeloValue id;
         id.setI32_(value);
@@ -153,7 +154,7 @@ bool Controller::checkNameLength(const QString& name, const QString& what, QStri
         return true;
     err = buildErrMsg(what, KELO_TR("The name is too long; at most %1 characters.").arg(MaxNameChars),
                       QString::number(name.size()));
-    KELO_LOG_ERROR("PlayLists", "Refused a name of " << name.size() << " characters");
+    KELO_LOG_ERROR(PlayListsLogger, "Refused a name of " << name.size() << " characters");
     return false;
 }
 
@@ -163,7 +164,7 @@ bool Controller::checkPlayList(const PlayListBase* pl, const int& plid, const QS
     if (pl)
         return true;
     err = buildErrMsg(what, KELO_TR("There is no playlist with this ID."), QString::number(plid));
-    KELO_LOG_ERROR("PlayLists", "There is no playlist with ID : " << plid);
+    KELO_LOG_ERROR(PlayListsLogger, "There is no playlist with ID : " << plid);
     return false;
 }
 
@@ -174,6 +175,6 @@ bool Controller::checkPlayListId(const int& plid, const QString& what, QString& 
     if (plid != -1)
         return true;
     err = buildErrMsg(what, KELO_TR("Cannot find playlist with invalid ID."), QString());
-    KELO_LOG_ERROR("PlayLists", "Cannot find playlist with invalid ID : " << plid);
+    KELO_LOG_ERROR(PlayListsLogger, "Cannot find playlist with invalid ID : " << plid);
     return false;
 }

@@ -15,6 +15,7 @@
 #include "PlayList.h"
 #include "PlayListManager.h"
 #include "ReplyTimeout.h"
+#include "PlayListsLog.h"
 
 namespace {
 // The add position of an argument record that may carry a mode: append when it carries none. An
@@ -71,7 +72,7 @@ bool rolesArePlayable(const QByteArray& rolesText)
 
 void Controller::plAddItems(CMSetDataRequest request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const QString what = KELO_TR("Could not add items to playlist.");
     const KeloPlayListPlAddItems args(KeloHash(request.value().toHash()));
     QString msg;
@@ -88,7 +89,7 @@ void Controller::plAddItems(CMSetDataRequest request)
     for (const QVariant& item : args.items())
         paths.append(CMPath::fromQVariant(item));
     if (paths.isEmpty() && properties.fromPlid != -1) {
-        KELO_LOG_TRACE("PlayLists", QStringLiteral("adding whole playlist (id: %1) to playlist (id: %2)")
+        KELO_LOG_TRACE(PlayListsLogger, QStringLiteral("adding whole playlist (id: %1) to playlist (id: %2)")
                                         .arg(properties.fromPlid)
                                         .arg(properties.plid));
         PlayListBase* source = manager->getPlayListByUid(properties.fromPlid);
@@ -105,7 +106,7 @@ void Controller::plAddItems(CMSetDataRequest request)
 
 void Controller::sendPrepareRequests(const ReqGroupProperties& properties, const QList<CMPath>& paths)
 {
-    KELO_LOG_TRACE("PlayLists", "itemList: " << describe(paths));
+    KELO_LOG_TRACE(PlayListsLogger, "itemList: " << describe(paths));
     QMap<QString, QStringList> byPrefix;
     QStringList prefixOrder;
     for (const CMPath& path : paths) {
@@ -119,8 +120,8 @@ void Controller::sendPrepareRequests(const ReqGroupProperties& properties, const
     // after the invokes is safe even when every reply finishes at once.
     for (const QString& prefix : prefixOrder) {
         const CMPath call = CMPath::fromPrefix(prefix);
-        KELO_LOG_TRACE("PlayLists", "requestPrefix: " << prefix << " call: " << call.toEncoded());
-        KELO_LOG_TRACE("PlayLists", "items: " << byPrefix.value(prefix));
+        KELO_LOG_TRACE(PlayListsLogger, "requestPrefix: " << prefix << " call: " << call.toEncoded());
+        KELO_LOG_TRACE(PlayListsLogger, "items: " << byPrefix.value(prefix));
         group->addInvoke(KeloPlayListPrepareItems(), call, byPrefix.value(prefix));
     }
     m_ReqGroupPropertiesHash.insert(group, properties);
@@ -133,7 +134,7 @@ void Controller::on_prepareItemsGroup_timeout(CMRequestGroup* group)
     if (!m_ReqGroupPropertiesHash.contains(group))
         return;
     const ReqGroupProperties properties = m_ReqGroupPropertiesHash.take(group);
-    KELO_LOG_ERROR("PlayLists", "The items to add were not prepared within " << ReplyTimeout::ms << " ms");
+    KELO_LOG_ERROR(PlayListsLogger, "The items to add were not prepared within " << ReplyTimeout::ms << " ms");
     ReplyTimeout::answer(properties.request.reply());
     group->disconnect(this);
     group->deleteLater();
@@ -141,9 +142,9 @@ void Controller::on_prepareItemsGroup_timeout(CMRequestGroup* group)
 
 void Controller::plPrepareItems(CMSetDataRequest request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const QVariantList prepared = preparePlaylistItems(request.value().toStringList());
-    KELO_LOG_TRACE("PlayLists", "preparedItems: " << prepared.size() << " items");
+    KELO_LOG_TRACE(PlayListsLogger, "preparedItems: " << prepared.size() << " items");
     request.reply().setValue(prepared);
 }
 
@@ -156,14 +157,14 @@ QVariantList Controller::preparePlaylistItems(const QStringList& paths)
         const bool isEntry = path.startsWith(KeloPlayListItemPath());
         const bool isContainer = !isEntry && path.startsWith(KeloPlayListPlGetItemsPath());
         if (!isEntry && !isContainer) {
-            KELO_LOG_DEBUG("PlayLists", "not a playlist path, skipped: " << text);
+            KELO_LOG_DEBUG(PlayListsLogger, "not a playlist path, skipped: " << text);
             continue;
         }
         const QString uidText = tailAfter(path, isEntry ? KeloPlayListItemPath() : KeloPlayListPlGetItemsPath());
         bool ok = false;
         const int uid = uidText.toInt(&ok);
         if (!ok) {
-            KELO_LOG_ERROR("PlayLists", "conversion error occured: uid, str=" << uidText << " path=" << text);
+            KELO_LOG_ERROR(PlayListsLogger, "conversion error occured: uid, str=" << uidText << " path=" << text);
             continue;
         }
         if (isEntry)
@@ -178,41 +179,41 @@ void Controller::appendEntry(int uid, const QString& path, QVariantList* prepare
 {
     const KeloPlayListItem item = manager->getPlayListItemByUid(uid);
     if (!item.isValid()) {
-        KELO_LOG_ERROR("PlayLists", "preparePlaylistItems called for invalid playlist item " << path);
+        KELO_LOG_ERROR(PlayListsLogger, "preparePlaylistItems called for invalid playlist item " << path);
         return;
     }
     prepared->append(item.toVariant());
-    KELO_LOG_INFO("PlayLists", "Expand playlist " << path << " for playlist insertion.");
+    KELO_LOG_INFO(PlayListsLogger, "Expand playlist " << path << " for playlist insertion.");
 }
 
 void Controller::appendPlayList(int uid, const QString& path, QVariantList* prepared)
 {
     PlayListBase* pl = manager->getPlayListByUid(uid);
     if (!pl) {
-        KELO_LOG_ERROR("PlayLists", "preparePlaylistItems called for invalid playlist container " << path);
+        KELO_LOG_ERROR(PlayListsLogger, "preparePlaylistItems called for invalid playlist container " << path);
         return;
     }
-    KELO_LOG_INFO("PlayLists", "Expand " << pl->getSize() << " tracks for playlist insertion.");
+    KELO_LOG_INFO(PlayListsLogger, "Expand " << pl->getSize() << " tracks for playlist insertion.");
     for (const KeloPlayListItem& item : pl->getItems(0, pl->getSize()))
         prepared->append(item.toVariant());
 }
 
 void Controller::on_prepareItemsGroup_finished()
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     auto* group = qobject_cast<CMRequestGroup*>(sender());
     if (!group) {
-        KELO_LOG_FATAL("PlayLists", "Called without request group as sender");
+        KELO_LOG_FATAL(PlayListsLogger, "Called without request group as sender");
         return;
     }
     if (!m_ReqGroupPropertiesHash.contains(group)) {
-        KELO_LOG_FATAL("PlayLists", "Called without request group stored in m_ReqGroupPropertiesHash");
+        KELO_LOG_FATAL(PlayListsLogger, "Called without request group stored in m_ReqGroupPropertiesHash");
         return;
     }
     const ReqGroupProperties properties = m_ReqGroupPropertiesHash.take(group);
     QString msg;
     const int added = addItemsFromAllReplays(properties, group, &msg);
-    KELO_LOG_TRACE("PlayLists", "numItemsAdded: " << std::max(added, 0) << " addItemsResMsg: " << msg);
+    KELO_LOG_TRACE(PlayListsLogger, "numItemsAdded: " << std::max(added, 0) << " addItemsResMsg: " << msg);
     // A merge moves the source's entries; merging a playlist into itself must not delete it.
     if (added > 0 && properties.merge && properties.fromPlid != properties.plid)
         manager->deletePlayList(properties.fromPlid);
@@ -222,12 +223,12 @@ void Controller::on_prepareItemsGroup_finished()
 
 int Controller::addItemsFromAllReplays(const ReqGroupProperties& properties, CMRequestGroup* group, QString* msg)
 {
-    KELO_LOG_TRACE("PlayLists", "curReplyList: " << group->getReplyList().size() << " replies");
+    KELO_LOG_TRACE(PlayListsLogger, "curReplyList: " << group->getReplyList().size() << " replies");
     QList<KeloPlayListItem> items;
     for (const CMVoidReply& reply : group->getReplyList()) {
         reply.waitForFinished();
         if (reply.hasError()) {
-            KELO_LOG_ERROR("PlayLists", "replay error: " << reply.error().Name());
+            KELO_LOG_ERROR(PlayListsLogger, "replay error: " << reply.error().Name());
             continue;
         }
         for (const QVariant& item : reply.value().toList())
@@ -235,7 +236,7 @@ int Controller::addItemsFromAllReplays(const ReqGroupProperties& properties, CMR
     }
     PlayListBase* pl = manager->getPlayListByUid(properties.plid);
     if (!pl) {
-        KELO_LOG_ERROR("PlayLists", "Cannot find playlist with plid: " << properties.plid);
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot find playlist with plid: " << properties.plid);
         *msg = QStringLiteral("%1 (%2)").arg(KELO_TR("There is no playlist with this ID."),
                                             QString::number(properties.plid));
         return -1;
@@ -249,16 +250,16 @@ void Controller::finishAddItems(const ReqGroupProperties& properties, int added,
     if (added < 1) {
         msg = buildErrMsg(what, KELO_TR("No items were added."), msg);
     } else if (PlayListBase* pl = manager->getPlayListByUid(properties.plid)) {
-        KELO_LOG_TRACE("PlayLists", "plsize: " << pl->getSize());
+        KELO_LOG_TRACE(PlayListsLogger, "plsize: " << pl->getSize());
         if (pl->getSize() > 0 && properties.position == KeloPlayListAddPosition::Now && !startAddedItem(pl, added))
             msg = buildErrMsg(what, KELO_TR("Cannot get last sequence number."), QString());
         msg = buildOkMsg(KELO_TR("Items added successfully to playlist."), pl->getName(), msg);
     } else {
-        KELO_LOG_ERROR("PlayLists", "Playlist id: " << properties.plid << " doesn't exist");
+        KELO_LOG_ERROR(PlayListsLogger, "Playlist id: " << properties.plid << " doesn't exist");
     }
     // Nothing added without a failure (the items limit) is still a success.
     setReply(properties.request, added >= 0, msg);
-    KELO_LOG_INFO("PlayLists", "Add items finished, num added: " << added);
+    KELO_LOG_INFO(PlayListsLogger, "Add items finished, num added: " << added);
 }
 
 // The first added entry sits right behind the last played one, or at the end of a playlist that
@@ -267,7 +268,7 @@ bool Controller::startAddedItem(PlayListBase* pl, int added)
 {
     const int last = pl->getLastSequenceNumber();
     const int next = last >= 0 ? last + 1 : pl->getSize() - added;
-    KELO_LOG_TRACE("PlayLists", "addMode: now lastSeqNum: " << last << " nextSeqNum: " << next);
+    KELO_LOG_TRACE(PlayListsLogger, "addMode: now lastSeqNum: " << last << " nextSeqNum: " << next);
     const QList<KeloPlayListItem> entries = pl->getItems(next, next);
     if (entries.size() != 1)
         return false;
@@ -279,13 +280,13 @@ int Controller::addItemsToPlaylist(PlayListBase* pl, const QList<KeloPlayListIte
                                    KeloPlayListAddPosition::Enum position, QString* msg)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "itemList: " << describe(items));
+    KELO_LOG_TRACE(PlayListsLogger, "itemList: " << describe(items));
     QList<KeloPlayListItem> kept;
     kept.reserve(items.size());
     for (const KeloPlayListItem& item : items) {
         const QByteArray& roles = item.utf8(KeloPlayListItem::Text::KeloRoles);
         if (roles.isEmpty()) {
-            KELO_LOG_WARN("PlayLists", "Invalid file, missing roles: " << item.url());
+            KELO_LOG_WARN(PlayListsLogger, "Invalid file, missing roles: " << item.url());
             continue;
         }
         if (!rolesArePlayable(roles)) {
@@ -295,12 +296,12 @@ int Controller::addItemsToPlaylist(PlayListBase* pl, const QList<KeloPlayListIte
         kept.append(item);
     }
     if (kept.isEmpty()) {
-        KELO_LOG_TRACE("PlayLists", "no playitem found");
+        KELO_LOG_TRACE(PlayListsLogger, "no playitem found");
         *msg = KELO_TR("No playitem found.");
         return -1;
     }
     const int res = pl->addItems(position, kept);
-    KELO_LOG_TRACE("PlayLists", "addItems() res: " << res);
+    KELO_LOG_TRACE(PlayListsLogger, "addItems() res: " << res);
     int added = 0;
     if (res >= 1) {
         *msg = KELO_TR("%1 items added.").arg(res);
@@ -309,13 +310,13 @@ int Controller::addItemsToPlaylist(PlayListBase* pl, const QList<KeloPlayListIte
         *msg = buildErrMsg(KELO_TR("Unable to add more items to the playlist."), KELO_TR("Items reached limit."),
                            QString());
     }
-    KELO_LOG_TRACE("PlayLists", "added " << added << " items");
+    KELO_LOG_TRACE(PlayListsLogger, "added " << added << " items");
     return added;
 }
 
 bool Controller::plAddExternalItems(CMSetDataRequest request, QString& msg)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const QString what = KELO_TR("Could not add external items to playlist.");
     const KeloPlayListPlAddExternalItems args(KeloHash(request.value().toHash()));
     const int plid = args.plid();
@@ -323,7 +324,7 @@ bool Controller::plAddExternalItems(CMSetDataRequest request, QString& msg)
         return false;
     PlayListBase* pl = manager->getPlayListByUid(plid);
     if (!checkPlayList(pl, plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Cannot add items to invalid playlist id: " << plid);
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot add items to invalid playlist id: " << plid);
         return false;
     }
     KeloPlayListAddPosition::Enum position = KeloPlayListAddPosition::Append;
@@ -334,25 +335,25 @@ bool Controller::plAddExternalItems(CMSetDataRequest request, QString& msg)
     const QList<KeloPlayListItem> items = args.items();
     if (items.isEmpty()) {
         msg = buildErrMsg(what, KELO_TR("Please select one or more items to add."), QString());
-        KELO_LOG_ERROR("PlayLists", "Cannot add zero items to playlist id: " << plid);
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot add zero items to playlist id: " << plid);
         return false;
     }
     const int added = addItemsToPlaylist(pl, items, position, &msg);
-    KELO_LOG_TRACE("PlayLists", "addItemsRes: " << added);
+    KELO_LOG_TRACE(PlayListsLogger, "addItemsRes: " << added);
     if (added <= 0) {
         msg = buildErrMsg(what, KELO_TR("No items were added."), QString());
-        KELO_LOG_ERROR("PlayLists", "No items were added to playlist id: " << plid);
+        KELO_LOG_ERROR(PlayListsLogger, "No items were added to playlist id: " << plid);
         return false;
     }
     if (position == KeloPlayListAddPosition::Now) {
-        KELO_LOG_TRACE("PlayLists", "plsize: " << pl->getSize());
+        KELO_LOG_TRACE(PlayListsLogger, "plsize: " << pl->getSize());
         if (!startAddedItem(pl, added)) {
             msg = buildErrMsg(what, KELO_TR("Cannot get last item."), QString());
-            KELO_LOG_ERROR("PlayLists", "Cannot get last item for playlist id: " << plid);
+            KELO_LOG_ERROR(PlayListsLogger, "Cannot get last item for playlist id: " << plid);
             return false;
         }
     }
     msg = buildOkMsg(KELO_TR("Items added successfully to playlist."), pl->getName(), msg);
-    KELO_LOG_INFO("PlayLists", "Items added successfully to playlist id: " << plid);
+    KELO_LOG_INFO(PlayListsLogger, "Items added successfully to playlist id: " << plid);
     return true;
 }

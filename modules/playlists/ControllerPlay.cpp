@@ -11,19 +11,20 @@
 #include "PlayList.h"
 #include "PlayListManager.h"
 #include "PlayLogic.h"
+#include "PlayListsLog.h"
 
 bool Controller::plPlay(CMSetDataRequest request, QString& msg)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const QString what = KELO_TR("Could not start playback on playlist.");
     const int plid = KeloPlayListPlId(KeloHash(request.value().toHash())).plid();
     if (!checkPlayListId(plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Cannot play invalid playlist id: " << plid);
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot play invalid playlist id: " << plid);
         return false;
     }
     PlayListBase* pl = manager->getPlayListByUid(plid);
     if (!checkPlayList(pl, plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Playlist id: " << plid << " doesn't exist");
+        KELO_LOG_ERROR(PlayListsLogger, "Playlist id: " << plid << " doesn't exist");
         return false;
     }
     if (pl->getSize() == 0) {
@@ -45,12 +46,12 @@ void Controller::tryStartItem(const KeloPlayListItem& item, const PlayListBase* 
     KELO_ASSERT_THREAD(this);
     const CMPath containerPath =
         pl->getUid() == 0 ? KeloPlayListPqGetItemsPath() : KeloPlayListPlGetItemsPath() + pl->getUid();
-    KELO_LOG_TRACE("PlayLists", "path: " << containerPath.toEncoded());
+    KELO_LOG_TRACE(PlayListsLogger, "path: " << containerPath.toEncoded());
     KeloRoles containerRoles;
     containerRoles.setType(KeloRolesType::Container);
     containerRoles.setPath(containerPath);
     containerRoles.setContainerPlayable(true);
-    KELO_LOG_TRACE("PlayLists", "play item: " << item.toVariant());
+    KELO_LOG_TRACE(PlayListsLogger, "play item: " << item.toVariant());
 
     KeloMetaData metaData;
     metaData.setPlayLogicPath(KeloPlayListsPlayLogicPath());
@@ -59,12 +60,12 @@ void Controller::tryStartItem(const KeloPlayListItem& item, const PlayListBase* 
     KeloRoles trackRoles;
     trackRoles.setPath(containerPath + item.uid());
     trackRoles.setMediaData(mediaData);
-    KELO_LOG_TRACE("PlayLists", "play item trackRoles: " << trackRoles.toVariant());
+    KELO_LOG_TRACE(PlayListsLogger, "play item trackRoles: " << trackRoles.toVariant());
 
     if (item.url().isEmpty()) {
-        KELO_LOG_ERROR("PlayLists", "Item " << item.uid() << " hasn't url");
+        KELO_LOG_ERROR(PlayListsLogger, "Item " << item.uid() << " hasn't url");
         return;
     }
     PlayLogicInterface::playerInstance()->playContainer(containerRoles, trackRoles, index, CMVoidReply(), false);
-    KELO_LOG_TRACE("PlayLists", "playContainer() called");
+    KELO_LOG_TRACE(PlayListsLogger, "playContainer() called");
 }

@@ -10,6 +10,7 @@
 #include "Language.h"
 #include "PlayList.h"
 #include "PlayListManager.h"
+#include "PlayListsLog.h"
 
 namespace {
 KeloHash argumentsOf(const CMSetDataRequest& request)
@@ -55,11 +56,11 @@ bool blockMoveStaysInside(const QList<int>& items, int to, int size)
 
 bool Controller::plCreate(CMSetDataRequest request, QString& msg, int& id)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const QString what = KELO_TR("Could not create playlist.");
     const KeloPlayListPlCreate args(argumentsOf(request));
     if (!checkNonemptyString(args.name(), QStringLiteral("name"), what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Cannot create playlist with empty name");
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot create playlist with empty name");
         return false;
     }
     if (!checkNameLength(args.name(), what, msg))
@@ -67,71 +68,71 @@ bool Controller::plCreate(CMSetDataRequest request, QString& msg, int& id)
     PlayListBase* pl = manager->createPlayList(args.name());
     if (!pl) {
         msg = buildErrMsg(what, KELO_TR("Create playlist error."), msg);
-        KELO_LOG_ERROR("PlayLists", "Create playlist failed");
+        KELO_LOG_ERROR(PlayListsLogger, "Create playlist failed");
         return false;
     }
     id = pl->getUid();
     emit playlistCreated(id);
     msg = buildOkMsg(KELO_TR("Playlist created successfully."), pl->getName(), QString());
-    KELO_LOG_INFO("PlayLists", "Playlist id: " << id << ", name: " << pl->getName() << " created successfully");
+    KELO_LOG_INFO(PlayListsLogger, "Playlist id: " << id << ", name: " << pl->getName() << " created successfully");
     return true;
 }
 
 bool Controller::plDelete(CMSetDataRequest request, QString& msg)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const QString what = KELO_TR("Could not delete playlist.");
     const int plid = KeloPlayListPlId(argumentsOf(request)).plid();
     if (!checkPlayListId(plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Cannot delete invalid playlist id: " << plid);
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot delete invalid playlist id: " << plid);
         return false;
     }
     if (plid == 0) {
         msg = buildErrMsg(what, KELO_TR("Cannot delete PlayQueue."), msg);
-        KELO_LOG_ERROR("PlayLists", "Cannot delete playqueue");
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot delete playqueue");
         return false;
     }
     PlayListBase* pl = manager->getPlayListByUid(plid);
     if (!checkPlayList(pl, plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Playlist id: " << plid << " doesn't exist");
+        KELO_LOG_ERROR(PlayListsLogger, "Playlist id: " << plid << " doesn't exist");
         return false;
     }
     const QString name = pl->getName();
     if (!manager->deletePlayList(pl)) {
         msg = buildErrMsg(what, KELO_TR("Delete playlist error."), msg);
-        KELO_LOG_ERROR("PlayLists", "Delete playlist id: " << plid << " failed");
+        KELO_LOG_ERROR(PlayListsLogger, "Delete playlist id: " << plid << " failed");
         return false;
     }
     emit playlistDeleted(plid);
     msg = buildOkMsg(KELO_TR("Playlist deleted successfully."), name, QString());
-    KELO_LOG_INFO("PlayLists", "Playlist id: " << plid << " deleted successfully");
+    KELO_LOG_INFO(PlayListsLogger, "Playlist id: " << plid << " deleted successfully");
     return true;
 }
 
 bool Controller::plSetName(CMSetDataRequest request, QString& msg)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const QString what = KELO_TR("Could not set playlist name.");
     const KeloPlayListPlSetName args(argumentsOf(request));
     const int plid = args.plid();
     if (!checkPlayListId(plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Cannot rename playlist id: " << plid);
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot rename playlist id: " << plid);
         return false;
     }
     if (plid == 0) {
         msg = buildErrMsg(what, KELO_TR("Cannot rename PlayQueue."), msg);
-        KELO_LOG_ERROR("PlayLists", "Cannot rename playqueue");
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot rename playqueue");
         return false;
     }
     if (!checkNonemptyString(args.name(), QStringLiteral("name"), what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Cannot rename playlist id: " << plid << " to empty string");
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot rename playlist id: " << plid << " to empty string");
         return false;
     }
     if (!checkNameLength(args.name(), what, msg))
         return false;
     PlayListBase* pl = manager->getPlayListByUid(plid);
     if (!checkPlayList(pl, plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Playlist id: " << plid << " doesn't exist");
+        KELO_LOG_ERROR(PlayListsLogger, "Playlist id: " << plid << " doesn't exist");
         return false;
     }
     if (!pl->setName(args.name())) {
@@ -139,30 +140,30 @@ bool Controller::plSetName(CMSetDataRequest request, QString& msg)
         return false;
     }
     msg = buildOkMsg(KELO_TR("Playlist renamed successfully."), pl->getName(), QString());
-    KELO_LOG_INFO("PlayLists", "Playlist id:" << plid << " successfully renamed to: " << args.name());
+    KELO_LOG_INFO(PlayListsLogger, "Playlist id:" << plid << " successfully renamed to: " << args.name());
     return true;
 }
 
 // Every accepted mode other than "on" switches shuffle off, negative numbers included.
 bool Controller::plSetShuffle(CMSetDataRequest request, QString& msg)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const QString what = KELO_TR("Could not set shuffle mode on playlist.");
     const KeloPlayListPlSetShuffle args(withModeAsName<KeloPlayListPlShuffleMode>(argumentsOf(request)));
     const int plid = args.plid();
     const int mode = args.mode();
     if (!checkPlayListId(plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Cannot set shuffle for invalid playlist id: " << plid);
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot set shuffle for invalid playlist id: " << plid);
         return false;
     }
     if (mode > KeloPlayListPlShuffleMode::On) {
         msg = buildErrMsg(what, KELO_TR("Invalid shuffle mode."), QStringLiteral("shuffle-mode"));
-        KELO_LOG_ERROR("PlayLists", "Cannot set shuffle mode: " << mode);
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot set shuffle mode: " << mode);
         return false;
     }
     PlayListBase* pl = manager->getPlayListByUid(plid);
     if (!checkPlayList(pl, plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Playlist id: " << plid << " doesn't exist");
+        KELO_LOG_ERROR(PlayListsLogger, "Playlist id: " << plid << " doesn't exist");
         return false;
     }
     const bool shuffle = mode == KeloPlayListPlShuffleMode::On;
@@ -172,30 +173,30 @@ bool Controller::plSetShuffle(CMSetDataRequest request, QString& msg)
     }
     msg = buildOkMsg(KELO_TR("Playlist shuffle mode changed successfully."), pl->getName(),
                      KeloPlayListPlShuffleMode::toString(mode));
-    KELO_LOG_INFO("PlayLists", "Playlist id:" << plid << " set shuffle: " << shuffle);
+    KELO_LOG_INFO(PlayListsLogger, "Playlist id:" << plid << " set shuffle: " << shuffle);
     return true;
 }
 
 // Only "all" switches repeat-all on; 3 is accepted as a number and switches it off like the rest.
 bool Controller::plSetRepeat(CMSetDataRequest request, QString& msg)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const QString what = KELO_TR("Could not set repeat mode on playlist.");
     const KeloPlayListPlSetRepeat args(withModeAsName<KeloPlayListPlRepeatMode>(argumentsOf(request)));
     const int plid = args.plid();
     const int mode = args.mode();
     if (!checkPlayListId(plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Cannot set repeat for invalid playlist id: " << plid);
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot set repeat for invalid playlist id: " << plid);
         return false;
     }
     if (mode > 3) {
         msg = buildErrMsg(what, KELO_TR("Invalid repeat mode."), QStringLiteral("repeat-mode"));
-        KELO_LOG_ERROR("PlayLists", "Cannot set repeat mode: " << mode);
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot set repeat mode: " << mode);
         return false;
     }
     PlayListBase* pl = manager->getPlayListByUid(plid);
     if (!checkPlayList(pl, plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Playlist id: " << plid << " doesn't exist");
+        KELO_LOG_ERROR(PlayListsLogger, "Playlist id: " << plid << " doesn't exist");
         return false;
     }
     const bool repeatAll = mode == KeloPlayListPlRepeatMode::All;
@@ -205,110 +206,110 @@ bool Controller::plSetRepeat(CMSetDataRequest request, QString& msg)
     }
     msg = buildOkMsg(KELO_TR("Playlist repeat mode changed successfully."), pl->getName(),
                      KeloPlayListPlRepeatMode::toString(mode));
-    KELO_LOG_INFO("PlayLists", "Playlist id:" << plid << " set repeat all: " << repeatAll);
+    KELO_LOG_INFO(PlayListsLogger, "Playlist id:" << plid << " set repeat all: " << repeatAll);
     return true;
 }
 
 bool Controller::plClearItems(CMSetDataRequest request, QString& msg)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const QString what = KELO_TR("Could not clear playlist.");
     const int plid = KeloPlayListPlId(argumentsOf(request)).plid();
     if (!checkPlayListId(plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Cannot clear items from invalid playlist id: " << plid);
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot clear items from invalid playlist id: " << plid);
         return false;
     }
     PlayListBase* pl = plid == 0 ? manager->getPlayQueue() : manager->getPlayListByUid(plid);
     if (!checkPlayList(pl, plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Playlist id: " << plid << " doesn't exist");
+        KELO_LOG_ERROR(PlayListsLogger, "Playlist id: " << plid << " doesn't exist");
         return false;
     }
     if (!pl->clearItems()) {
         msg = buildErrMsg(what, KELO_TR("Clear playlist failed."), msg);
-        KELO_LOG_ERROR("PlayLists", "Clear playlist id: " << plid << " failed");
+        KELO_LOG_ERROR(PlayListsLogger, "Clear playlist id: " << plid << " failed");
         return false;
     }
     msg = buildOkMsg(KELO_TR("Playlist cleared successfully."), pl->getName(), QString());
-    KELO_LOG_INFO("PlayLists", "Playlist id: " << plid << " cleared successfully");
+    KELO_LOG_INFO(PlayListsLogger, "Playlist id: " << plid << " cleared successfully");
     return true;
 }
 
 bool Controller::plRemoveItems(CMSetDataRequest request, QString& msg)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const QString what = KELO_TR("Could not remove items from playlist.");
     const KeloPlayListPlRemoveItems args(argumentsOf(request));
     const int plid = args.plid();
     const QList<int> items = args.items();
     if (!checkPlayListId(plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Cannot delete items from invalid playlist id: " << plid);
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot delete items from invalid playlist id: " << plid);
         return false;
     }
     if (items.isEmpty()) {
         msg = buildErrMsg(what, KELO_TR("Please select one or more items to remove."), msg);
-        KELO_LOG_ERROR("PlayLists", "Cannot delete zero items from playlist id: " << plid);
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot delete zero items from playlist id: " << plid);
         return false;
     }
     PlayListBase* pl = manager->getPlayListByUid(plid);
     if (!checkPlayList(pl, plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Playlist id: " << plid << " doesn't exist");
+        KELO_LOG_ERROR(PlayListsLogger, "Playlist id: " << plid << " doesn't exist");
         return false;
     }
     const int removed = pl->removeItems(items);
-    KELO_LOG_TRACE("PlayLists", "numItemsChanged " << removed);
+    KELO_LOG_TRACE(PlayListsLogger, "numItemsChanged " << removed);
     if (removed <= 0) {
         msg = buildErrMsg(what, KELO_TR("Remove items failed"), msg);
-        KELO_LOG_ERROR("PlayLists", "Remove items from playlist id: " << plid << " failed");
+        KELO_LOG_ERROR(PlayListsLogger, "Remove items from playlist id: " << plid << " failed");
         return false;
     }
     msg = buildOkMsg(KELO_TR("Items removed successfully from playlist."), pl->getName(), QString());
-    KELO_LOG_INFO("PlayLists", "Removed " << removed << " items from playlist id: " << plid);
+    KELO_LOG_INFO(PlayListsLogger, "Removed " << removed << " items from playlist id: " << plid);
     return true;
 }
 
 bool Controller::plMoveItems(CMSetDataRequest request, QString& msg)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const QString what = KELO_TR("Could not move items in playlist.");
     const KeloPlayListPlMoveItems args(argumentsOf(request));
     const int plid = args.plid();
     const QList<int> items = args.items();
     const int to = args.to();
     if (!checkPlayListId(plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Cannot move items in invalid playlist id: " << plid);
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot move items in invalid playlist id: " << plid);
         return false;
     }
     if (items.isEmpty()) {
         msg = buildErrMsg(what, KELO_TR("Please select one or more items to move."), msg);
-        KELO_LOG_ERROR("PlayLists", "Please select one or more items to move in playlist id: " << plid);
+        KELO_LOG_ERROR(PlayListsLogger, "Please select one or more items to move in playlist id: " << plid);
         return false;
     }
     if (to < 0) {
         msg = buildErrMsg(what, KELO_TR("Cannot move items to negative position."), msg);
-        KELO_LOG_ERROR("PlayLists", "Cannot move items to negative position in playlist id: " << plid);
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot move items to negative position in playlist id: " << plid);
         return false;
     }
     PlayListBase* pl = manager->getPlayListByUid(plid);
     if (!checkPlayList(pl, plid, what, msg)) {
-        KELO_LOG_ERROR("PlayLists", "Playlist id: " << plid << " doesn't exist");
+        KELO_LOG_ERROR(PlayListsLogger, "Playlist id: " << plid << " doesn't exist");
         return false;
     }
     if (to >= pl->getSize() || !blockMoveStaysInside(items, to, pl->getSize())) {
         msg = buildErrMsg(what, KELO_TR("Cannot move items, sequence number is not in valid range."), msg);
-        KELO_LOG_ERROR("PlayLists", "Cannot move items, sequence number is not in valid range");
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot move items, sequence number is not in valid range");
         return false;
     }
     QString indices;
     for (int item : items)
         indices += QStringLiteral("%1,").arg(item);
-    KELO_LOG_TRACE("PlayLists", "indicies: " << indices << " toSeqNum " << to);
+    KELO_LOG_TRACE(PlayListsLogger, "indicies: " << indices << " toSeqNum " << to);
     if (!pl->moveItems(items, to)) {
         msg = buildErrMsg(what, KELO_TR("Move items failed"), msg);
-        KELO_LOG_ERROR("PlayLists", "Unable to move items (" << items << ") to seqnum " << to
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to move items (" << items << ") to seqnum " << to
                                                              << " in playlist id: " << plid);
         return false;
     }
     msg = buildOkMsg(KELO_TR("Items removed successfully from playlist."), pl->getName(), QString());
-    KELO_LOG_INFO("PlayLists", "Items in playlist id: " << plid << " moved successfully to position: " << to);
+    KELO_LOG_INFO(PlayListsLogger, "Items in playlist id: " << plid << " moved successfully to position: " << to);
     return true;
 }

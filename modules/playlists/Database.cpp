@@ -10,6 +10,7 @@
 #include "CMGlobal.h"
 #include "KeloLog.h"
 #include "Sqlite3Statement.h"
+#include "PlayListsLog.h"
 
 namespace {
 const char* const databaseDirectory = "data-rw/playlists/";
@@ -115,7 +116,7 @@ Database::~Database()
 void Database::open()
 {
     if (!QDir(databaseDirectory).exists() && !QDir(QStringLiteral(".")).mkpath(databaseDirectory)) {
-        KELO_LOG_FATAL("PlayLists", "Unable to create directory for PlayList database file");
+        KELO_LOG_FATAL(PlayListsLogger, "Unable to create directory for PlayList database file");
         KELO_ASSERT(false, "the PlayList database directory can be created");
     }
     openConnection();
@@ -125,7 +126,7 @@ void Database::openConnection()
 {
     const int rc = sqlite3_open(databaseFile, &m_connection);
     if (rc != SQLITE_OK || !m_connection) {
-        KELO_LOG_FATAL("PlayLists", "Unable to open PlayList database file: " << sqlite3_errstr(rc));
+        KELO_LOG_FATAL(PlayListsLogger, "Unable to open PlayList database file: " << sqlite3_errstr(rc));
         KELO_ASSERT(false, "the PlayList database file can be opened");
     }
     sqlite3_busy_timeout(m_connection, busyTimeoutMs);
@@ -141,7 +142,7 @@ bool Database::usable()
               qstrcmp(reinterpret_cast<const char*>(sqlite3_column_text(check, 0)), "ok") == 0;
     rc = sqlite3_finalize(check);
     if (!ok) {
-        KELO_LOG_ERROR("PlayLists", "quick_check of the PlayList database failed: " << sqlite3_errstr(rc));
+        KELO_LOG_ERROR(PlayListsLogger, "quick_check of the PlayList database failed: " << sqlite3_errstr(rc));
         return false;
     }
     // The schema is tried in a transaction that is rolled back: a file found damaged is kept as it was.
@@ -164,7 +165,7 @@ bool Database::schemaFits()
         const int rc = sqlite3_prepare_v2(m_connection, text.sql, -1, &statement, nullptr);
         sqlite3_finalize(statement);
         if (rc != SQLITE_OK) {
-            KELO_LOG_ERROR("PlayLists", "The PlayList database has another schema: " << text.name);
+            KELO_LOG_ERROR(PlayListsLogger, "The PlayList database has another schema: " << text.name);
             return false;
         }
     }
@@ -181,11 +182,11 @@ void Database::replaceDamagedFile()
     const QString file = QString::fromUtf8(databaseFile);
     m_damagedFileMovedTo = file + QStringLiteral(".damaged-") + stamp;
     if (!QFile::rename(file, m_damagedFileMovedTo)) {
-        KELO_LOG_FATAL("PlayLists", "Unable to move the damaged PlayList database file aside");
+        KELO_LOG_FATAL(PlayListsLogger, "Unable to move the damaged PlayList database file aside");
         KELO_ASSERT(false, "the damaged PlayList database file can be moved aside");
     }
     QFile::rename(file + QStringLiteral("-journal"), m_damagedFileMovedTo + QStringLiteral("-journal"));
-    KELO_LOG_FATAL("PlayLists", "The PlayList database file was damaged; every playlist and collection in it is "
+    KELO_LOG_FATAL(PlayListsLogger, "The PlayList database file was damaged; every playlist and collection in it is "
                                 "lost. It was moved to " << m_damagedFileMovedTo << " and a new one was made");
     openConnection();
 }
@@ -194,7 +195,7 @@ void Database::ensureTablesExist()
 {
     for (const SqlText& text : schemaTexts)
         createTableHelper(text.sql, text.name);
-    KELO_LOG_TRACE("PlayLists", "PlayList tables exist");
+    KELO_LOG_TRACE(PlayListsLogger, "PlayList tables exist");
 }
 
 void Database::createTableHelper(const char* sql, const char* label)
@@ -202,7 +203,7 @@ void Database::createTableHelper(const char* sql, const char* label)
     char* message = nullptr;
     if (sqlite3_exec(m_connection, sql, nullptr, nullptr, &message) == SQLITE_OK)
         return;
-    KELO_LOG_FATAL("PlayLists", "Unable to create table " << label << ": " << message);
+    KELO_LOG_FATAL(PlayListsLogger, "Unable to create table " << label << ": " << message);
     sqlite3_free(message);
     KELO_ASSERT(false, "the PlayList schema can be created");
 }
@@ -214,12 +215,12 @@ void Database::prepareStatements()
         m_statements[id] = Sqlite3Statement::create(m_connection, QString::fromUtf8(text.sql),
                                                     QString::fromUtf8(text.name));
     }
-    KELO_LOG_TRACE("PlayLists", "PlayList statements prepared");
+    KELO_LOG_TRACE(PlayListsLogger, "PlayList statements prepared");
 }
 
 void Database::sqliteErrorLogCallback(void* /*context*/, int code, const char* message)
 {
-    KELO_LOG_ERROR("PlayLists", "SQLite error " << code << ": " << message);
+    KELO_LOG_ERROR(PlayListsLogger, "SQLite error " << code << ": " << message);
 }
 
 Sqlite3Statement& Database::statement(StatementId id)
@@ -286,7 +287,7 @@ void Database::vacuum()
     QElapsedTimer timer;
     timer.start();
     execute("VACUUM;");
-    KELO_LOG_INFO("PlayLists", "sqlite vacuum duration: " << timer.elapsed() << " ms");
+    KELO_LOG_INFO(PlayListsLogger, "sqlite vacuum duration: " << timer.elapsed() << " ms");
     emit vacuumNeeded(false);
     m_vacuumNeeded = false;
 }

@@ -6,6 +6,7 @@
 #include "Database.h"
 #include "KeloLog.h"
 #include "Sqlite3Statement.h"
+#include "PlayListsLog.h"
 
 // Each operation here is one statement in SQLite's autocommit; memberships go with their playlist
 // or collection row through the foreign keys.
@@ -13,28 +14,28 @@
 CollectionRecord Database::createCollection(const QString& name)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "name=" << name);
+    KELO_LOG_TRACE(PlayListsLogger, "name=" << name);
     if (!StatementScope(statement(CreateCollection)).bind(name).run()) {
-        KELO_LOG_ERROR("PlayLists", "Unable to create collection in database");
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to create collection in database");
         return CollectionRecord();
     }
     CollectionRecord col;
     col.uid = static_cast<int>(sqlite3_last_insert_rowid(m_connection));
     col.name = name;
-    KELO_LOG_INFO("PlayLists", "Inserted collection uid=" << col.uid << " name=" << name);
+    KELO_LOG_INFO(PlayListsLogger, "Inserted collection uid=" << col.uid << " name=" << name);
     return col;
 }
 
 bool Database::deleteCollection(const CollectionRecord& col)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "uid=" << col.uid);
+    KELO_LOG_TRACE(PlayListsLogger, "uid=" << col.uid);
     if (!StatementScope(statement(DeleteCollection)).bind(col.uid).run()) {
-        KELO_LOG_ERROR("PlayLists", "Unable to delete collection uid=" << col.uid << " in database");
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to delete collection uid=" << col.uid << " in database");
         return false;
     }
     if (sqlite3_changes(m_connection) == 0) {
-        KELO_LOG_ERROR("PlayLists", "Unable to delete collection uid=" << col.uid
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to delete collection uid=" << col.uid
                                         << " in database: no such collection in DB");
         return false;
     }
@@ -44,26 +45,26 @@ bool Database::deleteCollection(const CollectionRecord& col)
 bool Database::addToCollection(const CollectionRecord& col, int playlistUid)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "col=" << col.uid << " pl=" << playlistUid);
+    KELO_LOG_TRACE(PlayListsLogger, "col=" << col.uid << " pl=" << playlistUid);
     // The primary key refuses a duplicate pair, the foreign keys an unknown uid.
     if (!StatementScope(statement(AddToCollection)).bindAll(col.uid, playlistUid).run()) {
-        KELO_LOG_ERROR("PlayLists", "Unable to add pl=" << playlistUid << " to collection=" << col.uid);
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to add pl=" << playlistUid << " to collection=" << col.uid);
         return false;
     }
-    KELO_LOG_INFO("PlayLists", "Pl=" << playlistUid << " added to collection=" << col.uid);
+    KELO_LOG_INFO(PlayListsLogger, "Pl=" << playlistUid << " added to collection=" << col.uid);
     return true;
 }
 
 bool Database::removeFromCollection(const CollectionRecord& col, int playlistUid)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "col=" << col.uid << " pl=" << playlistUid);
+    KELO_LOG_TRACE(PlayListsLogger, "col=" << col.uid << " pl=" << playlistUid);
     if (!StatementScope(statement(RemoveFromCollection)).bindAll(col.uid, playlistUid).run()) {
-        KELO_LOG_ERROR("PlayLists", "Unable to remove pl=" << playlistUid << " from collection=" << col.uid);
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to remove pl=" << playlistUid << " from collection=" << col.uid);
         return false;
     }
     if (sqlite3_changes(m_connection) == 0) {
-        KELO_LOG_ERROR("PlayLists", "Unable to remove pl=" << playlistUid << " From collection=" << col.uid
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to remove pl=" << playlistUid << " From collection=" << col.uid
                                         << " in database: no such playlist in collection in DB");
         return false;
     }
@@ -73,13 +74,13 @@ bool Database::removeFromCollection(const CollectionRecord& col, int playlistUid
 bool Database::updateCollection(const CollectionRecord& col)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "uid=" << col.uid << " name=" << col.name);
+    KELO_LOG_TRACE(PlayListsLogger, "uid=" << col.uid << " name=" << col.name);
     if (!StatementScope(statement(UpdateCollection)).bindAll(col.name, col.uid).run()) {
-        KELO_LOG_ERROR("PlayLists", "Unable to update collection uid=" << col.uid);
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to update collection uid=" << col.uid);
         return false;
     }
     if (sqlite3_changes(m_connection) == 0) {
-        KELO_LOG_ERROR("PlayLists", "Unable to update collection uid=" << col.uid << ": no such collection in DB");
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to update collection uid=" << col.uid << ": no such collection in DB");
         return false;
     }
     return true;
@@ -97,7 +98,7 @@ QList<CollectionRecord> Database::getCollections()
         collections.append(col);
     });
     if (!read)
-        KELO_LOG_ERROR("PlayLists", "Unable to fetch collections");
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to fetch collections");
     return collections;
 }
 
@@ -110,7 +111,7 @@ QList<int> Database::commaSeparateNumberToList(const QString& text)
         if (ok)
             numbers.append(number);
         else
-            KELO_LOG_ERROR("PlayLists", "Error parsing collections");
+            KELO_LOG_ERROR(PlayListsLogger, "Error parsing collections");
     }
     return numbers;
 }

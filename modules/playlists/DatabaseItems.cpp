@@ -7,20 +7,21 @@
 #include "DatabaseTransaction.h"
 #include "KeloLog.h"
 #include "Sqlite3Statement.h"
+#include "PlayListsLog.h"
 
 namespace {
 const int highestSequenceNumber = 2147483647;
 
 int addItemsFailed()
 {
-    KELO_LOG_ERROR("PlayLists", "Error adding items to list");
+    KELO_LOG_ERROR(PlayListsLogger, "Error adding items to list");
     return -1;
 }
 
 // Per-row TRACE lines are decided once per operation: looking the logger up costs more than a row.
 bool traceEnabled()
 {
-    return KeloLog::logger("PlayLists").isEnabledFor(log4cplus::TRACE_LOG_LEVEL);
+    return KeloLog::logger(PlayListsLogger).isEnabledFor(log4cplus::TRACE_LOG_LEVEL);
 }
 
 QString joinIndices(const QList<int>& indices)
@@ -58,7 +59,7 @@ QList<KeloPlayListItem> Database::getItems(const PlayListRecord& pl, int from, i
     StatementScope query(statement(GetItems));
     query.bindAll(pl.uid, from, to);
     if (!query.forEachRow([&](const StatementScope& row) { items.append(readItem(row)); }))
-        KELO_LOG_ERROR("PlayLists", "Error fetching PlayList items from DB");
+        KELO_LOG_ERROR(PlayListsLogger, "Error fetching PlayList items from DB");
     return items;
 }
 
@@ -70,7 +71,7 @@ KeloPlayListItem Database::getItemByUid(int uid)
     if (query.bind(uid).step())
         item = readItem(query);
     if (!query.finish())
-        KELO_LOG_ERROR("PlayLists", "Error fetching item by UID");
+        KELO_LOG_ERROR(PlayListsLogger, "Error fetching item by UID");
     return item;
 }
 
@@ -80,7 +81,7 @@ void Database::printItems(const PlayListRecord& pl)
     if (!traceEnabled())
         return;
     for (const KeloPlayListItem& item : getItems(pl, 0, pl.size)) {
-        KELO_LOG_TRACE("PlayLists", "uid: " << item.uid() << " seqNum: " << item.sequenceNumber()
+        KELO_LOG_TRACE(PlayListsLogger, "uid: " << item.uid() << " seqNum: " << item.sequenceNumber()
                                            << " name: " << item.title());
     }
 }
@@ -90,13 +91,13 @@ int Database::getNextSequenceNumber(const PlayListRecord& pl)
     KELO_ASSERT_THREAD(this);
     StatementScope query(statement(GetNextSequenceNumber));
     if (!query.bind(pl.uid).step()) {
-        KELO_LOG_ERROR("PlayLists", "Error fetching the next sequenceNumber");
+        KELO_LOG_ERROR(PlayListsLogger, "Error fetching the next sequenceNumber");
         query.finish();
         return -1;
     }
     const int next = query.columnInt(0);
     if (!query.finish())
-        KELO_LOG_ERROR("PlayLists", "Error resetting next sequence number stmt");
+        KELO_LOG_ERROR(PlayListsLogger, "Error resetting next sequence number stmt");
     return next;
 }
 
@@ -104,13 +105,13 @@ int Database::addItemsNextSequenceNumber(const PlayListRecord& pl, int position)
 {
     KELO_ASSERT_THREAD(this);
     if (pl.size == 0) {
-        KELO_LOG_TRACE("PlayLists", "playlist is empty");
+        KELO_LOG_TRACE(PlayListsLogger, "playlist is empty");
         const int next = getNextSequenceNumber(pl);
-        KELO_LOG_TRACE("PlayLists", "nextSequenceNumber: " << next);
+        KELO_LOG_TRACE(PlayListsLogger, "nextSequenceNumber: " << next);
         return next;
     }
-    KELO_LOG_TRACE("PlayLists", "playlist is not empty");
-    KELO_LOG_TRACE("PlayLists", "lastSeqNum: " << pl.lastPlayedIndex);
+    KELO_LOG_TRACE(PlayListsLogger, "playlist is not empty");
+    KELO_LOG_TRACE(PlayListsLogger, "lastSeqNum: " << pl.lastPlayedIndex);
     switch (position) {
     case KeloPlayListAddPosition::Now:
     case KeloPlayListAddPosition::AfterCurrent:
@@ -131,7 +132,7 @@ int Database::addItems(const PlayListRecord& pl, int position, const QList<KeloP
     KELO_ASSERT_THREAD(this);
     // The write lock is taken before the limit is counted, so no other writer can slip in between.
     DatabaseTransaction transaction(*this, DatabaseTransaction::Immediate);
-    KELO_LOG_TRACE("PlayLists", "pl: " << pl.uid << " pl.size(): " << pl.size << " position: " << position
+    KELO_LOG_TRACE(PlayListsLogger, "pl: " << pl.uid << " pl.size(): " << pl.size << " position: " << position
                                        << " items.size(): " << items.size());
     if (!transaction.isOpen())
         return addItemsFailed();
@@ -144,10 +145,10 @@ int Database::addItems(const PlayListRecord& pl, int position, const QList<KeloP
     const QList<KeloPlayListItem> kept = (m_itemsLimit == 0 || room < 0) ? items : items.mid(0, room);
     if (addedCount)
         *addedCount = kept.size();
-    KELO_LOG_TRACE("PlayLists", "dbItemsCount: " << dbItemsCount << ", addedItemsCount: " << kept.size()
+    KELO_LOG_TRACE(PlayListsLogger, "dbItemsCount: " << dbItemsCount << ", addedItemsCount: " << kept.size()
                                                  << ", limit: " << m_itemsLimit);
     if (kept.isEmpty()) {
-        KELO_LOG_ERROR("PlayLists", "Error adding playlist items: database reached limit!");
+        KELO_LOG_ERROR(PlayListsLogger, "Error adding playlist items: database reached limit!");
         return -2;
     }
 
@@ -155,7 +156,7 @@ int Database::addItems(const PlayListRecord& pl, int position, const QList<KeloP
     if (first < 0)
         return addItemsFailed();
     if (pl.size > first && !offsetItemsFromTransaction(pl, first, kept.size())) {
-        KELO_LOG_ERROR("PlayLists", "Unable to move item block before adding items");
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to move item block before adding items");
         return addItemsFailed();
     }
     if (!addItemsFromSequenceNumber(pl, first, kept) || !transaction.commit())
@@ -196,14 +197,14 @@ bool Database::addItemsFromSequenceNumber(const PlayListRecord& pl, int firstSeq
     int sequenceNumber = firstSequenceNumber;
     for (const KeloPlayListItem& item : items) {
         if (!insertItem(item)) {
-            KELO_LOG_ERROR("PlayLists", "Error inserting item into DB");
+            KELO_LOG_ERROR(PlayListsLogger, "Error inserting item into DB");
             return false;
         }
         const int uid = static_cast<int>(sqlite3_last_insert_rowid(m_connection));
         if (trace)
-            KELO_LOG_TRACE("PlayLists", "Inserted item into DB with uid " << uid);
+            KELO_LOG_TRACE(PlayListsLogger, "Inserted item into DB with uid " << uid);
         if (!StatementScope(link).bindAll(pl.uid, uid, sequenceNumber).run()) {
-            KELO_LOG_ERROR("PlayLists", "Error inserting item into playlist DB");
+            KELO_LOG_ERROR(PlayListsLogger, "Error inserting item into playlist DB");
             return false;
         }
         ++sequenceNumber;
@@ -214,11 +215,11 @@ bool Database::addItemsFromSequenceNumber(const PlayListRecord& pl, int firstSeq
 int Database::removeItems(const PlayListRecord& pl, const QList<int>& indices)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "pl=" << pl.uid << " indices=" << joinIndices(indices));
+    KELO_LOG_TRACE(PlayListsLogger, "pl=" << pl.uid << " indices=" << joinIndices(indices));
     DatabaseTransaction transaction(*this, DatabaseTransaction::Immediate);
     const int removed = transaction.isOpen() ? removeItemsTransaction(pl, indices) : -1;
     if (removed < 0 || !transaction.commit()) {
-        KELO_LOG_ERROR("PlayLists", "Error removing items from list");
+        KELO_LOG_ERROR(PlayListsLogger, "Error removing items from list");
         return -1;
     }
     setVacuumNeeded();
@@ -238,11 +239,11 @@ int Database::removeItemsTransaction(const PlayListRecord& pl, const QList<int>&
         i = last + 1;
     }
     if (removed != indices.size()) {
-        KELO_LOG_ERROR("PlayLists", "Unable to remove all item indices");
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to remove all item indices");
         return -1;
     }
     if (!cleanUnusedItems()) {
-        KELO_LOG_ERROR("PlayLists", "Unable to clean up unused items");
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to clean up unused items");
         return -1;
     }
     if (!indices.isEmpty() && !renumberItems(pl, indices.first()))
@@ -252,9 +253,9 @@ int Database::removeItemsTransaction(const PlayListRecord& pl, const QList<int>&
 
 int Database::removeItemsHelper(const PlayListRecord& pl, int from, int to)
 {
-    KELO_LOG_TRACE("PlayLists", "Remove partial from=" << from << " to=" << to);
+    KELO_LOG_TRACE(PlayListsLogger, "Remove partial from=" << from << " to=" << to);
     if (!StatementScope(statement(DeletePlayListItem)).bindAll(pl.uid, from, to).run()) {
-        KELO_LOG_ERROR("PlayLists", "Error removing partial items from list");
+        KELO_LOG_ERROR(PlayListsLogger, "Error removing partial items from list");
         return -1;
     }
     return sqlite3_changes(m_connection);
@@ -270,7 +271,7 @@ QVector<QPair<int, int>> Database::itemPositions(const PlayListRecord& pl, int f
         positions.append(qMakePair(row.columnInt(0), row.columnInt(1)));
     });
     if (!read)
-        KELO_LOG_ERROR("PlayLists", "Error fetching PlayList items from DB");
+        KELO_LOG_ERROR(PlayListsLogger, "Error fetching PlayList items from DB");
     return positions;
 }
 
@@ -283,10 +284,10 @@ bool Database::renumberItems(const PlayListRecord& pl, int from)
     int newSequenceNumber = from;
     for (const auto& [oldSequenceNumber, uid] : itemPositions(pl, from, pl.size)) {
         if (trace)
-            KELO_LOG_TRACE("PlayLists", "update seq: uid=" << uid << " old=" << oldSequenceNumber
+            KELO_LOG_TRACE(PlayListsLogger, "update seq: uid=" << uid << " old=" << oldSequenceNumber
                                                           << " new=" << newSequenceNumber);
         if (!StatementScope(update).bindAll(pl.uid, uid, oldSequenceNumber, newSequenceNumber).run()) {
-            KELO_LOG_ERROR("PlayLists", "Unable to restore sequence numbers");
+            KELO_LOG_ERROR(PlayListsLogger, "Unable to restore sequence numbers");
             return false;
         }
         ++newSequenceNumber;
@@ -297,10 +298,10 @@ bool Database::renumberItems(const PlayListRecord& pl, int from)
 bool Database::moveItem(const PlayListRecord& pl, int from, int to)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "pl=" << pl.uid << " from=" << from << " to=" << to);
+    KELO_LOG_TRACE(PlayListsLogger, "pl=" << pl.uid << " from=" << from << " to=" << to);
     DatabaseTransaction transaction(*this, DatabaseTransaction::Deferred);
     if (!transaction.isOpen() || !moveItemTransaction(pl, from, to) || !transaction.commit()) {
-        KELO_LOG_ERROR("PlayLists", "Error moving PlayListItem");
+        KELO_LOG_ERROR(PlayListsLogger, "Error moving PlayListItem");
         return false;
     }
     return true;
@@ -314,7 +315,7 @@ bool Database::moveItems(const PlayListRecord& pl, const QVector<QPair<int, int>
     for (int i = 0; moved && i < moves.size(); ++i)
         moved = moveItemTransaction(pl, moves[i].first, moves[i].second);
     if (!moved || !transaction.commit()) {
-        KELO_LOG_ERROR("PlayLists", "Error moving PlayListItems");
+        KELO_LOG_ERROR(PlayListsLogger, "Error moving PlayListItems");
         return false;
     }
     return true;
@@ -337,14 +338,14 @@ bool Database::moveItemTransaction(const PlayListRecord& pl, int from, int to)
 bool Database::clearItems(const PlayListRecord& pl)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "pl=" << pl.uid);
+    KELO_LOG_TRACE(PlayListsLogger, "pl=" << pl.uid);
     if (removeItemsHelper(pl, 0, highestSequenceNumber) < 0) {
-        KELO_LOG_ERROR("PlayLists", "Unable to clear playList " << pl.uid);
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to clear playList " << pl.uid);
         return false;
     }
     // Without a transaction a failed cleanup leaves orphan item rows; the next cleanup takes them.
     if (!cleanUnusedItems())
-        KELO_LOG_ERROR("PlayLists", "Unable to clean up unused items");
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to clean up unused items");
     setVacuumNeeded();
     return true;
 }

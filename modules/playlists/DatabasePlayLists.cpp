@@ -6,6 +6,7 @@
 #include "KeloLog.h"
 #include "Language.h"
 #include "Sqlite3Statement.h"
+#include "PlayListsLog.h"
 
 PlayListRecord Database::readPlayListRecord(const StatementScope& query)
 {
@@ -23,14 +24,14 @@ PlayListRecord Database::createPlayList(const QString& name)
 {
     KELO_ASSERT_THREAD(this);
     if (!StatementScope(statement(CreatePlayList)).bind(name).run()) {
-        KELO_LOG_ERROR("PlayLists", "Unable to create playlist in database");
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to create playlist in database");
         return PlayListRecord();
     }
     PlayListRecord pl;
     pl.uid = static_cast<int>(sqlite3_last_insert_rowid(m_connection));
     pl.name = name;
     pl.lastPlayedIndex = -1;
-    KELO_LOG_INFO("PlayLists", "Created playlist uid=" << pl.uid << " name=" << name);
+    KELO_LOG_INFO(PlayListsLogger, "Created playlist uid=" << pl.uid << " name=" << name);
     return pl;
 }
 
@@ -40,11 +41,11 @@ bool Database::updatePlayList(const PlayListRecord& pl)
     StatementScope update(statement(UpdatePlayList));
     update.bindAll(pl.name, pl.shuffle ? 1 : 0, pl.repeatAll ? 1 : 0, pl.lastPlayedIndex, pl.uid);
     if (!update.run()) {
-        KELO_LOG_ERROR("PlayLists", "Error updating PlayList");
+        KELO_LOG_ERROR(PlayListsLogger, "Error updating PlayList");
         return false;
     }
     if (sqlite3_changes(m_connection) == 0) {
-        KELO_LOG_ERROR("PlayLists", "Error updating PlayList: no such uid in DB");
+        KELO_LOG_ERROR(PlayListsLogger, "Error updating PlayList: no such uid in DB");
         return false;
     }
     return true;
@@ -55,7 +56,7 @@ bool Database::deletePlayList(const PlayListRecord& pl)
     KELO_ASSERT_THREAD(this);
     DatabaseTransaction transaction(*this, DatabaseTransaction::Deferred);
     if (!transaction.isOpen() || !deletePlayListTransaction(pl) || !transaction.commit()) {
-        KELO_LOG_ERROR("PlayLists", "Error deleting PlayList");
+        KELO_LOG_ERROR(PlayListsLogger, "Error deleting PlayList");
         return false;
     }
     setVacuumNeeded();
@@ -65,16 +66,16 @@ bool Database::deletePlayList(const PlayListRecord& pl)
 bool Database::deletePlayListTransaction(const PlayListRecord& pl)
 {
     if (!StatementScope(statement(DeletePlayList)).bind(pl.uid).run()) {
-        KELO_LOG_ERROR("PlayLists", "Error deleting PlayList: delete commad failed");
+        KELO_LOG_ERROR(PlayListsLogger, "Error deleting PlayList: delete commad failed");
         return false;
     }
     // "uid > 0" in the statement makes the play queue look like a missing row.
     if (sqlite3_changes(m_connection) == 0) {
-        KELO_LOG_ERROR("PlayLists", "Error deleting PlayList: no such list in DB");
+        KELO_LOG_ERROR(PlayListsLogger, "Error deleting PlayList: no such list in DB");
         return false;
     }
     if (!cleanUnusedItems()) {
-        KELO_LOG_ERROR("PlayLists", "Unable to clean up unused items");
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to clean up unused items");
         return false;
     }
     return true;

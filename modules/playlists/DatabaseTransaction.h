@@ -8,6 +8,7 @@
 
 #include "Database.h"
 #include "KeloLog.h"
+#include "PlayListsLog.h"
 
 class DatabaseTransaction
 {
@@ -50,7 +51,7 @@ public:
             rc = m_database.commitTransaction();
         }
         if (rc != SQLITE_OK) {
-            KELO_LOG_ERROR("PlayLists", "Commit transaction failed: " << sqlite3_errstr(rc));
+            KELO_LOG_ERROR(PlayListsLogger, "Commit transaction failed: " << sqlite3_errstr(rc));
             return false;
         }
         m_open = false;

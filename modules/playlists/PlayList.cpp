@@ -8,6 +8,7 @@
 #include "KeloJson.h"
 #include "KeloLog.h"
 #include "KeloPaths.h"
+#include "PlayListsLog.h"
 
 PlayList::PlayList(Database* database, const PlayListRecord& record)
     : database(database), record(std::make_unique<PlayListRecord>(record))
@@ -132,7 +133,7 @@ bool PlayList::remove()
 QList<KeloPlayListItem> PlayList::getItems(int from, int to)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "from=" << from << " to=" << to);
+    KELO_LOG_TRACE(PlayListsLogger, "from=" << from << " to=" << to);
     QMutexLocker locker(&mutex);
     return database->getItems(*record, from, to);
 }
@@ -140,7 +141,7 @@ QList<KeloPlayListItem> PlayList::getItems(int from, int to)
 int PlayList::addItems(KeloPlayListAddPosition::Enum position, const QList<KeloPlayListItem>& items)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "position=" << int(position) << " count=" << items.size());
+    KELO_LOG_TRACE(PlayListsLogger, "position=" << int(position) << " count=" << items.size());
     QMutexLocker locker(&mutex);
     int added = 0;
     const int first = database->addItems(*record, position, items, &added);
@@ -155,7 +156,7 @@ int PlayList::addItems(KeloPlayListAddPosition::Enum position, const QList<KeloP
 int PlayList::removeItems(const QList<int>& indices)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "indices=" << indices);
+    KELO_LOG_TRACE(PlayListsLogger, "indices=" << indices);
     QList<int> sorted = indices;
     std::sort(sorted.begin(), sorted.end());
     QMutexLocker locker(&mutex);
@@ -178,14 +179,14 @@ int PlayList::removeItems(const QList<int>& indices)
 bool PlayList::moveItem(int from, int to)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "from=" << from << " to=" << to);
+    KELO_LOG_TRACE(PlayListsLogger, "from=" << from << " to=" << to);
     const int n = getSize();
     to = std::min(to, n);
     from = std::min(from, n);
     if (from == to)
         return true;
     const int last = getLastSequenceNumber();
-    KELO_LOG_TRACE("PlayLists", "lastPlayedSeqNum: " << last);
+    KELO_LOG_TRACE(PlayListsLogger, "lastPlayedSeqNum: " << last);
     QMutexLocker locker(&mutex);
     if (!database->moveItem(*record, from, to))
         return false;
@@ -198,22 +199,22 @@ void PlayList::adjustLastPlayedAfterMove(int last, int from, int to)
 {
     if (last == from) {
         setLastSequenceNumber(to);
-        KELO_LOG_TRACE("PlayLists", "setLastSequenceNumber(toIndex): " << to);
+        KELO_LOG_TRACE(PlayListsLogger, "setLastSequenceNumber(toIndex): " << to);
     } else if (last < from && last >= to) {
         setLastSequenceNumber(last + 1);
-        KELO_LOG_TRACE("PlayLists", "setLastSequenceNumber(lastPlayedSeqNum + 1): " << last + 1);
+        KELO_LOG_TRACE(PlayListsLogger, "setLastSequenceNumber(lastPlayedSeqNum + 1): " << last + 1);
     } else if (last > from && last <= to) {
         setLastSequenceNumber(last - 1);
-        KELO_LOG_TRACE("PlayLists", "setLastSequenceNumber(lastPlayedSeqNum - 1): " << last - 1);
+        KELO_LOG_TRACE(PlayListsLogger, "setLastSequenceNumber(lastPlayedSeqNum - 1): " << last - 1);
     }
 }
 
 bool PlayList::moveItems(QList<int> indices, int to)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "indicies.size(): " << indices.size());
+    KELO_LOG_TRACE(PlayListsLogger, "indicies.size(): " << indices.size());
     if (indices.isEmpty()) {
-        KELO_LOG_TRACE("PlayLists", "indicies.size() is 0, returning");
+        KELO_LOG_TRACE(PlayListsLogger, "indicies.size() is 0, returning");
         return false;
     }
     // Towards the front the entries land at to, to + 1, ...; towards the back the moves run from
@@ -241,7 +242,7 @@ bool PlayList::moveItems(QList<int> indices, int to)
 bool PlayList::clearItems()
 {
     KELO_ASSERT_THREAD(this);
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     if (getSize() == 0) {
         setLastSequenceNumber(-1);
         return true;
@@ -266,7 +267,7 @@ KeloRoles PlayList::itemToKeloRoles(const KeloPlayListItem& item) const
     KeloRoles roles(
         KeloHash(KeloJson::parse(item.utf8(KeloPlayListItem::Text::KeloRoles), &ok, &error).toHash()));
     if (!ok) {
-        KELO_LOG_ERROR("PlayLists", "Failed to parse data, error: " << error);
+        KELO_LOG_ERROR(PlayListsLogger, "Failed to parse data, error: " << error);
         return roles;
     }
     const QString uid = QString::number(item.uid());

@@ -7,6 +7,7 @@
 #include "Database.h"
 #include "KeloLog.h"
 #include "PlayList.h"
+#include "PlayListsLog.h"
 
 PlayListManager::PlayListManager(Database* database, QObject* parent) : QObject(parent), database(database)
 {
@@ -26,7 +27,7 @@ PlayListManager::~PlayListManager()
 void PlayListManager::initPlayLists()
 {
     KELO_ASSERT_THREAD(this);
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     playQueue = new PlayList(database, database->getPlayQueue());
     // The play queue does not survive a restart.
     playQueue->clearItems();
@@ -38,7 +39,7 @@ void PlayListManager::initPlayLists()
 void PlayListManager::initCollections()
 {
     KELO_ASSERT_THREAD(this);
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const QList<CollectionRecord> records = database->getCollections();
     for (const CollectionRecord& record : records) {
         QList<PlayListBase*> members;
@@ -47,7 +48,7 @@ void PlayListManager::initCollections()
             if (pl)
                 members.append(pl);
             else
-                KELO_LOG_ERROR("PlayLists", "Unknown playlist in collection");
+                KELO_LOG_ERROR(PlayListsLogger, "Unknown playlist in collection");
         }
         collections.append(new Collection(database, record, members));
     }
@@ -96,10 +97,10 @@ CollectionBase* PlayListManager::getCollectionByUid(int uid) const
 PlayListBase* PlayListManager::createPlayList(const QString& name)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     auto* pl = new PlayList(database, database->createPlayList(name));
     if (!pl->valid()) {
-        KELO_LOG_ERROR("PlayLists", "Unable to create PlayList " << name << " in database");
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to create PlayList " << name << " in database");
         delete pl;
         return nullptr;
     }
@@ -111,10 +112,10 @@ PlayListBase* PlayListManager::createPlayList(const QString& name)
 CollectionBase* PlayListManager::createCollection(const QString& name)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     auto* col = new Collection(database, database->createCollection(name), {});
     if (!col->valid()) {
-        KELO_LOG_ERROR("PlayLists", "Unable to create collection " << name << " in database");
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to create collection " << name << " in database");
         delete col;
         return nullptr;
     }
@@ -127,19 +128,19 @@ bool PlayListManager::deletePlayList(PlayListBase* pl)
 {
     KELO_ASSERT_THREAD(this);
     const int uid = pl->getUid();
-    KELO_LOG_TRACE("PlayLists", "pl->uid=" << uid);
+    KELO_LOG_TRACE(PlayListsLogger, "pl->uid=" << uid);
     // No collection may keep a pointer to a deleted playlist.
     const QList<CollectionBase*> snapshot = collections;
     for (CollectionBase* col : snapshot) {
         if (col->getPlayLists().contains(pl) && !col->removePlayList(pl))
-            KELO_LOG_ERROR("PlayLists", "Unable to remove playlist (" << uid << ") from collection ("
+            KELO_LOG_ERROR(PlayListsLogger, "Unable to remove playlist (" << uid << ") from collection ("
                                                                       << col->getUid() << ")");
     }
     if (!pl->remove()) {
-        KELO_LOG_ERROR("PlayLists", "Unable to delete PlayList uid=" << uid << " from database");
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to delete PlayList uid=" << uid << " from database");
         return false;
     }
-    KELO_LOG_INFO("PlayLists", "Deleted PlayList uid=" << uid);
+    KELO_LOG_INFO(PlayListsLogger, "Deleted PlayList uid=" << uid);
     playlists.removeAll(pl);
     emit playlistDeleted(uid);
     delete pl;
@@ -149,10 +150,10 @@ bool PlayListManager::deletePlayList(PlayListBase* pl)
 bool PlayListManager::deletePlayList(int uid)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "uid=" << uid);
+    KELO_LOG_TRACE(PlayListsLogger, "uid=" << uid);
     PlayListBase* pl = getPlayListByUid(uid);
     if (!pl) {
-        KELO_LOG_ERROR("PlayLists", "Can't delete non-existant PlayList uid=" << uid);
+        KELO_LOG_ERROR(PlayListsLogger, "Can't delete non-existant PlayList uid=" << uid);
         return false;
     }
     return deletePlayList(pl);
@@ -162,13 +163,13 @@ bool PlayListManager::deleteCollection(CollectionBase* col)
 {
     KELO_ASSERT_THREAD(this);
     const int uid = col->getUid();
-    KELO_LOG_TRACE("PlayLists", "col->uid=" << uid);
+    KELO_LOG_TRACE(PlayListsLogger, "col->uid=" << uid);
     if (!col->remove()) {
-        KELO_LOG_ERROR("PlayLists", "Unable to remove collection uid=" << uid << " from database");
+        KELO_LOG_ERROR(PlayListsLogger, "Unable to remove collection uid=" << uid << " from database");
         return false;
     }
     collections.removeAll(col);
-    KELO_LOG_INFO("PlayLists", "Deleted collection uid=" << uid);
+    KELO_LOG_INFO(PlayListsLogger, "Deleted collection uid=" << uid);
     emit collectionDeleted(uid);
     delete col;
     return true;
@@ -177,10 +178,10 @@ bool PlayListManager::deleteCollection(CollectionBase* col)
 bool PlayListManager::deleteCollection(int uid)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "uid=" << uid);
+    KELO_LOG_TRACE(PlayListsLogger, "uid=" << uid);
     CollectionBase* col = getCollectionByUid(uid);
     if (!col) {
-        KELO_LOG_ERROR("PlayLists", "Can't delete non-existant collection uid=" << uid);
+        KELO_LOG_ERROR(PlayListsLogger, "Can't delete non-existant collection uid=" << uid);
         return false;
     }
     return deleteCollection(col);

@@ -13,6 +13,7 @@
 #include "PlayListManager.h"
 #include "PlayListPlayLogic.h"
 #include "playlistUI/PlayListUI.h"
+#include "PlayListsLog.h"
 
 namespace {
 KeloValue settingsValue(const CMPath& path)
@@ -65,7 +66,7 @@ bool PlayListWorker::setDataRequest(const CMSetDataRequest& request)
 // a command nor a node takes is answered here.
 bool PlayListWorker::on_setDataRequest(const CMSetDataRequest& request)
 {
-    KELO_LOG_TRACE("PlayLists", "Enter " << Q_FUNC_INFO << " routing");
+    KELO_LOG_TRACE(PlayListsLogger, "Enter " << Q_FUNC_INFO << " routing");
     if (controller->handleSetData(request))
         return true;
     const bool taken = CMNodesWorker::setDataRequest(request);
@@ -88,7 +89,7 @@ bool PlayListWorker::getDataRequest(const CMGetDataRequest& request)
 // Going from online to network standby is the quiet moment in which a vacuum does not disturb.
 void PlayListWorker::on_powerManagerTargetItem_changed(const KeloValue& newValue, const KeloValue& oldValue)
 {
-    KELO_LOG_TRACE("PlayLists", "newValue=" << newValue.toVariant() << " oldValue=" << oldValue.toVariant());
+    KELO_LOG_TRACE(PlayListsLogger, "newValue=" << newValue.toVariant() << " oldValue=" << oldValue.toVariant());
     if (oldValue.powerTarget().target() == KeloPowerManagerTarget::Online &&
         newValue.powerTarget().target() == KeloPowerManagerTarget::NetworkStandby)
         database->vacuum();

@@ -3,13 +3,14 @@
 #include <sqlite3.h>
 
 #include "KeloLog.h"
+#include "PlayListsLog.h"
 
 std::unique_ptr<Sqlite3Statement> Sqlite3Statement::create(sqlite3* db, const QString& sql, const QString& name)
 {
     sqlite3_stmt* statement = nullptr;
     const int rc = sqlite3_prepare_v2(db, sql.toUtf8().constData(), -1, &statement, nullptr);
     if (rc != SQLITE_OK) {
-        KELO_LOG_FATAL("PlayLists", "Unable to prepare statement " << name << ": " << sqlite3_errstr(rc));
+        KELO_LOG_FATAL(PlayListsLogger, "Unable to prepare statement " << name << ": " << sqlite3_errstr(rc));
         sqlite3_finalize(statement);
         return nullptr;
     }
@@ -58,7 +59,7 @@ bool Sqlite3Statement::reset()
     m_boundTexts.clear();
     if (rc == SQLITE_OK)
         return true;
-    KELO_LOG_ERROR("PlayLists", "Unable to reset sql statement: " << m_name
+    KELO_LOG_ERROR(PlayListsLogger, "Unable to reset sql statement: " << m_name
                                     << " msg: " << sqlite3_errmsg(sqlite3_db_handle(m_statement)));
     return false;
 }
@@ -92,7 +93,7 @@ bool StatementScope::bindsFit()
     if (m_bound != m_statement.m_parameterCount)
         m_bindFailed = true;
     if (m_bindFailed)
-        KELO_LOG_ERROR("PlayLists", "Values do not fit the parameters of sql statement: "
+        KELO_LOG_ERROR(PlayListsLogger, "Values do not fit the parameters of sql statement: "
                                         << m_statement.m_name << " (" << m_bound << " bound, "
                                         << m_statement.m_parameterCount << " expected)");
     return !m_bindFailed;

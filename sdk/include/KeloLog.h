@@ -1,6 +1,6 @@
 #pragma once
 // Logging through log4cplus. Every record carries the function's full signature, the file and the line.
-// The message is streamed like QDebug (spaces and quotes are not added): KELO_LOG_INFO("PlayLists", "id: " << id).
+// The message is streamed like QDebug (spaces and quotes are not added): KELO_LOG_INFO(KeloLog::FrameworkLogger, "id: " << id).
 // Thread-safe. Loggers are configured from a log4cplus properties file (KeloLog::configure).
 #include <QDebug>
 #include <QString>
@@ -12,6 +12,8 @@ namespace KeloLog {
 // appender at WARN. Call once at start; later calls reconfigure.
 void configure(const QString& propertiesFile = QString());
 log4cplus::Logger logger(const char* name);
+// The framework's own logger.
+constexpr char FrameworkLogger[] = "Framework";
 void write(const log4cplus::Logger& logger, log4cplus::LogLevel level, const QString& text, const char* file,
            int line, const char* function);
 

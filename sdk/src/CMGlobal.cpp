@@ -52,7 +52,7 @@ bool verifyConnectionSignalParameters(const QMetaMethod& signal)
         if (type.endsWith('*'))
             continue;
         if (QMetaType::type(type.constData()) == QMetaType::UnknownType) {
-            KELO_LOG_ERROR("Framework", "signal " << signal.methodSignature() << " cannot be queued: " << type
+            KELO_LOG_ERROR(KeloLog::FrameworkLogger, "signal " << signal.methodSignature() << " cannot be queued: " << type
                                                   << " is not a registered meta-type");
             return false;
         }

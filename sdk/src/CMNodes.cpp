@@ -14,7 +14,7 @@ void CMNodes::registerNode(CMNode* node)
     const QString key = node->path().base().toEncoded();
     CMNode*& slot = m_nodes[key];
     if (slot && slot != node)
-        KELO_LOG_WARN("Framework", "node at " << key << " replaced by another one");
+        KELO_LOG_WARN(KeloLog::FrameworkLogger, "node at " << key << " replaced by another one");
     slot = node;
 }
 

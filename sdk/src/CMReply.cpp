@@ -57,7 +57,7 @@ bool CMReplyAbstractData::finishInternal(const QVariant& value, const CMError& e
         std::unique_lock<std::mutex> locker(m_mutex);
         if (m_finished) {
             locker.unlock();
-            KELO_LOG_WARN("Framework", "reply finished twice; ignored the second "
+            KELO_LOG_WARN(KeloLog::FrameworkLogger, "reply finished twice; ignored the second "
                                            << (isError ? QStringLiteral("error ") + error.Name() + QStringLiteral(": ") + error.Message()
                                                        : QStringLiteral("value")));
             return false;

@@ -39,7 +39,7 @@ CMRequest::State::~State()
     const CMReplyBase& r = replyBase();
     if (!r.data()->releaseRequest() || r.isFinished())
         return;
-    KELO_LOG_DEBUG("Framework", "request on " << path.toEncoded() << " dropped without an answer");
+    KELO_LOG_DEBUG(KeloLog::FrameworkLogger, "request on " << path.toEncoded() << " dropped without an answer");
     r.setError(CMError(CMError::NoAnswerName(), KELO_TR("The request on %1 was dropped without an answer.").arg(path.toEncoded())));
 }
 

@@ -14,7 +14,7 @@ void CMRequestGroup::addInvoke(const QString& name, const CMPath& path, const QV
     connect(reply.data(), &CMReplyAbstractData::finished, this, &CMRequestGroup::checkAndCallCallback,
             Qt::QueuedConnection);
     const CMPath target = CMPath::fromPrefix(path.prefix()) + name;
-    KELO_LOG_TRACE("Framework", "invoke " << target.toEncoded());
+    KELO_LOG_TRACE(KeloLog::FrameworkLogger, "invoke " << target.toEncoded());
     if (CMRootWorker* root = CMRoot())
         root->sendSetData(CMSetDataRequest(target, args, reply));
     else

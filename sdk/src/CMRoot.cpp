@@ -47,7 +47,7 @@ CMRootWorker::CMRootWorker(const QString& settingsFile, const Settings& defaults
     loadSettings();
     addWorker(this);
     if (g_root.exchange(this))
-        KELO_LOG_ERROR("Framework", "a second root worker replaces the first");
+        KELO_LOG_ERROR(KeloLog::FrameworkLogger, "a second root worker replaces the first");
 }
 
 CMRootWorker::~CMRootWorker()
@@ -70,7 +70,7 @@ void CMRootWorker::addWorker(CMAbstractWorker* worker)
     for (const QString& prefix : owned) {
         CMAbstractWorker*& slot = m_workers[prefix];
         if (slot && slot != worker)
-            KELO_LOG_WARN("Framework", "prefix " << prefix << " moves from " << slot->name() << " to " << worker->name());
+            KELO_LOG_WARN(KeloLog::FrameworkLogger, "prefix " << prefix << " moves from " << slot->name() << " to " << worker->name());
         slot = worker;
     }
 }
@@ -103,14 +103,14 @@ template <class Request>
 void CMRootWorker::deliver(const Request& request, bool (CMAbstractWorker::*handler)(const Request&)) const
 {
     if (!request.isValid()) {
-        KELO_LOG_WARN("Framework", "an invalid request was sent");
+        KELO_LOG_WARN(KeloLog::FrameworkLogger, "an invalid request was sent");
         return;
     }
     std::shared_lock<std::shared_mutex> locker(m_workersLock);
     CMAbstractWorker* worker = findWorker(request.path().prefix());
     if (!worker) {
         locker.unlock();
-        KELO_LOG_DEBUG("Framework", "no worker owns " << request.path().toEncoded());
+        KELO_LOG_DEBUG(KeloLog::FrameworkLogger, "no worker owns " << request.path().toEncoded());
         answerNotFound(request);
         return;
     }

@@ -113,7 +113,7 @@ bool CMRootWorker::setInitialValue(const CMPath& path, const KeloValue& value)
     std::unique_lock<std::mutex> locker(m_settingsMutex);
     const QString problem = rejection(path, value);
     if (!problem.isEmpty()) {
-        KELO_LOG_WARN("Framework", problem);
+        KELO_LOG_WARN(KeloLog::FrameworkLogger, problem);
         return false;
     }
     m_settings.insert(keyOf(path), value);
@@ -128,7 +128,7 @@ void CMRootWorker::setValue(const CMPath& path, const KeloValue& value, const CM
         const QString problem = rejection(path, value);
         if (!problem.isEmpty()) {
             locker.unlock();
-            KELO_LOG_WARN("Framework", problem);
+            KELO_LOG_WARN(KeloLog::FrameworkLogger, problem);
             reply.setError(CMError(CMError::BadRequestName(), problem));
             return;
         }
@@ -144,7 +144,7 @@ void CMRootWorker::setValue(const CMPath& path, const KeloValue& value, const CM
             else
                 m_settings.remove(keyOf(path));
             locker.unlock();
-            KELO_LOG_ERROR("Framework", "cannot write the settings file " << m_settingsFile << " (" << saveError
+            KELO_LOG_ERROR(KeloLog::FrameworkLogger, "cannot write the settings file " << m_settingsFile << " (" << saveError
                                                                           << "); " << keyOf(path) << " keeps its value");
             reply.setError(CMError(CMError::DefaultName(),
                                    KELO_TR("The setting %1 could not be stored: %2").arg(keyOf(path), saveError),
@@ -152,7 +152,7 @@ void CMRootWorker::setValue(const CMPath& path, const KeloValue& value, const CM
             return;
         }
     }
-    KELO_LOG_INFO("Framework", keyOf(path) << " = " << KeloJson::stringify(value.toVariant()));
+    KELO_LOG_INFO(KeloLog::FrameworkLogger, keyOf(path) << " = " << KeloJson::stringify(value.toVariant()));
     reply.setValue(value.toVariant());
     emit const_cast<CMRootWorker*>(this)->valueChanged(path.base(), value, oldValue);
     CMEventHub::instance().publish({{QStringLiteral("path"), keyOf(path)},
@@ -180,7 +180,7 @@ void CMRootWorker::loadSettings()
         return;
     QFile file(m_settingsFile);
     if (!file.open(QIODevice::ReadOnly)) {
-        KELO_LOG_ERROR("Framework", "cannot read the settings file " << m_settingsFile << ": " << file.errorString()
+        KELO_LOG_ERROR(KeloLog::FrameworkLogger, "cannot read the settings file " << m_settingsFile << ": " << file.errorString()
                                                                      << "; keeping the defaults");
         return;
     }
@@ -188,7 +188,7 @@ void CMRootWorker::loadSettings()
     QString error;
     const QVariant parsed = KeloJson::parse(file.readAll(), &ok, &error);
     if (!ok || parsed.userType() != QMetaType::QVariantHash) {
-        KELO_LOG_ERROR("Framework", "the settings file " << m_settingsFile << " is not a JSON object (" << error
+        KELO_LOG_ERROR(KeloLog::FrameworkLogger, "the settings file " << m_settingsFile << " is not a JSON object (" << error
                                                          << "); keeping the defaults");
         return;
     }
@@ -201,6 +201,6 @@ void CMRootWorker::loadSettings()
         if (problem.isEmpty())
             m_settings.insert(keyOf(path), value);
         else
-            KELO_LOG_WARN("Framework", "settings file " << m_settingsFile << ": " << problem << " Skipped.");
+            KELO_LOG_WARN(KeloLog::FrameworkLogger, "settings file " << m_settingsFile << ": " << problem << " Skipped.");
     }
 }

@@ -16,19 +16,19 @@ QVariantHash rowsEvent(const CMPath& path, const QString& change, int from, int 
 // A view matches by prefix on the client's side, so the event of a whole subtree names only its root.
 void CMSubscribe::changedStartingWith(const CMPath& path, const QString& change, int from, int to)
 {
-    KELO_LOG_TRACE("Framework", "views under " << path.toEncoded() << ": " << change);
+    KELO_LOG_TRACE(KeloLog::FrameworkLogger, "views under " << path.toEncoded() << ": " << change);
     CMEventHub::instance().publish(rowsEvent(path, change, from, to));
 }
 
 void CMSubscribe::rowsChanged(const CMPath& path, const QString& change, int from, int to)
 {
-    KELO_LOG_TRACE("Framework", "view " << path.toEncoded() << ": " << change);
+    KELO_LOG_TRACE(KeloLog::FrameworkLogger, "view " << path.toEncoded() << ": " << change);
     CMEventHub::instance().publish(rowsEvent(path, change, from, to));
 }
 
 void CMSubscribe::rowsChanged(const CMPath& path, const QStringList& changes, int from, int to)
 {
-    KELO_LOG_TRACE("Framework", "rows of " << path.toEncoded() << ": " << changes.join(QLatin1Char(',')));
+    KELO_LOG_TRACE(KeloLog::FrameworkLogger, "rows of " << path.toEncoded() << ": " << changes.join(QLatin1Char(',')));
     QVariantHash event = rowsEvent(path, RowsChangeRows(), from, to);
     QVariantList rows;
     rows.reserve(changes.size());

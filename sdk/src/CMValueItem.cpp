@@ -9,7 +9,7 @@ CMValueItem::CMValueItem(QObject* parent, const CMPath& path) : QObject(parent),
 {
     CMRootWorker* root = CMRoot();
     if (!root) {
-        KELO_LOG_ERROR("Framework", "no root: the value item on " << m_path.toEncoded() << " will never change");
+        KELO_LOG_ERROR(KeloLog::FrameworkLogger, "no root: the value item on " << m_path.toEncoded() << " will never change");
         return;
     }
     CMGlobal::connect(root, &CMRootWorker::valueChanged, this, &CMValueItem::on_root_valueChanged);

@@ -60,7 +60,7 @@ void CMAbstractWorker::setValue(const CMPath& path, const KeloValue& value, cons
         root->setValue(path, value, reply);
         return;
     }
-    KELO_LOG_ERROR("Framework", "no root to store " << path.toEncoded());
+    KELO_LOG_ERROR(KeloLog::FrameworkLogger, "no root to store " << path.toEncoded());
     reply.setError(CMError(CMError::NotFoundName(), KELO_TR("There are no settings to store %1 in.").arg(path.toEncoded())));
 }
 
@@ -70,7 +70,7 @@ void CMAbstractWorker::invoke(const CMPath& path, const QVariant& value, const C
         root->sendSetData(CMSetDataRequest(path, value, reply));
         return;
     }
-    KELO_LOG_ERROR("Framework", "no root to route " << path.toEncoded());
+    KELO_LOG_ERROR(KeloLog::FrameworkLogger, "no root to route " << path.toEncoded());
     reply.setError(CMError(CMError::NotFoundName(), KELO_TR("Nothing handles the path %1.").arg(path.toEncoded())));
 }
 

@@ -17,14 +17,14 @@ CMWorkerThread::CMWorkerThread(std::function<CMAbstractWorker*()> factory)
         m_context, [&made, &factory]() { made.set_value(factory ? factory() : nullptr); }, Qt::QueuedConnection);
     m_worker = made.get_future().get();
     if (!m_worker) {
-        KELO_LOG_ERROR("Framework", "the worker factory made no worker");
+        KELO_LOG_ERROR(KeloLog::FrameworkLogger, "the worker factory made no worker");
         return;
     }
     m_thread->setObjectName(m_worker->name());
     if (CMRootWorker* root = CMRoot())
         root->addWorker(m_worker);
     else
-        KELO_LOG_ERROR("Framework", "no root: worker " << m_worker->name() << " gets no requests");
+        KELO_LOG_ERROR(KeloLog::FrameworkLogger, "no root: worker " << m_worker->name() << " gets no requests");
 }
 
 // Unregistered first, so that no new request is queued to a worker about to go. Requests already

@@ -8,6 +8,7 @@
 #include "KeloLog.h"
 #include "KeloPaths.h"
 #include "ReplyTimeout.h"
+#include "PlayListsLog.h"
 
 namespace {
 // Shown unless a setting hides it: without a settings tree, or while the setting is unset, it shows.
@@ -91,7 +92,7 @@ KeloRoles BaseNode::TrackContextMenu::addTo(KeloRoles roles) const
 void BaseNode::sendRowsReply(const QVariantList& rows, int rowsCount, const TrString& title, const KeloRoles& roles,
                              CMGetRowsRequest request, bool paging)
 {
-    KELO_LOG_TRACE("PlayLists", "rowsCount: " << rowsCount);
+    KELO_LOG_TRACE(PlayListsLogger, "rowsCount: " << rowsCount);
     setTitle(title);
     KeloRoles replyRoles = roles;
     replyRoles.setTitle(title);
@@ -112,9 +113,9 @@ void BaseNode::sendRowsReply(const QVariantList& rows, int rowsCount, const TrSt
         else
             reply.setRows(rows.mid(from, to - from + 1));
     }
-    KELO_LOG_TRACE("PlayLists", "roles: " << replyRoles.hash());
+    KELO_LOG_TRACE(PlayListsLogger, "roles: " << replyRoles.hash());
     request.reply().setValue(reply);
-    KELO_LOG_TRACE("PlayLists", "sent reply with " << rows.size() << " lines");
+    KELO_LOG_TRACE(PlayListsLogger, "sent reply with " << rows.size() << " lines");
 }
 
 void BaseNode::appendRow(QVariantList& rows, const KeloRoles& roles, const CMGetRowsRequest& request)
@@ -201,7 +202,7 @@ KeloMediaData BaseNode::playLogicMediaData()
 void BaseNode::sendCommand(const CMPath& command, const KeloHash& args, const CMSetDataRequest& request,
                            const std::function<QVariant(const QVariant&)>& answerOf)
 {
-    KELO_LOG_TRACE("PlayLists", "command: " << command.toEncoded() << " args: " << args.hash());
+    KELO_LOG_TRACE(PlayListsLogger, "command: " << command.toEncoded() << " args: " << args.hash());
     CMRoot()->forward(request, command, args.toVariant(), answerOf);
     const CMVoidReply reply = request.reply();
     if (!reply.isFinished())

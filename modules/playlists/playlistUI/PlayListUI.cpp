@@ -18,11 +18,12 @@
 #include "playlistUI/playlist/PlayListTrackContextNode.h"
 #include "playlistUI/playqueue/PlayQueueContextNode.h"
 #include "playlistUI/playqueue/PlayQueueGetItemsNode.h"
+#include "PlayListsLog.h"
 
 PlayListUI::PlayListUI(QObject* parent, CMNodes* nodes, CMSubscribe* subscribe, PlayListManager* manager)
     : QObject(parent), nodes(nodes), subscribe(subscribe), manager(manager)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     createFixedNodes();
     watch(manager->getPlayQueue());
     for (PlayListBase* pl : manager->getAllPlayList())
@@ -90,7 +91,7 @@ void PlayListUI::reset(const CMPath& path)
 void PlayListUI::on_playlist_create(const int& uid)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "uid: " << uid);
+    KELO_LOG_TRACE(PlayListsLogger, "uid: " << uid);
     watch(manager->getPlayListByUid(uid));
     reset(KeloPlayListsRootPath());
     reset(KeloPlayListPlAddToPlaylistPath());
@@ -100,7 +101,7 @@ void PlayListUI::on_playlist_create(const int& uid)
 void PlayListUI::on_playlist_delete(const int& uid)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "uid: " << uid);
+    KELO_LOG_TRACE(PlayListsLogger, "uid: " << uid);
     // The play queue is never deleted; its watcher stays for the module's lifetime.
     if (uid != 0) {
         if (PlayListWatcher* watcher = watchers.take(uid)) {
@@ -115,7 +116,7 @@ void PlayListUI::on_playlist_delete(const int& uid)
 void PlayListUI::on_collection_create(int uid)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "uid: " << uid);
+    KELO_LOG_TRACE(PlayListsLogger, "uid: " << uid);
     watchCollection(uid);
     reset(KeloPlayListsRootPath());
     reset(KeloPlayListClAddtoCollectionPath());
@@ -124,7 +125,7 @@ void PlayListUI::on_collection_create(int uid)
 void PlayListUI::on_collection_delete(int uid)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "uid: " << uid);
+    KELO_LOG_TRACE(PlayListsLogger, "uid: " << uid);
     reset(KeloPlayListsRootPath());
     reset(KeloPlayListClAddtoCollectionPath());
 }

@@ -4,6 +4,7 @@
 #include "PlayList.h"
 #include "playlistUI/BaseNode.h"
 #include "playlistUI/PlayListUI.h"
+#include "PlayListsLog.h"
 
 PlayListWatcher::PlayListWatcher(QObject* parent, CMSubscribe* subscribe, PlayListBase* playlist, BaseNode* node)
     : QObject(parent), subscribe(subscribe), uid(playlist->getUid()), node(node)
@@ -48,12 +49,12 @@ void PlayListWatcher::restartPlayListView(int uid)
 void PlayListWatcher::on_items_added(const QString&, int firstSeqIndex, int count)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE("PlayLists", "firstSeqIndex: " << firstSeqIndex << " count: " << count);
+    KELO_LOG_TRACE(PlayListsLogger, "firstSeqIndex: " << firstSeqIndex << " count: " << count);
     QStringList changes;
     for (int seq = firstSeqIndex; seq < firstSeqIndex + count; ++seq)
         changes.append(QStringLiteral("+%1").arg(seq));
-    KELO_LOG_TRACE("PlayLists", "itemsChanged: " << changes.join(QStringLiteral(", ")));
-    KELO_LOG_TRACE("PlayLists", "path: " << itemsPath(uid).toEncoded());
+    KELO_LOG_TRACE(PlayListsLogger, "itemsChanged: " << changes.join(QStringLiteral(", ")));
+    KELO_LOG_TRACE(PlayListsLogger, "path: " << itemsPath(uid).toEncoded());
     subscribe->rowsChanged(itemsPath(uid), changes, 0, -1);
 }
 

@@ -6,6 +6,7 @@
 #include "KeloPlayList.h"
 #include "PlayList.h"
 #include "PlayListManager.h"
+#include "PlayListsLog.h"
 
 namespace {
 // What the user interface calls to empty the play queue from its row.
@@ -19,8 +20,8 @@ RootNode* RootNode::create(CMNodes* nodes, const CMPath& path, PlayListManager* 
 
 bool RootNode::getRowsRequest(const CMGetRowsRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
-    KELO_LOG_TRACE("PlayLists", "path: " << request.path().toEncoded() << " fromRow: " << request.fromRow()
+    KELO_TRACE_SCOPE(PlayListsLogger);
+    KELO_LOG_TRACE(PlayListsLogger, "path: " << request.path().toEncoded() << " fromRow: " << request.fromRow()
                                          << " toRow: " << request.toRow());
     QVariantList rows;
     if (manager) {
@@ -41,7 +42,7 @@ void RootNode::appendPlayQueueRow(QVariantList& rows, const CMGetRowsRequest& re
     PlayListBase* queue = manager->getPlayQueue();
     if (!queue)
         return;
-    KELO_LOG_TRACE("PlayLists", "pqname: " << queue->getName() << " pqid: " << queue->getUid());
+    KELO_LOG_TRACE(PlayListsLogger, "pqname: " << queue->getName() << " pqid: " << queue->getUid());
     KeloRoles roles = menuEntry(TrString(queue->getName()), KeloRolesType::Container, KeloPlayListPqGetItemsPath());
     roles.setContainerPlayable(true);
     roles.setMediaData(playLogicMediaData());
@@ -64,7 +65,7 @@ void RootNode::appendPlayListRows(QVariantList& rows, const CMGetRowsRequest& re
     // One translation context for every row of the request.
     const QString context = trExtractContext(Q_FUNC_INFO);
     for (PlayListBase* pl : manager->getAllPlayList()) {
-        KELO_LOG_TRACE("PlayLists", "plname: " << pl->getName() << " plid: " << pl->getUid());
+        KELO_LOG_TRACE(PlayListsLogger, "plname: " << pl->getName() << " plid: " << pl->getUid());
         KeloRoles roles = playlistRow(pl->getUid(), pl->getName(), true);
         roles.setContext(contextRoles(TrString(context, QStringLiteral("Playlist Context Menu - %1"), {pl->getName()}),
                                       pathWith(KeloPlayListPlContextPath(), {{"plid", toStr(pl->getUid())}})));
@@ -83,7 +84,7 @@ void RootNode::appendCollectionRows(QVariantList& rows, const CMGetRowsRequest& 
                          KeloValue::fromString(QString())),
               request);
     for (CollectionBase* cl : manager->getAllCollection()) {
-        KELO_LOG_TRACE("PlayLists", "clname: " << cl->getName() << " clid: " << cl->getUid());
+        KELO_LOG_TRACE(PlayListsLogger, "clname: " << cl->getName() << " clid: " << cl->getUid());
         const QString clid = toStr(cl->getUid());
         KeloRoles roles = menuEntry(TrString(cl->getName()), KeloRolesType::Container,
                                     pathWith(KeloPlayListClGetItemsPath(), {{"clid", clid}}));
@@ -96,7 +97,7 @@ void RootNode::appendCollectionRows(QVariantList& rows, const CMGetRowsRequest& 
 
 bool RootNode::setDataRequest(const CMSetDataRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const QString action = request.path().parameter(QStringLiteral("action"));
     if (action == QLatin1String("createCl")) {
         KeloPlayListClCreate args;

@@ -5,6 +5,7 @@
 #include "KeloPaths.h"
 #include "KeloPlayList.h"
 #include "PlayListManager.h"
+#include "PlayListsLog.h"
 
 CollectionAddToClNode* CollectionAddToClNode::create(CMNodes* nodes, const CMPath& path, PlayListManager* manager)
 {
@@ -13,9 +14,9 @@ CollectionAddToClNode* CollectionAddToClNode::create(CMNodes* nodes, const CMPat
 
 bool CollectionAddToClNode::getRowsRequest(const CMGetRowsRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const CMPath requestPath = request.path();
-    KELO_LOG_TRACE("PlayLists", "path: " << requestPath.toEncoded());
+    KELO_LOG_TRACE(PlayListsLogger, "path: " << requestPath.toEncoded());
     QVariantList rows;
     if (manager) {
         appendRow(rows,
@@ -37,7 +38,7 @@ bool CollectionAddToClNode::getRowsRequest(const CMGetRowsRequest& request)
 
 bool CollectionAddToClNode::setDataRequest(const CMSetDataRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const CMPath requestPath = request.path();
     const QString action = requestPath.parameter(QStringLiteral("action"));
     if (action == QLatin1String("createCl")) {

@@ -5,6 +5,7 @@
 #include "KeloPaths.h"
 #include "KeloPlayList.h"
 #include "PlayListManager.h"
+#include "PlayListsLog.h"
 
 CollectionContextNode* CollectionContextNode::create(CMNodes* nodes, const CMPath& path, PlayListManager* manager)
 {
@@ -13,10 +14,10 @@ CollectionContextNode* CollectionContextNode::create(CMNodes* nodes, const CMPat
 
 bool CollectionContextNode::getRowsRequest(const CMGetRowsRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const CMPath requestPath = request.path();
     const int clid = intParameter(requestPath, QStringLiteral("clid"));
-    KELO_LOG_TRACE("PlayLists", "clid: " << clid);
+    KELO_LOG_TRACE(PlayListsLogger, "clid: " << clid);
     CollectionBase* cl = manager ? manager->getCollectionByUid(clid) : nullptr;
     QVariantList rows;
     if (cl) {
@@ -33,7 +34,7 @@ bool CollectionContextNode::getRowsRequest(const CMGetRowsRequest& request)
 
 bool CollectionContextNode::setDataRequest(const CMSetDataRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const CMPath requestPath = request.path();
     if (requestPath.parameter(QStringLiteral("action")) != QLatin1String("delete"))
         return false;

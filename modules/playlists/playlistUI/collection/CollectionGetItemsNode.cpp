@@ -5,6 +5,7 @@
 #include "KeloPaths.h"
 #include "PlayList.h"
 #include "PlayListManager.h"
+#include "PlayListsLog.h"
 
 CollectionGetItemsNode* CollectionGetItemsNode::create(CMNodes* nodes, const CMPath& path, PlayListManager* manager)
 {
@@ -13,16 +14,16 @@ CollectionGetItemsNode* CollectionGetItemsNode::create(CMNodes* nodes, const CMP
 
 bool CollectionGetItemsNode::getRowsRequest(const CMGetRowsRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const CMPath requestPath = request.path();
     const int clid = intParameter(requestPath, QStringLiteral("clid"));
-    KELO_LOG_TRACE("PlayLists", "path: " << requestPath.toEncoded() << " clid: " << clid);
+    KELO_LOG_TRACE(PlayListsLogger, "path: " << requestPath.toEncoded() << " clid: " << clid);
     CollectionBase* cl = manager ? manager->getCollectionByUid(clid) : nullptr;
     QVariantList rows;
     if (cl) {
-        KELO_LOG_TRACE("PlayLists", "collection size: " << cl->getPlayLists().size());
+        KELO_LOG_TRACE(PlayListsLogger, "collection size: " << cl->getPlayLists().size());
         for (PlayListBase* pl : cl->getPlayLists()) {
-            KELO_LOG_TRACE("PlayLists", "plid: " << pl->getUid());
+            KELO_LOG_TRACE(PlayListsLogger, "plid: " << pl->getUid());
             KeloRoles roles = playlistRow(pl->getUid(), pl->getName(), true);
             roles.setContext(contextRoles(
                 KELO_TRS("Playlist - %1", QList<TrArg>{pl->getName()}),

@@ -3,6 +3,7 @@
 #include "KeloLog.h"
 #include "KeloPaths.h"
 #include "KeloPlayList.h"
+#include "PlayListsLog.h"
 
 PlayListAddModeNode* PlayListAddModeNode::create(CMNodes* nodes, const CMPath& path, PlayListManager* manager)
 {
@@ -11,9 +12,9 @@ PlayListAddModeNode* PlayListAddModeNode::create(CMNodes* nodes, const CMPath& p
 
 bool PlayListAddModeNode::getRowsRequest(const CMGetRowsRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const CMPath requestPath = request.path();
-    KELO_LOG_TRACE("PlayLists", "path: " << requestPath.toEncoded());
+    KELO_LOG_TRACE(PlayListsLogger, "path: " << requestPath.toEncoded());
     QVariantList rows;
     if (manager) {
         const QList<QPair<TrString, QString>> modes = {
@@ -34,7 +35,7 @@ bool PlayListAddModeNode::getRowsRequest(const CMGetRowsRequest& request)
 
 bool PlayListAddModeNode::setDataRequest(const CMSetDataRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const CMPath requestPath = request.path();
     KeloPlayListPlAddItems args;
     args.setPlid(intParameter(requestPath, QStringLiteral("plid")));

@@ -5,6 +5,7 @@
 #include "KeloPlayList.h"
 #include "PlayList.h"
 #include "PlayListManager.h"
+#include "PlayListsLog.h"
 
 PlayListAddToPlaylistNode* PlayListAddToPlaylistNode::create(CMNodes* nodes, const CMPath& path,
                                                              PlayListManager* manager)
@@ -14,9 +15,9 @@ PlayListAddToPlaylistNode* PlayListAddToPlaylistNode::create(CMNodes* nodes, con
 
 bool PlayListAddToPlaylistNode::getRowsRequest(const CMGetRowsRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const CMPath requestPath = request.path();
-    KELO_LOG_TRACE("PlayLists", "path: " << requestPath.toEncoded());
+    KELO_LOG_TRACE(PlayListsLogger, "path: " << requestPath.toEncoded());
     QVariantList rows;
     if (manager) {
         QList<QPair<QString, QString>> createParameters;
@@ -29,7 +30,7 @@ bool PlayListAddToPlaylistNode::getRowsRequest(const CMGetRowsRequest& request)
                   request);
         appendRow(rows, separator(), request);
         for (PlayListBase* pl : manager->getAllPlayList()) {
-            KELO_LOG_TRACE("PlayLists", "plname: " << pl->getName() << " plid: " << pl->getUid());
+            KELO_LOG_TRACE(PlayListsLogger, "plname: " << pl->getName() << " plid: " << pl->getUid());
             KeloRoles roles =
                 menuEntry(TrString(pl->getName()), KeloRolesType::Container,
                           pathWith(KeloPlayListPlSelectAddModePath(), requestPath, {{"plid", toStr(pl->getUid())}}));
@@ -45,7 +46,7 @@ bool PlayListAddToPlaylistNode::getRowsRequest(const CMGetRowsRequest& request)
 
 bool PlayListAddToPlaylistNode::setDataRequest(const CMSetDataRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     if (request.path().parameter(QStringLiteral("action")) != QLatin1String("createPl"))
         return false;
     KeloPlayListPlCreate args;

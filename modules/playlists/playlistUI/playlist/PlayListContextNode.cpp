@@ -6,6 +6,7 @@
 #include "KeloPlayList.h"
 #include "PlayList.h"
 #include "PlayListManager.h"
+#include "PlayListsLog.h"
 
 PlayListContextNode* PlayListContextNode::create(CMNodes* nodes, const CMPath& path, PlayListManager* manager)
 {
@@ -14,9 +15,9 @@ PlayListContextNode* PlayListContextNode::create(CMNodes* nodes, const CMPath& p
 
 bool PlayListContextNode::getRowsRequest(const CMGetRowsRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const CMPath requestPath = request.path();
-    KELO_LOG_TRACE("PlayLists", "plid: " << requestPath.parameter(QStringLiteral("plid"))
+    KELO_LOG_TRACE(PlayListsLogger, "plid: " << requestPath.parameter(QStringLiteral("plid"))
                                          << " clid: " << requestPath.parameter(QStringLiteral("clid")));
     PlayListBase* pl = manager ? manager->getPlayListByUid(intParameter(requestPath, QStringLiteral("plid"))) : nullptr;
     const QVariantList rows = pl ? entries(pl, request) : QVariantList();
@@ -91,7 +92,7 @@ void PlayListContextNode::appendCollectionEntries(QVariantList& rows, const QStr
 
 bool PlayListContextNode::setDataRequest(const CMSetDataRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const CMPath requestPath = request.path();
     const QString action = requestPath.parameter(QStringLiteral("action"));
     const int plid = intParameter(requestPath, QStringLiteral("plid"));

@@ -3,6 +3,7 @@
 #include "KeloLog.h"
 #include "PlayList.h"
 #include "PlayListManager.h"
+#include "PlayListsLog.h"
 
 PlayListGetItemsNode* PlayListGetItemsNode::create(CMNodes* nodes, const CMPath& path, PlayListManager* manager)
 {
@@ -13,10 +14,10 @@ PlayListGetItemsNode* PlayListGetItemsNode::create(CMNodes* nodes, const CMPath&
 
 bool PlayListGetItemsNode::getRowsRequest(const CMGetRowsRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const QStringList segments = path().splitBase();
     const int plid = segments.isEmpty() ? -1 : toInt(segments.last(), -1);
-    KELO_LOG_TRACE("PlayLists", "plid: " << plid << " fromRow: " << request.fromRow() << " toRow: " << request.toRow());
+    KELO_LOG_TRACE(PlayListsLogger, "plid: " << plid << " fromRow: " << request.fromRow() << " toRow: " << request.toRow());
     PlayListBase* pl = manager ? manager->getPlayListByUid(plid) : nullptr;
     sendTracks(pl, request, KELO_TRS("Playlist - %1", QList<TrArg>{pl ? pl->getName() : QString()}));
     return true;

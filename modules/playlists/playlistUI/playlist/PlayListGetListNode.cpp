@@ -4,6 +4,7 @@
 #include "KeloPaths.h"
 #include "PlayList.h"
 #include "PlayListManager.h"
+#include "PlayListsLog.h"
 
 PlayListGetListNode* PlayListGetListNode::create(CMNodes* nodes, const CMPath& path, PlayListManager* manager)
 {
@@ -12,8 +13,8 @@ PlayListGetListNode* PlayListGetListNode::create(CMNodes* nodes, const CMPath& p
 
 bool PlayListGetListNode::getRowsRequest(const CMGetRowsRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
-    KELO_LOG_TRACE("PlayLists", "path: " << request.path().toEncoded() << " fromRow: " << request.fromRow()
+    KELO_TRACE_SCOPE(PlayListsLogger);
+    KELO_LOG_TRACE(PlayListsLogger, "path: " << request.path().toEncoded() << " fromRow: " << request.fromRow()
                                          << " toRow: " << request.toRow());
     QVariantList rows;
     if (manager) {
@@ -24,7 +25,7 @@ bool PlayListGetListNode::getRowsRequest(const CMGetRowsRequest& request)
                              KeloValue::fromString(QString())),
                   request);
         for (PlayListBase* pl : manager->getAllPlayList()) {
-            KELO_LOG_TRACE("PlayLists", "plid: " << pl->getUid());
+            KELO_LOG_TRACE(PlayListsLogger, "plid: " << pl->getUid());
             KeloRoles roles = playlistRow(pl->getUid(), pl->getName(), false);
             roles.setContext(contextRoles(KELO_TRS("Playlist Context Menu - %1", QList<TrArg>{pl->getName()}),
                                           pathWith(KeloPlayListPlContextPath(), {{"plid", toStr(pl->getUid())}})));

@@ -4,6 +4,7 @@
 #include "KeloPaths.h"
 #include "KeloPlayList.h"
 #include "PlayListManager.h"
+#include "PlayListsLog.h"
 
 PlayListTrackContextNode* PlayListTrackContextNode::create(CMNodes* nodes, const CMPath& path, PlayListManager* manager)
 {
@@ -12,11 +13,11 @@ PlayListTrackContextNode* PlayListTrackContextNode::create(CMNodes* nodes, const
 
 bool PlayListTrackContextNode::getRowsRequest(const CMGetRowsRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const CMPath requestPath = request.path();
     const QString plid = requestPath.parameter(QStringLiteral("plid"));
     const QString itemid = requestPath.parameter(QStringLiteral("itemid"));
-    KELO_LOG_TRACE("PlayLists", "plid: " << plid << " itemid: " << itemid);
+    KELO_LOG_TRACE(PlayListsLogger, "plid: " << plid << " itemid: " << itemid);
     QVariantList rows;
     if (manager) {
         const KeloPlayListItem item = manager->getPlayListItemByUid(toInt(itemid, -1));
@@ -64,7 +65,7 @@ QVariantList PlayListTrackContextNode::entries(const QString& plid, const QStrin
 
 bool PlayListTrackContextNode::setDataRequest(const CMSetDataRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const CMPath requestPath = request.path();
     const QString action = requestPath.parameter(QStringLiteral("action"));
     if (action == QLatin1String("moveTr")) {

@@ -5,6 +5,7 @@
 #include "KeloPlayList.h"
 #include "PlayList.h"
 #include "PlayListManager.h"
+#include "PlayListsLog.h"
 
 PlayQueueContextNode* PlayQueueContextNode::create(CMNodes* nodes, const CMPath& path, PlayListManager* manager)
 {
@@ -13,7 +14,7 @@ PlayQueueContextNode* PlayQueueContextNode::create(CMNodes* nodes, const CMPath&
 
 bool PlayQueueContextNode::getRowsRequest(const CMGetRowsRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     QVariantList rows;
     PlayListBase* queue = manager ? manager->getPlayQueue() : nullptr;
     if (queue) {
@@ -39,7 +40,7 @@ bool PlayQueueContextNode::getRowsRequest(const CMGetRowsRequest& request)
 
 bool PlayQueueContextNode::setDataRequest(const CMSetDataRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
+    KELO_TRACE_SCOPE(PlayListsLogger);
     const CMPath requestPath = request.path();
     const QString action = requestPath.parameter(QStringLiteral("action"));
     CMPath command;

@@ -3,6 +3,7 @@
 #include "KeloLog.h"
 #include "PlayList.h"
 #include "PlayListManager.h"
+#include "PlayListsLog.h"
 
 PlayQueueGetItemsNode* PlayQueueGetItemsNode::create(CMNodes* nodes, const CMPath& path, PlayListManager* manager)
 {
@@ -13,8 +14,8 @@ PlayQueueGetItemsNode* PlayQueueGetItemsNode::create(CMNodes* nodes, const CMPat
 
 bool PlayQueueGetItemsNode::getRowsRequest(const CMGetRowsRequest& request)
 {
-    KELO_TRACE_SCOPE("PlayLists");
-    KELO_LOG_TRACE("PlayLists", "fromRow: " << request.fromRow() << " toRow: " << request.toRow());
+    KELO_TRACE_SCOPE(PlayListsLogger);
+    KELO_LOG_TRACE(PlayListsLogger, "fromRow: " << request.fromRow() << " toRow: " << request.toRow());
     sendTracks(manager ? manager->getPlayQueue() : nullptr, request, KELO_TRS("PlayQueue tracks"));
     return true;
 }
