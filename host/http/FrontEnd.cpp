@@ -136,6 +136,24 @@ struct Connection
     bool peerDone = false;  // the client will send nothing more
 };
 
+namespace {
+
+// Connections that were never answered go first: they are what a client that opens connections
+// and never completes a request holds, while a client's kept-alive connection has been answered.
+// Then idle before slow heads before slow bodies, and the longest-waiting first.
+bool evictsBefore(const Connection& a, const Connection& b)
+{
+    const bool aServed = a.served > 0;
+    const bool bServed = b.served > 0;
+    if (aServed != bServed)
+        return !aServed;
+    if (a.phase != b.phase)
+        return a.phase < b.phase;
+    return a.since < b.since;
+}
+
+}  // namespace
+
 class FrontEnd::Loop
 {
 public:
@@ -302,6 +320,8 @@ void FrontEnd::Loop::admit(int fd)
     m_connections.emplace(fd, std::move(c));
     watch(added, true);
     enter(added, Phase::Idle, after(m_limits.idleMs));
+    // A client usually sends its request with the connection: read it now rather than a round later.
+    onReadable(added);
 }
 
 bool FrontEnd::Loop::evict(const std::string& client)
@@ -311,7 +331,7 @@ bool FrontEnd::Loop::evict(const std::string& client)
         Connection& c = *entry.second;
         if (c.phase == Phase::Busy || (!client.empty() && c.client != client))
             continue;
-        if (!victim || c.phase < victim->phase || (c.phase == victim->phase && c.since < victim->since))
+        if (!victim || evictsBefore(c, *victim))
             victim = &c;
     }
     if (victim)

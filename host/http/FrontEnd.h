@@ -10,9 +10,10 @@
 //     maxBodyBytes however it is framed: 413; a chunked body whose framing cannot be read: 400;
 //   - a connection without a request for idleMs is closed;
 //   - a client address holds at most perClient connections, all clients at most total. A connection
-//     beyond a cap closes the longest-waiting connection of that client (of all clients for the
-//     total) that no worker holds: idle ones first, then slow heads, then slow bodies; when a worker
-//     holds every one, the new connection is answered 503 and closed;
+//     beyond a cap closes one of that client's (of all clients' for the total) that no worker holds:
+//     those never answered before those that were, then idle before slow heads before slow bodies,
+//     the longest-waiting first; when a worker holds every one, the new connection is answered 503
+//     and closed;
 //   - bodies being received hold at most bodyBudgetBytes together; a request beyond that: 503.
 // Refusals carry the JSON error body of HttpErrors and the protective headers; the connection is then
 // closed after the client had a moment to read the answer.
