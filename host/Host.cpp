@@ -140,7 +140,10 @@ bool Host::startServer(QString* error)
     if (port < 0)
         return false;
     if (!m_server->start()) {
-        *error = QStringLiteral("cannot serve on %1:%2: %3").arg(m_options.listenAddress).arg(port).arg(QString::fromLocal8Bit(strerror(errno)));
+        *error = QStringLiteral("cannot serve on %1:%2: %3")
+                     .arg(m_options.listenAddress)
+                     .arg(port)
+                     .arg(QString::fromLocal8Bit(strerror(errno)));
         return false;
     }
     std::printf("kelo-host listening on http://%s:%d\n", qPrintable(m_options.urlHost()), port);
