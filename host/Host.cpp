@@ -141,7 +141,13 @@ bool Host::startServer(QString* error)
     const int port = m_server->bind(m_options.listenAddress, m_options.listenPort, error);
     if (port < 0)
         return false;
-    m_server->start();
+    if (!m_server->start()) {
+        *error = QStringLiteral("cannot serve on %1:%2: %3")
+                     .arg(m_options.listenAddress)
+                     .arg(port)
+                     .arg(QString::fromLocal8Bit(strerror(errno)));
+        return false;
+    }
     std::printf("kelo-host listening on http://%s:%d\n", qPrintable(m_options.urlHost()), port);
     std::fflush(stdout);
     KELO_LOG_INFO("Host", "listening on " << m_options.urlHost() << ":" << port << ", data in " << QDir::currentPath());

@@ -31,12 +31,23 @@ QString UnavailableName()
     return QStringLiteral("Unavailable");
 }
 
+QString RequestTimeoutName()
+{
+    return QStringLiteral("RequestTimeout");
+}
+
+QString HeadTooLargeName()
+{
+    return QStringLiteral("HeadTooLarge");
+}
+
 int statusFor(const CMError& error)
 {
     static const QHash<QString, int> statuses = {
         {CMError::BadRequestName(), 400}, {UnauthorizedName(), 401},   {CMError::NotFoundName(), 404},
         {ForbiddenName(), 403},           {PayloadTooLargeName(), 413}, {UnsupportedMediaTypeName(), 415},
-        {UnavailableName(), 503},         {CMError::TimeoutName(), 504},
+        {UnavailableName(), 503},         {CMError::TimeoutName(), 504}, {RequestTimeoutName(), 408},
+        {HeadTooLargeName(), 431},
     };
     return statuses.value(error.Name(), 200);
 }
@@ -54,7 +65,12 @@ CMError forStatus(int status)
     case 401: return CMError(UnauthorizedName(), QStringLiteral("This request needs 'Authorization: Bearer <token>'."));
     case 403: return CMError(ForbiddenName(), QStringLiteral("This request is not allowed."));
     case 404: return CMError(CMError::NotFoundName(), QStringLiteral("There is nothing at this address."));
+    case 408: return CMError(RequestTimeoutName(), QStringLiteral("The request was not received in time."));
     case 413: return CMError(PayloadTooLargeName(), QStringLiteral("The request body is too large."));
+    case 431: return CMError(HeadTooLargeName(), QStringLiteral("The request's headers are too large."));
+    case 503:
+        return CMError(UnavailableName(), QStringLiteral("The host is busy (too many connections or bodies at once); "
+                                                         "try again."));
     default: return CMError(CMError::DefaultName(), QStringLiteral("HTTP status %1.").arg(status));
     }
 }

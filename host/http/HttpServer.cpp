@@ -2,12 +2,32 @@
 
 #include <httplib.h>
 
-#include <chrono>
+#include <fcntl.h>
 #include <malloc.h>
+#include <unistd.h>
 #include <mutex>
 
 #include "KeloLog.h"
+#include "http/ConnectionStream.h"
 #include "http/HttpErrors.h"
+
+// httplib's routing and parsing, fed one whole request at a time by the front end instead of its
+// own loop, which holds a thread per connection for as long as the connection is open.
+class HttpServer::Routes : public httplib::Server
+{
+public:
+    using httplib::Server::process_request;
+    // A descriptor of the bound socket for the caller to accept on and close, or -1.
+    int listeningSocket() const { return svr_sock_ == INVALID_SOCKET ? -1 : fcntl(svr_sock_, F_DUPFD_CLOEXEC, 0); }
+    // httplib's own descriptor stays open while serving: answers written by a content provider
+    // (the event streams) go on only while it is valid. Closing it ends them.
+    void closeListeningSocket()
+    {
+        const socket_t sock = svr_sock_.exchange(INVALID_SOCKET);
+        if (sock != INVALID_SOCKET)
+            ::close(sock);
+    }
+};
 
 namespace {
 
@@ -20,14 +40,29 @@ void listeningSocketOptions(socket_t sock)
 
 }  // namespace
 
-HttpServer::HttpServer(const HttpAccess& access) : m_gate(access), m_server(std::make_unique<httplib::Server>())
+FrontEnd::Limits HttpServer::defaultLimits()
 {
-    m_server->new_task_queue = [] { return new httplib::ThreadPool(Threads); };
-    m_server->set_payload_max_length(MaxBodyBytes);
+    FrontEnd::Limits limits;
+    limits.workers = Threads;
+    limits.idleMs = KeepAliveSeconds * 1000;
+    limits.maxBodyBytes = MaxBodyBytes;
+    limits.requestsPerConnection = KeepAliveRequests;
+    return limits;
+}
+
+HttpServer::HttpServer(const HttpAccess& access, const FrontEnd::Limits& limits)
+    : m_gate(access)
+    , m_server(std::make_unique<Routes>())
+    , m_front(limits, [this](ConnectionStream& stream, bool closeAfter) {
+        bool clientCloses = false;
+        return m_server->process_request(stream, closeAfter, clientCloses, nullptr) && !clientCloses;
+    })
+{
+    m_server->set_payload_max_length(limits.maxBodyBytes);
     m_server->set_socket_options(listeningSocketOptions);
-    m_server->set_tcp_nodelay(true);
-    m_server->set_keep_alive_timeout(KeepAliveSeconds);
-    m_server->set_keep_alive_max_count(KeepAliveRequests);
+    // Only for the Keep-Alive header of the answers: the front end closes idle connections.
+    m_server->set_keep_alive_timeout(limits.idleMs / 1000);
+    m_server->set_keep_alive_max_count(limits.requestsPerConnection);
     m_server->set_pre_routing_handler([this](const httplib::Request& req, httplib::Response& res) {
         return m_gate.admit(req, res) ? httplib::Server::HandlerResponse::Unhandled
                                       : httplib::Server::HandlerResponse::Handled;
@@ -91,23 +126,24 @@ int HttpServer::bind(const QString& address, int port, QString* error)
     return bound;
 }
 
-void HttpServer::start()
+httplib::Server& HttpServer::server()
 {
-    m_thread = std::thread([this] {
-        m_server->listen_after_bind();
-        m_loopEnded = true;
-    });
-    // httplib's stop() only ends a loop that is already running; a stop that came earlier would be
-    // lost and the join in stop() would wait forever. Ready also means ready to be stopped.
-    while (!m_server->is_running() && !m_loopEnded)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return *m_server;
+}
+
+bool HttpServer::start()
+{
+    const int fd = m_server->listeningSocket();
+    m_started = fd >= 0 && m_front.start(fd);
+    return m_started;
 }
 
 void HttpServer::stop()
 {
-    if (!m_thread.joinable())
+    m_server->closeListeningSocket();
+    if (!m_started)
         return;
-    m_server->stop();
-    m_thread.join();
+    m_started = false;
+    m_front.stop();
     KELO_LOG_INFO("Host", "HTTP server stopped");
 }

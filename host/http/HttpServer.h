@@ -1,19 +1,19 @@
 #pragma once
-// The host's HTTP server: one httplib server with a pool of its own threads, served from a thread
-// started by start(). Every request first passes the RequestGate (Host, framing, token, origin and
-// body type); every answer carries its protective headers, and every error answer httplib makes
-// itself gets the JSON error body. Keep-alive connections serve many requests and are closed after
-// KeepAliveSeconds without one. The listening socket is opened without SO_REUSEPORT, so a port in
-// use by another process is an error. Routes are installed by HttpApi, EventStream and StaticFiles
+// The host's HTTP server: a FrontEnd (one thread) accepts connections and reads whole requests under
+// deadlines and caps; its worker threads parse, route and answer them with httplib's server. Every
+// request first passes the RequestGate (Host, framing, token, origin and body type); every answer
+// carries its protective headers, and every error answer httplib makes itself gets the JSON error
+// body. Keep-alive connections serve many requests and are closed after KeepAliveSeconds without one;
+// waiting connections hold no worker. The listening socket is opened without SO_REUSEPORT, so a port
+// in use by another process is an error. Routes are installed by HttpApi, EventStream and StaticFiles
 // through server(); every POST route through post(), which bounds its body however it is framed.
 // Construct, install, bind, start and stop from one thread (the main thread).
 #include <QString>
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
-#include <thread>
 
+#include "http/FrontEnd.h"
 #include "http/RequestGate.h"
 
 namespace httplib {
@@ -27,20 +27,24 @@ public:
     static constexpr size_t MaxBodyBytes = 16 * 1024 * 1024;
     // Bodies over this are handled one at a time (post()).
     static constexpr size_t LargeBodyBytes = 1024 * 1024;
+    // Workers: requests answered at once, event streams included (each holds one while open).
     static constexpr int Threads = 48;
-    // Short: with one thread per connection, an idle connection holds a thread until then.
-    static constexpr int KeepAliveSeconds = 2;
+    // An idle connection holds no worker, only a descriptor and a few bytes.
+    static constexpr int KeepAliveSeconds = 30;
     static constexpr size_t KeepAliveRequests = 10000;
 
     // Handles a POST whose whole body was read: req for its headers, body as received.
     using BodyHandler = std::function<void(const httplib::Request& req, const std::string& body, httplib::Response& res)>;
 
-    explicit HttpServer(const HttpAccess& access);
+    // The front end's bounds with the constants above.
+    static FrontEnd::Limits defaultLimits();
+
+    explicit HttpServer(const HttpAccess& access, const FrontEnd::Limits& limits = defaultLimits());
     ~HttpServer();  // stop()
     HttpServer(const HttpServer&) = delete;
     HttpServer& operator=(const HttpServer&) = delete;
 
-    httplib::Server& server() { return *m_server; }
+    httplib::Server& server();
     RequestGate& gate() { return m_gate; }
     // Installs a POST route that reads at most maxBytes of body, chunked or not, and answers 413
     // (PayloadTooLarge) for more without calling handler. Handlers of bodies over LargeBodyBytes
@@ -48,14 +52,16 @@ public:
     void post(const std::string& pattern, size_t maxBytes, BodyHandler handler);
     // Binds and listens on address:port (0: any free port). The real port, or -1 with *error.
     int bind(const QString& address, int port, QString* error);
-    // Serves in a thread of its own until stop().
-    void start();
-    // Stops accepting, waits for the threads that serve open connections, and joins.
+    // Serves until stop(). False when the front end cannot be set up.
+    bool start();
+    // Stops accepting, closes waiting connections, waits for the requests being answered, and joins.
     void stop();
 
 private:
+    class Routes;  // httplib's server, driven by the front end
+
     RequestGate m_gate;
-    std::unique_ptr<httplib::Server> m_server;
-    std::thread m_thread;
-    std::atomic<bool> m_loopEnded{false};
+    std::unique_ptr<Routes> m_server;
+    FrontEnd m_front;
+    bool m_started = false;
 };

@@ -2,90 +2,17 @@
 // over the limit, ambiguous framing; and what every answer carries.
 #include <QFile>
 #include <QTemporaryDir>
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 #include <vector>
 
 #include "HostProcess.h"
 #include "KeloJson.h"
+#include "RawConnection.h"
 #include "http/RequestGate.h"
 
 namespace {
 
 const char* const LimitPath = "settings:playlists/dbItemsLimit";
-
-// One TCP connection that sends raw request text and reads answers one at a time, so that framing
-// and keep-alive can be seen as they are on the wire.
-class RawConnection
-{
-public:
-    explicit RawConnection(int port)
-    {
-        m_fd = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_port = htons(static_cast<uint16_t>(port));
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        timeval timeout{10, 0};
-        setsockopt(m_fd, SOL_SOCKET, SO_RCVTIMEO, &timeout, sizeof timeout);
-        if (connect(m_fd, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-            close(m_fd);
-            m_fd = -1;
-        }
-    }
-    ~RawConnection()
-    {
-        if (m_fd >= 0)
-            close(m_fd);
-    }
-    bool send(const std::string& text) const
-    {
-        return m_fd >= 0 && ::send(m_fd, text.data(), text.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(text.size());
-    }
-    // The next answer's status line and headers, and its body by Content-Length; empty when the
-    // connection ended first.
-    std::string readAnswer(std::string* body = nullptr)
-    {
-        size_t headEnd;
-        while ((headEnd = m_buffer.find("\r\n\r\n")) == std::string::npos) {
-            if (!fill())
-                return std::string();
-        }
-        const std::string head = m_buffer.substr(0, headEnd + 4);
-        const size_t at = head.find("Content-Length: ");
-        const size_t length = at == std::string::npos ? 0 : std::stoul(head.substr(at + 16));
-        while (m_buffer.size() < head.size() + length) {
-            if (!fill())
-                return std::string();
-        }
-        if (body)
-            *body = m_buffer.substr(head.size(), length);
-        m_buffer.erase(0, head.size() + length);
-        return head;
-    }
-
-private:
-    bool fill()
-    {
-        char chunk[65536];
-        const ssize_t n = recv(m_fd, chunk, sizeof chunk, 0);
-        if (n <= 0)
-            return false;
-        m_buffer.append(chunk, static_cast<size_t>(n));
-        return true;
-    }
-
-    int m_fd = -1;
-    std::string m_buffer;
-};
-
-int statusOf(const std::string& head)
-{
-    return head.size() > 12 ? std::stoi(head.substr(9, 3)) : -1;
-}
 
 std::string request(const std::string& method, const std::string& path, const std::string& headers,
                     const std::string& body = std::string())
