@@ -5,7 +5,7 @@
 // went away is noticed: the write fails and the stream, with its queue, is forgotten. When events of
 // a stream were dropped, {"path": "", "change": "reset"} goes out before the next one: the client
 // must read again whatever it shows. The stream ends when the host shuts down.
-// Handlers run in httplib's threads; install() from the main thread before the server starts.
+// Handlers run in the server's worker threads; install() from the main thread before the server starts.
 #include <atomic>
 #include <memory>
 #include <string>

@@ -8,7 +8,7 @@
 //                                             with that error, so a late answer is dropped
 //   {"error": Unavailable}, 503               the host is shutting down
 // getRows answers at most MaxRows rows: a longer range is cut as a range beyond the rows is.
-// Handlers run in httplib's threads; install() from the main thread before the server starts.
+// Handlers run in the server's worker threads; install() from the main thread before the server starts.
 #include <QString>
 #include <atomic>
 

@@ -10,7 +10,7 @@
 // the module's own browse rows and commands, sent through CMRoot() like every API request, and
 // waited for with HttpApi's reply wait. The import body must carry a content type that browsers do
 // not send across origins unasked (not text/plain nor a form type), so that it is preflighted.
-// Handlers run in httplib's threads; install() from the main thread before the server starts.
+// Handlers run in the server's worker threads; install() from the main thread before the server starts.
 #include <QVariant>
 
 #include "playlistfiles/LibraryLocations.h"

@@ -3,7 +3,7 @@
 // nothing outside the folder is ever served ("..", symbolic links leading out, hidden files). When
 // the folder does not exist, "/" answers a short text saying that the web page is not built. Paths
 // under /api/ that no other route took are answered with a JSON NotFound error.
-// Handlers run in httplib's threads; the object is read-only after construction.
+// Handlers run in the server's worker threads; the object is read-only after construction.
 #include <QString>
 
 namespace httplib {
