@@ -16,7 +16,9 @@ import argparse
 import os
 import random
 import re
+import resource
 import shutil
+import signal
 import subprocess
 import sys
 import time
@@ -102,16 +104,29 @@ def all_sites(tree):
     return result
 
 
+def limit_file_size():
+    """No file written by a build or a mutant's tests grows past 2 GiB (the disk is shared)."""
+    resource.setrlimit(resource.RLIMIT_FSIZE, (2 << 30, 2 << 30))
+
+
 def run(command, cwd, timeout=None, log=None):
+    """Exit code and seconds; None for the code when the time bound ended it. On the bound the whole
+    process group goes, tests included: a mutant may loop forever writing a file."""
     start = time.monotonic()
+    process = subprocess.Popen(command, cwd=cwd, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True,
+                               start_new_session=True, preexec_fn=limit_file_size)
     try:
-        done = subprocess.run(command, cwd=cwd, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                              timeout=timeout, text=True)
-        if log:
-            Path(log).write_text(done.stdout)
-        return done.returncode, time.monotonic() - start
+        output, _ = process.communicate(timeout=timeout)
     except subprocess.TimeoutExpired:
+        os.killpg(process.pid, signal.SIGKILL)
+        process.communicate()
         return None, time.monotonic() - start
+    finally:
+        if process.poll() is None:
+            os.killpg(process.pid, signal.SIGKILL)
+    if log:
+        Path(log).write_text(output)
+    return process.returncode, time.monotonic() - start
 
 
 def main():
@@ -133,7 +148,7 @@ def main():
     subprocess.run(["tar", "-x", "-C", str(tree)], input=archive, check=True)
 
     env_build = ["cmake", "--build", str(build), "-j", str(args.jobs)]
-    ctest = ["ctest", "--test-dir", str(build), "-j", str(args.jobs), "--stop-on-failure", "--timeout", "300"]
+    ctest = ["ctest", "--test-dir", str(build), "-j", str(args.jobs), "--stop-on-failure", "--timeout", "100"]
     ctest += args.ctest_args.split()
     subprocess.run(["cmake", "-S", str(tree), "-B", str(build), "-DCMAKE_BUILD_TYPE=RelWithDebInfo",
                     "-DKELO_BENCH=OFF"], check=True, stdout=subprocess.DEVNULL)
