@@ -136,10 +136,10 @@ AudioOutput::~AudioOutput()
 
 bool AudioOutput::open(const QString& uri, qint64 lengthMs, bool paused)
 {
-    Q_UNUSED(lengthMs);
     {
         std::lock_guard<std::mutex> lock(m_queueMutex);
         m_queued.clear();
+        m_lengthKnown = lengthMs > 0;
     }
     m_length = 0;
     m_lastPosition = 0;
@@ -193,10 +193,10 @@ bool AudioOutput::reopenAfterFailedHandOver()
 
 void AudioOutput::queue(const QString& uri, qint64 lengthMs)
 {
-    Q_UNUSED(lengthMs);
     {
         std::lock_guard<std::mutex> lock(m_queueMutex);
         m_queued = uri;
+        m_queuedLength = lengthMs;
         m_queueAnswered = true;
     }
     m_queueChanged.notify_all();
@@ -301,16 +301,20 @@ void AudioOutput::on_playbin_aboutToFinish(GstElement* playbin, void* self)
 {
     auto* output = static_cast<AudioOutput*>(self);
     std::unique_lock<std::mutex> lock(output->m_queueMutex);
+    // Without a length the player asks only at the end, which this wait would put off.
     const unsigned waitsEnded = output->m_queueWaitsEnded;
-    output->m_queueChanged.wait_for(lock, std::chrono::milliseconds(QueueWaitMs), [output, waitsEnded] {
-        return output->m_queueAnswered || output->m_queueWaitsEnded != waitsEnded;
-    });
+    if (output->m_lengthKnown) {
+        output->m_queueChanged.wait_for(lock, std::chrono::milliseconds(QueueWaitMs), [output, waitsEnded] {
+            return output->m_queueAnswered || output->m_queueWaitsEnded != waitsEnded;
+        });
+    }
     if (output->m_queued.isEmpty())
         return;
     g_object_set(playbin, "uri", output->m_queued.toUtf8().constData(), nullptr);
     output->m_handedUri = output->m_queued;
     output->m_queued.clear();
     output->m_queueAnswered = false;  // what follows the handed stream is still to be asked
+    output->m_lengthKnown = output->m_queuedLength > 0;
     output->m_handedOver = true;
 }
 
@@ -468,5 +472,9 @@ void AudioOutput::updateLength()
     if (ms == m_length)
         return;
     m_length = ms;
+    if (!m_joinTimer->isActive()) {  // the length of the stream heard, not of one handed over
+        std::lock_guard<std::mutex> lock(m_queueMutex);
+        m_lengthKnown = true;
+    }
     emit lengthChanged();
 }

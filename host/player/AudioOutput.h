@@ -76,6 +76,9 @@ private:
     QString m_queued;      // under m_queueMutex: the uri to hand over at about-to-finish; empty: none
     QString m_handedUri;   // under m_queueMutex: the uri last handed over
     bool m_queueAnswered = false;  // under m_queueMutex: queue() told what follows the stream heard last
+    qint64 m_queuedLength = 0;     // under m_queueMutex: the queued uri's length as the tags say it
+    bool m_lengthKnown = false;    // under m_queueMutex: the stream has a length, so the player asks
+                                   // what follows it before its end
     unsigned m_queueWaitsEnded = 0;  // under m_queueMutex: counts the calls that release a wait for queue()
     std::condition_variable m_queueChanged;  // either of the two changed
     bool m_open = false;           // a stream was opened and neither ended, failed nor stopped
