@@ -252,7 +252,6 @@ void AudioOutput::seek(qint64 ms)
         return;
     endQueueWait();  // a flushing seek waits for the streaming threads
     m_lastPosition = ms;
-    m_lastPositionAt = QElapsedTimer_getMonotonicMsecs();
     if (!m_prerolled) {
         m_pendingSeek = ms;
         return;
@@ -275,10 +274,8 @@ qint64 AudioOutput::playTime() const
     if (!m_open)
         return m_lastPosition;
     gint64 position = 0;
-    if (gst_element_query_position(m_playbin, GST_FORMAT_TIME, &position) && position >= 0) {
+    if (gst_element_query_position(m_playbin, GST_FORMAT_TIME, &position) && position >= 0)
         m_lastPosition = position / GST_MSECOND;
-        m_lastPositionAt = QElapsedTimer_getMonotonicMsecs();
-    }
     return m_lastPosition;
 }
 
@@ -421,15 +418,13 @@ void AudioOutput::handle(GstMessage* message)
 
 void AudioOutput::beginJoin()
 {
-    // The position may already read the new stream's here, so the former one's is also taken from the
-    // last position read, run on by the real time that played since.
-    const qint64 now = QElapsedTimer_getMonotonicMsecs();
-    qint64 before = m_lastPosition;
-    if (m_playing && m_length > 0)
-        before = qMin(m_length, before + (now - m_lastPositionAt));
+    // The position may already read the new stream's here, so the last one read counts too. It is not
+    // run on by the time since: the former stream's tail still plays at the sink, and a position ahead
+    // of it would take the tail for the new stream's start.
+    const qint64 before = m_lastPosition;
     m_joinFrom = qMax(before, playTime());
     m_joinReset = false;
-    m_joinSince = now;
+    m_joinSince = QElapsedTimer_getMonotonicMsecs();
     m_joinTimer->start();
 }
 
@@ -446,7 +441,6 @@ void AudioOutput::on_joinTimer_timeout()
     if (!started && QElapsedTimer_getMonotonicMsecs() - m_joinSince < JoinLimitMs)
         return;
     m_lastPosition = started ? position / GST_MSECOND : 0;
-    m_lastPositionAt = QElapsedTimer_getMonotonicMsecs();
     finishJoin();
 }
 

@@ -93,6 +93,5 @@ private:
     bool m_joinReset = false;      // the position left the former stream's
     std::atomic<bool> m_handedOver{false};  // the queued uri went to the pipeline; its start is to come
     qint64 m_length = 0;
-    mutable qint64 m_lastPosition = 0;    // what the pipeline last answered
-    mutable qint64 m_lastPositionAt = 0;  // monotonic ms of that answer
+    mutable qint64 m_lastPosition = 0;  // what the pipeline last answered
 };
