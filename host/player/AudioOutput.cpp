@@ -1,7 +1,9 @@
 #include "AudioOutput.h"
 
 #include <gst/audio/streamvolume.h>
+#include <chrono>
 #include <gst/gst.h>
+#include <memory>
 
 #include "CMGlobal.h"
 #include "KeloLog.h"
@@ -13,6 +15,16 @@ constexpr guint PlayAudio = 1u << 1;
 constexpr guint PlaySoftVolume = 1u << 4;
 constexpr int JoinPollMs = 5;
 constexpr qint64 JoinLimitMs = 1000;  // a tail longer than this is not waited for
+// How long the pipeline's request for the next stream waits for the player's answer while the buffered
+// rest plays. A short file is read whole as it is handed over, before the player heard it start and
+// asked what follows; the former stream's tail, the join and a slow play logic fit in this. An answer
+// that comes later costs a gap; a seek, stop or open ends the wait at once.
+constexpr int QueueWaitMs = 3000;
+// An http server that takes the connection and then sends nothing, or stops sending mid-stream, is
+// given up after this long, with no retry: a listener who hears nothing for longer takes the stream for
+// broken, while a slow first answer (a redirect, a TLS handshake over a poor link) still fits. The
+// source's own default (15 s, retried 3 times) would hold the player for a minute.
+constexpr guint HttpTimeoutS = 5;
 
 bool initGStreamer(QString* why)
 {
@@ -106,12 +118,14 @@ AudioOutput::AudioOutput(GstElement* playbin, const QString& sinkDescription)
     m_joinTimer->setInterval(JoinPollMs);
     CMGlobal::connect(m_joinTimer, &QTimer::timeout, this, &AudioOutput::on_joinTimer_timeout);
     g_signal_connect(m_playbin, "about-to-finish", G_CALLBACK(&AudioOutput::on_playbin_aboutToFinish), this);
+    g_signal_connect(m_playbin, "source-setup", G_CALLBACK(&AudioOutput::on_playbin_sourceSetup), nullptr);
     gst_bus_set_sync_handler(m_bus, reinterpret_cast<GstBusSyncHandler>(&AudioOutput::on_bus_syncMessage), this,
                              nullptr);
 }
 
 AudioOutput::~AudioOutput()
 {
+    endQueueWait();
     // NULL joins the streaming threads; only then may the callbacks go.
     gst_element_set_state(m_playbin, GST_STATE_NULL);
     gst_bus_set_sync_handler(m_bus, nullptr, nullptr, nullptr);
@@ -122,10 +136,10 @@ AudioOutput::~AudioOutput()
 
 bool AudioOutput::open(const QString& uri, qint64 lengthMs, bool paused)
 {
-    Q_UNUSED(lengthMs);
     {
         std::lock_guard<std::mutex> lock(m_queueMutex);
         m_queued.clear();
+        m_lengthKnown = lengthMs > 0;
     }
     m_length = 0;
     m_lastPosition = 0;
@@ -141,11 +155,14 @@ bool AudioOutput::open(const QString& uri, qint64 lengthMs, bool paused)
 
 void AudioOutput::startPipeline(const QString& uri, bool paused, qint64 fromMs)
 {
+    endQueueWait();  // READY waits for the streaming threads
     m_joinTimer->stop();
     gst_element_set_state(m_playbin, GST_STATE_READY);
-    // What the former stream posted is stale now.
-    gst_bus_set_flushing(m_bus, TRUE);
-    gst_bus_set_flushing(m_bus, FALSE);
+    ++m_pipeline;  // what the former stream posted is stale now
+    {
+        std::lock_guard<std::mutex> lock(m_queueMutex);
+        m_queueAnswered = false;
+    }
     m_handedOver = false;
     m_uri = uri;
     g_object_set(m_playbin, "uri", uri.toUtf8().constData(), nullptr);
@@ -176,9 +193,22 @@ bool AudioOutput::reopenAfterFailedHandOver()
 
 void AudioOutput::queue(const QString& uri, qint64 lengthMs)
 {
-    Q_UNUSED(lengthMs);
-    std::lock_guard<std::mutex> lock(m_queueMutex);
-    m_queued = uri;
+    {
+        std::lock_guard<std::mutex> lock(m_queueMutex);
+        m_queued = uri;
+        m_queuedLength = lengthMs;
+        m_queueAnswered = true;
+    }
+    m_queueChanged.notify_all();
+}
+
+void AudioOutput::endQueueWait()
+{
+    {
+        std::lock_guard<std::mutex> lock(m_queueMutex);
+        ++m_queueWaitsEnded;
+    }
+    m_queueChanged.notify_all();
 }
 
 void AudioOutput::pause()
@@ -204,6 +234,7 @@ void AudioOutput::stop()
         std::lock_guard<std::mutex> lock(m_queueMutex);
         m_queued.clear();
     }
+    endQueueWait();
     m_joinTimer->stop();
     m_open = false;
     m_playing = false;
@@ -212,12 +243,14 @@ void AudioOutput::stop()
     m_lastPosition = 0;
     m_length = 0;
     gst_element_set_state(m_playbin, GST_STATE_READY);
+    ++m_pipeline;
 }
 
 void AudioOutput::seek(qint64 ms)
 {
     if (!m_open)
         return;
+    endQueueWait();  // a flushing seek waits for the streaming threads
     m_lastPosition = ms;
     if (!m_prerolled) {
         m_pendingSeek = ms;
@@ -259,32 +292,58 @@ QString AudioOutput::description() const
     return QStringLiteral("the audio pipeline (sink \"%1\")").arg(m_sink);
 }
 
-// Runs in a streaming thread, while the current stream's data is still being played.
+// Runs in a streaming thread, while the current stream's data is still being played. A short file is
+// read whole before the player heard what follows it; the answer is waited for while its tail plays.
 void AudioOutput::on_playbin_aboutToFinish(GstElement* playbin, void* self)
 {
     auto* output = static_cast<AudioOutput*>(self);
-    std::lock_guard<std::mutex> lock(output->m_queueMutex);
+    std::unique_lock<std::mutex> lock(output->m_queueMutex);
+    // Without a length the player asks only at the end, which this wait would put off.
+    const unsigned waitsEnded = output->m_queueWaitsEnded;
+    if (output->m_lengthKnown) {
+        output->m_queueChanged.wait_for(lock, std::chrono::milliseconds(QueueWaitMs), [output, waitsEnded] {
+            return output->m_queueAnswered || output->m_queueWaitsEnded != waitsEnded;
+        });
+    }
     if (output->m_queued.isEmpty())
         return;
     g_object_set(playbin, "uri", output->m_queued.toUtf8().constData(), nullptr);
+    output->m_handedUri = output->m_queued;
     output->m_queued.clear();
+    output->m_queueAnswered = false;  // what follows the handed stream is still to be asked
+    output->m_lengthKnown = output->m_queuedLength > 0;
     output->m_handedOver = true;
 }
 
-// Runs in whichever thread posts; the messages stay on the bus until drainBus() takes them.
-int AudioOutput::on_bus_syncMessage(GstBus*, GstMessage*, void* self)
+// Runs in whichever thread creates the source of a stream.
+void AudioOutput::on_playbin_sourceSetup(GstElement*, GstElement* source, void*)
 {
-    auto* output = static_cast<AudioOutput*>(self);
-    QMetaObject::invokeMethod(output, [output] { output->drainBus(); }, Qt::QueuedConnection);
-    return GST_BUS_PASS;
+    GstElementFactory* factory = gst_element_get_factory(source);
+    if (!factory || g_strcmp0(gst_plugin_feature_get_name(GST_PLUGIN_FEATURE(factory)), "souphttpsrc") != 0)
+        return;
+    g_object_set(source, "timeout", HttpTimeoutS, "retries", 0, nullptr);
 }
 
-void AudioOutput::drainBus()
+// Runs in whichever thread posts. The message goes to the player's thread inside the call that
+// handles it, and never waits on the bus: the bus queues a message only after this handler returned,
+// so a drain the handler asked for may run before the message is there and miss it for good.
+int AudioOutput::on_bus_syncMessage(GstBus*, GstMessage* message, void* self)
 {
-    while (GstMessage* message = gst_bus_pop(m_bus)) {
-        handle(message);
-        gst_message_unref(message);
-    }
+    constexpr int handled = GST_MESSAGE_ERROR | GST_MESSAGE_WARNING | GST_MESSAGE_EOS | GST_MESSAGE_STREAM_START |
+                            GST_MESSAGE_ASYNC_DONE | GST_MESSAGE_DURATION_CHANGED;
+    if (!(GST_MESSAGE_TYPE(message) & handled))
+        return GST_BUS_DROP;
+    auto* output = static_cast<AudioOutput*>(self);
+    const unsigned pipeline = output->m_pipeline;
+    const std::shared_ptr<GstMessage> held(gst_message_ref(message), &gst_message_unref);
+    QMetaObject::invokeMethod(
+        output,
+        [output, held, pipeline] {
+            if (pipeline == output->m_pipeline)
+                output->handle(held.get());
+        },
+        Qt::QueuedConnection);
+    return GST_BUS_DROP;
 }
 
 void AudioOutput::handle(GstMessage* message)
@@ -319,11 +378,8 @@ void AudioOutput::handle(GstMessage* message)
     }
     case GST_MESSAGE_EOS:
         // A sink that does not keep time may reach the end before the join was seen.
-        if (m_joinTimer->isActive()) {
-            m_joinTimer->stop();
-            m_handedOver = false;
-            emit advanced();
-        }
+        if (m_joinTimer->isActive())
+            finishJoin();
         if (m_open) {
             m_lastPosition = playTime();
             m_open = false;
@@ -362,7 +418,9 @@ void AudioOutput::handle(GstMessage* message)
 
 void AudioOutput::beginJoin()
 {
-    // The position may already read 0 here, so the last one read counts too.
+    // The position may already read the new stream's here, so the last one read counts too. It is not
+    // run on by the time since: the former stream's tail still plays at the sink, and a position ahead
+    // of it would take the tail for the new stream's start.
     const qint64 before = m_lastPosition;
     m_joinFrom = qMax(before, playTime());
     m_joinReset = false;
@@ -382,9 +440,18 @@ void AudioOutput::on_joinTimer_timeout()
     const bool started = m_joinReset && ms > 0;
     if (!started && QElapsedTimer_getMonotonicMsecs() - m_joinSince < JoinLimitMs)
         return;
-    m_joinTimer->stop();
-    m_handedOver = false;
     m_lastPosition = started ? position / GST_MSECOND : 0;
+    finishJoin();
+}
+
+void AudioOutput::finishJoin()
+{
+    m_joinTimer->stop();
+    {
+        std::lock_guard<std::mutex> lock(m_queueMutex);
+        m_uri = m_handedUri;
+    }
+    m_handedOver = false;
     m_length = 0;
     updateLength();
     emit advanced();
@@ -399,5 +466,9 @@ void AudioOutput::updateLength()
     if (ms == m_length)
         return;
     m_length = ms;
+    if (!m_joinTimer->isActive()) {  // the length of the stream heard, not of one handed over
+        std::lock_guard<std::mutex> lock(m_queueMutex);
+        m_lengthKnown = true;
+    }
     emit lengthChanged();
 }

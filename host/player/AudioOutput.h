@@ -6,11 +6,14 @@
 // says the new stream plays, which is the boundary the listener hears (its stream start reaches the
 // sink up to a buffer earlier, while the former stream's tail still plays).
 //
-// Created, used and destroyed in the player's thread; GStreamer's own threads only set the queued uri
-// (under m_queueMutex) and post bus messages, which are handled back in the player's thread.
+// Created, used and destroyed in the player's thread; GStreamer's own threads only take the queued uri
+// (under m_queueMutex, waiting a bounded moment for queue() when the player has not answered yet) and
+// post bus messages, which are handed to the player's thread and handled there. An http source gives
+// up on a server that stays silent after a few seconds.
 #include <QString>
 #include <QTimer>
 #include <atomic>
+#include <condition_variable>
 #include <mutex>
 
 #include "PlayerOutput.h"
@@ -52,26 +55,38 @@ public:
 private:
     AudioOutput(GstElement* playbin, const QString& sinkDescription);
     static void on_playbin_aboutToFinish(GstElement* playbin, void* self);
+    static void on_playbin_sourceSetup(GstElement* playbin, GstElement* source, void*);
     static int on_bus_syncMessage(GstBus* bus, GstMessage* message, void* self);
-    void drainBus();
     void handle(GstMessage* message);
     void updateLength();
     void startPipeline(const QString& uri, bool paused, qint64 fromMs);
+    void endQueueWait();
     void beginJoin();
     void on_joinTimer_timeout();
+    void finishJoin();
     bool reopenAfterFailedHandOver();
 
     GstElement* m_playbin;  // owned
     GstBus* m_bus;          // owned
     QString m_sink;
+    // Counts the times the pipeline was sent back to READY; a message posted before the latest is stale.
+    // Written in the player's thread, read in any.
+    std::atomic<unsigned> m_pipeline{0};
     std::mutex m_queueMutex;
-    QString m_queued;  // under m_queueMutex: the uri to hand over at about-to-finish; empty: none
+    QString m_queued;      // under m_queueMutex: the uri to hand over at about-to-finish; empty: none
+    QString m_handedUri;   // under m_queueMutex: the uri last handed over
+    bool m_queueAnswered = false;  // under m_queueMutex: queue() told what follows the stream heard last
+    qint64 m_queuedLength = 0;     // under m_queueMutex: the queued uri's length as the tags say it
+    bool m_lengthKnown = false;    // under m_queueMutex: the stream has a length, so the player asks
+                                   // what follows it before its end
+    unsigned m_queueWaitsEnded = 0;  // under m_queueMutex: counts the calls that release a wait for queue()
+    std::condition_variable m_queueChanged;  // either of the two changed
     bool m_open = false;           // a stream was opened and neither ended, failed nor stopped
     bool m_playing = false;        // asked to play, not paused
     bool m_awaitingFirst = false;  // the opened uri's own stream start is still to come
     bool m_prerolled = false;      // the opened stream can seek
     qint64 m_pendingSeek = -1;     // ms to seek to once it can; -1: none
-    QString m_uri;                 // of the current stream
+    QString m_uri;                 // of the stream the listener hears
     QTimer* m_joinTimer;           // runs while the former stream's tail plays after the next one started
     qint64 m_joinFrom = 0;         // the former stream's position when its successor started
     qint64 m_joinSince = 0;        // monotonic ms of that moment

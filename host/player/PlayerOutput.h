@@ -16,8 +16,10 @@ public:
     // say (0: unknown). False when the uri is refused at once; a failure found later comes as failed().
     // Forgets whatever was queued.
     virtual bool open(const QString& uri, qint64 lengthMs, bool paused) = 0;
-    // The uri to follow the current stream without a gap; an empty uri withdraws it. An output that
-    // cannot join streams ignores it, and the player opens the next track after ended().
+    // The uri to follow the current stream without a gap; an empty uri withdraws it, or says that none
+    // follows. The player answers so for every stream it plays; an output that joins streams may hold
+    // its own need for the answer a bounded moment. An output that cannot join streams ignores it, and
+    // the player opens the next track after ended().
     virtual void queue(const QString& uri, qint64 lengthMs) = 0;
     virtual void pause() = 0;
     virtual void resume() = 0;

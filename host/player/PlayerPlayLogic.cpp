@@ -126,7 +126,7 @@ void Player::nextMediaAnswered(const QVariantHash& value, const KeloRoles& roles
     m_nextMedia = roles;
     if (m_endReached)
         advance();
-    else if (!roles.isEmpty())
+    else
         m_output->queue(firstUri(roles), qint64(roles.duration()) * 1000);
 }
 
@@ -142,6 +142,8 @@ void Player::advance()
 {
     m_endReached = false;
     if (!m_nextMedia.isEmpty()) {
+        // A pause that met the track's end holds the next track at its start.
+        m_startPaused = m_startPaused || m_state == State::Paused;
         const KeloRoles next = m_nextMedia;  // startTrack forgets the announcement
         startTrack(next);
         return;

@@ -80,6 +80,23 @@ bool embedPicture(const QString& flacFile, const QByteArray& png)
     return file.save();
 }
 
+QByteArray wavData(const QString& fileName)
+{
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly))
+        return QByteArray();
+    const QByteArray wav = file.readAll();
+    auto u32 = [&wav](int at) { return quint32(quint8(wav[at])) | quint32(quint8(wav[at + 1])) << 8 |
+                                       quint32(quint8(wav[at + 2])) << 16 | quint32(quint8(wav[at + 3])) << 24; };
+    for (int at = 12; at + 8 <= wav.size();) {
+        const quint32 size = u32(at + 4);
+        if (wav.mid(at, 4) == "data")
+            return wav.mid(at + 8, int(size));
+        at += 8 + int(size) + int(size & 1u);
+    }
+    return QByteArray();
+}
+
 QByteArray png()
 {
     // 1x1 red pixel.

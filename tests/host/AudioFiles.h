@@ -13,6 +13,8 @@ bool writeEncoded(const QString& fileName, double seconds, int hz = 440);
 bool tag(const QString& fileName, const char* title, const char* artist, const char* album, unsigned int number);
 // Embeds a picture into a FLAC file.
 bool embedPicture(const QString& flacFile, const QByteArray& png);
+// The samples of a WAV file (its "data" chunk); empty when it has none.
+QByteArray wavData(const QString& fileName);
 // A small valid PNG image.
 QByteArray png();
 }  // namespace AudioFiles

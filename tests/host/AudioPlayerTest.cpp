@@ -1,15 +1,20 @@
-// The audio player at real time into "fakesink sync=true", driven by a small play logic that plays a
-// list of the test's own audio files in order: track changes, gapless joins, pause, seek, broken
-// files and a skip near the end of a track.
+// The audio player at real time into "fakesink sync=true" (or into a file), driven by a small play
+// logic that plays a list of the test's own audio files in order: track changes, gapless joins, pause,
+// seek, broken and truncated files, a silent server, seeks near the end and a skip near the end.
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QFileInfo>
 #include <QMutex>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QUrl>
 #include <algorithm>
+#include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <memory>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include "AudioFiles.h"
 #include "CMEventHub.h"
@@ -22,15 +27,45 @@
 
 namespace {
 
+QVariantHash streamTrack(const QString& title, const QString& uri, int seconds = 0)
+{
+    return {{"title", title}, {"duration", seconds},
+            {"mediaData", QVariantHash{{"resources", QVariantList{QVariantHash{{"uri", uri}}}},
+                                       {"metaData", QVariantHash{{"playLogicPath", "logic:pl"}}}}}};
+}
+
 // A track of the file, or of an http server that refuses connections when file is empty.
 QVariantHash track(const QString& title, const QString& file, int seconds = 0)
 {
     const QString uri = file.isEmpty() ? QStringLiteral("http://127.0.0.1:1/none.ogg")
                                        : QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded);
-    return {{"title", title}, {"duration", seconds},
-            {"mediaData", QVariantHash{{"resources", QVariantList{QVariantHash{{"uri", uri}}}},
-                                       {"metaData", QVariantHash{{"playLogicPath", "logic:pl"}}}}}};
+    return streamTrack(title, uri, seconds);
 }
+
+// An http server on the loopback that takes connections (the kernel does, into its backlog) and
+// never answers them.
+class SilentServer
+{
+public:
+    SilentServer()
+    {
+        m_fd = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        if (bind(m_fd, reinterpret_cast<sockaddr*>(&address), size) != 0 || listen(m_fd, 8) != 0 ||
+            getsockname(m_fd, reinterpret_cast<sockaddr*>(&address), &size) != 0)
+            return;
+        m_port = ntohs(address.sin_port);
+    }
+    ~SilentServer() { close(m_fd); }
+    int port() const { return m_port; }  // 0: not listening
+
+private:
+    int m_fd;
+    int m_port = 0;
+};
 
 // Plays tracks in order: the user's play starts the one at its index, the next media is the one after
 // the playing track, next skips to it, and a stream error goes on with the one after the failed one.
@@ -166,13 +201,13 @@ protected:
         root.reset();
     }
     QString file(const QString& name) const { return dir.filePath(name); }
-    void startPlayer(const QList<QVariantHash>& tracks)
+    void startPlayer(const QList<QVariantHash>& tracks, const QString& sink = QStringLiteral("fakesink sync=true"))
     {
         logicThread = std::make_unique<CMWorkerThread>([tracks] { return new ListLogic(tracks); });
         logic = static_cast<ListLogic*>(logicThread->worker());
-        playerThread = std::make_unique<CMWorkerThread>([] {
+        playerThread = std::make_unique<CMWorkerThread>([sink] {
             QString error;
-            AudioOutput* output = AudioOutput::create(QStringLiteral("fakesink sync=true"), &error);
+            AudioOutput* output = AudioOutput::create(sink, &error);
             EXPECT_TRUE(output) << error.toStdString();
             return new Player(output);
         });
@@ -274,6 +309,28 @@ TEST_F(AudioPlayer, ThreeFilesPlayThroughInOrderChangingTrackAtEachBoundaryWitho
     EXPECT_EQ(lastPlaying.value(PlayLogicWire::Serial()).toInt(), 3) << "C asked once for what follows it";
 }
 
+TEST_F(AudioPlayer, ShortFilesFollowEachOtherIntoTheOutputOpenedOnceSampleForSample)
+{
+    // Each file is read whole long before its end, before the player knows what follows it. A sink
+    // that was reopened for a track starts its file anew.
+    ASSERT_TRUE(AudioFiles::writeWav(file("a.wav"), 1, 440));
+    ASSERT_TRUE(AudioFiles::writeWav(file("b.wav"), 1.5, 660));
+    ASSERT_TRUE(AudioFiles::writeWav(file("c.wav"), 0.5, 880));
+    const QList<QVariantHash> tracks = {track("A", file("a.wav"), 1), track("B", file("b.wav"), 2),
+                                        track("C", file("c.wav"), 1)};
+    // identity keeps the real time, which a file does not.
+    startPlayer(tracks, QStringLiteral("audioconvert ! wavenc ! filesink sync=true location=\"%1\"").arg(file("out.wav")));
+    play(tracks);
+    const Sample last = watch([](const Sample& s) { return s.state == "stopped" && s.title == "C"; }).last();
+    ASSERT_EQ(last.state, "stopped") << last.title.toStdString() << " still plays at " << last.playTime;
+    playerThread.reset();  // the file is complete once the pipeline is gone
+    const QByteArray played = AudioFiles::wavData(file("out.wav"));
+    const QByteArray sources = AudioFiles::wavData(file("a.wav")) + AudioFiles::wavData(file("b.wav")) +
+                               AudioFiles::wavData(file("c.wav"));
+    EXPECT_EQ(played.size(), sources.size()) << "the output holds " << played.size() / 16 << " ms of " << sources.size() / 16;
+    EXPECT_TRUE(played == sources) << "the samples differ from the files'";
+}
+
 TEST_F(AudioPlayer, PauseHoldsThePlayTimeResumeRunsItOnAndSeekMovesIt)
 {
     ASSERT_TRUE(AudioFiles::writeEncoded(file("long.flac"), 6));
@@ -338,6 +395,66 @@ TEST_F(AudioPlayer, BrokenMissingAndUnreachableMediaAreReportedAtOnceAndSkipped)
     EXPECT_EQ(logic->calls(PlayLogicWire::StreamError()).size(), 3);
     EXPECT_EQ(logic->calls(PlayLogicWire::MediaPlaybackStarted(), PlayLogicWire::NewRoles()), QStringList({"A", "C"}))
         << "a file that does not open is no started track";
+}
+
+TEST_F(AudioPlayer, TruncatedFilesPlayWhatTheyHoldOrAreReportedAndTheListGoesOn)
+{
+    // The WAV's header still promises 2 s of which 1 s is there; the FLAC loses its second half.
+    ASSERT_TRUE(AudioFiles::writeWav(file("cut.wav"), 2));
+    ASSERT_TRUE(QFile::resize(file("cut.wav"), 44 + 16000));
+    ASSERT_TRUE(AudioFiles::writeEncoded(file("cut.flac"), 2));
+    ASSERT_TRUE(QFile::resize(file("cut.flac"), QFileInfo(file("cut.flac")).size() / 2));
+    ASSERT_TRUE(AudioFiles::writeWav(file("c.wav"), 1));
+    const QList<QVariantHash> tracks = {track("CutWav", file("cut.wav"), 2), track("CutFlac", file("cut.flac"), 2),
+                                        track("C", file("c.wav"), 1)};
+    startPlayer(tracks);
+    play(tracks);
+    const QList<Sample> samples = watch([](const Sample& s) { return s.title == "C" && s.state == "stopped"; });
+    ASSERT_EQ(samples.last().title, "C") << "a truncated file held the list up";
+    ASSERT_EQ(samples.last().state, "stopped");
+    const QStringList started = logic->calls(PlayLogicWire::MediaPlaybackStarted(), PlayLogicWire::NewRoles());
+    EXPECT_TRUE(started.contains("CutWav")) << "the half that is there was not played";
+    EXPECT_EQ(started.count("CutFlac") + logic->calls(PlayLogicWire::StreamError()).size(), 1)
+        << "the truncated FLAC neither played nor was reported, or both";
+    const auto wav = std::find_if(samples.begin(), samples.end(), [](const Sample& s) { return s.title == "CutWav"; });
+    const auto after = std::find_if(wav, samples.end(), [](const Sample& s) { return s.title != "CutWav"; });
+    ASSERT_NE(after, samples.end());
+    EXPECT_GE((after - 1)->playTime, 800) << "the cut WAV ended before its second was played";
+}
+
+TEST_F(AudioPlayer, AnHttpServerThatNeverAnswersIsReportedAndTheListGoesOn)
+{
+    SilentServer server;
+    ASSERT_NE(server.port(), 0);
+    ASSERT_TRUE(AudioFiles::writeWav(file("c.wav"), 1));
+    const QString silent = QStringLiteral("http://127.0.0.1:%1/radio.ogg").arg(server.port());
+    const QList<QVariantHash> tracks = {streamTrack("Silent", silent), track("C", file("c.wav"), 1)};
+    startPlayer(tracks);
+    play(tracks);
+    // The wait outlasts the player's bound on a silent server, not the source's own minute.
+    const QList<Sample> samples = watch([](const Sample& s) { return s.title == "C" && s.state == "stopped"; });
+    ASSERT_EQ(samples.last().title, "C") << "the silent server held the player up";
+    EXPECT_EQ(logic->calls(PlayLogicWire::StreamError()).size(), 1);
+    EXPECT_EQ(logic->calls(PlayLogicWire::MediaPlaybackStarted(), PlayLogicWire::NewRoles()), QStringList({"C"}));
+}
+
+TEST_F(AudioPlayer, SeeksAfterTheNextTrackWasHandedOverStillEndTheTrackAndPlayTheNextOnce)
+{
+    // A short WAV is read whole at once, so the pipeline takes B long before A's end; the seeks then
+    // meet a pipeline that holds both.
+    ASSERT_TRUE(AudioFiles::writeWav(file("a.wav"), 2));
+    ASSERT_TRUE(AudioFiles::writeWav(file("b.wav"), 1));
+    const QList<QVariantHash> tracks = {track("A", file("a.wav"), 2), track("B", file("b.wav"), 1)};
+    startPlayer(tracks);
+    play(tracks);
+    ASSERT_EQ(watch([](const Sample& s) { return s.playTime >= 300; }).last().title, "A");
+    control({{"control", "seek"}, {"ms", 1950}});
+    ASSERT_EQ(watch([](const Sample& s) { return s.title == "B" && s.playTime >= 300; }).last().title, "B")
+        << "A did not end after the seek to its end";
+    control({{"control", "seek"}, {"ms", 100}});
+    const Sample last = watch([](const Sample& s) { return s.state == "stopped"; }).last();
+    EXPECT_EQ(last.state, "stopped") << "B did not end after the seek back";
+    EXPECT_EQ(logic->calls(PlayLogicWire::MediaPlaybackStarted(), PlayLogicWire::NewRoles()), QStringList({"A", "B"}));
 }
 
 TEST_F(AudioPlayer, NextNearTheEndPlaysTheAnnouncedTrackOnce)
