@@ -30,6 +30,8 @@ after(async () => {
   await host?.close();
 });
 
+// The list's own pages; the find bar reads the list's texts in the background in pages of its own.
+const viewPages = () => rowRequests.filter((r) => r.toRow - r.fromRow < 100).length;
 const optionCount = () => page.locator('#pane-playlists [role="option"]').count();
 
 describe('a playlist of 10,000 entries', () => {
@@ -52,13 +54,13 @@ describe('a playlist of 10,000 entries', () => {
   });
 
   test('scrolling through the middle fetches only the pages shown', async () => {
-    const before = rowRequests.length;
+    const before = viewPages();
     for (const fraction of [0.25, 0.5, 0.75]) {
       await page.locator('#pane-playlists .list-scroll').evaluate((el, f) => { el.scrollTop = el.scrollHeight * f; }, fraction);
       const index = Math.floor(SIZE * fraction);
       await until(async () => (await page.locator('#pane-playlists [role="option"]:not(.loading) .title').allTextContents()).some((t) => Math.abs(Number(t.slice(6)) - index) < 30), { message: `rows near ${index}` });
     }
-    assert.ok(rowRequests.length - before <= 12, `${rowRequests.length - before} page requests`);
+    assert.ok(viewPages() - before <= 12, `${viewPages() - before} page requests`);
     assert.ok((await optionCount()) < 80);
   });
 
