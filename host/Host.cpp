@@ -18,6 +18,7 @@
 #include "http/StaticFiles.h"
 #include "media/MediaLibraryWorker.h"
 #include "WorkerThreads.h"
+#include "HostLog.h"
 
 namespace {
 constexpr int MaxEventStreams = HttpServer::Threads * 2 / 3;
@@ -111,7 +112,7 @@ bool Host::startPlayer(QString* error)
         audio = true;
         why = QStringLiteral("--player %1 and the sink \"%2\" opens").arg(m_options.player, m_options.audioSink);
     }
-    KELO_LOG_WARN("Host", "Player: " << (audio ? "audio" : "simulated") << " (" << why << ")");
+    KELO_LOG_WARN(HostLogger, "Player: " << (audio ? "audio" : "simulated") << " (" << why << ")");
     const QString sink = m_options.audioSink;
     const double speed = m_options.playerSpeed;
     return m_workers->run([audio, sink, speed]() -> CMAbstractWorker* {
@@ -120,7 +121,7 @@ bool Host::startPlayer(QString* error)
         QString problem;
         PlayerOutput* output = AudioOutput::create(sink, &problem);
         if (!output)
-            KELO_LOG_ERROR("Host", "The audio output cannot be set up (" << problem << "); playing silently");
+            KELO_LOG_ERROR(HostLogger, "The audio output cannot be set up (" << problem << "); playing silently");
         return new Player(output);
     });
 }
@@ -150,7 +151,7 @@ bool Host::startServer(QString* error)
     }
     std::printf("kelo-host listening on http://%s:%d\n", qPrintable(m_options.urlHost()), port);
     std::fflush(stdout);
-    KELO_LOG_INFO("Host", "listening on " << m_options.urlHost() << ":" << port << ", data in " << QDir::currentPath());
+    KELO_LOG_INFO(HostLogger, "listening on " << m_options.urlHost() << ":" << port << ", data in " << QDir::currentPath());
     return true;
 }
 

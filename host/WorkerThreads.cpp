@@ -8,6 +8,7 @@
 #include "CMPlugin.h"
 #include "CMWorkerThread.h"
 #include "KeloLog.h"
+#include "HostLog.h"
 
 WorkerThreads::WorkerThreads() : m_owner(QThread::currentThread()) {}
 
@@ -34,7 +35,7 @@ bool WorkerThreads::loadPlugin(const QString& path, const QHash<QString, QVarian
         *error = QStringLiteral("plug-in %1 made no worker").arg(path);
         return false;
     }
-    KELO_LOG_INFO("Host", "loaded plug-in " << path << " worker " << m_threads.back()->worker()->name());
+    KELO_LOG_INFO(HostLogger, "loaded plug-in " << path << " worker " << m_threads.back()->worker()->name());
     return true;
 }
 

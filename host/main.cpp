@@ -11,6 +11,7 @@
 #include "Host.h"
 #include "KeloLog.h"
 #include "Options.h"
+#include "HostLog.h"
 
 namespace {
 
@@ -68,7 +69,7 @@ int main(int argc, char* argv[])
     QObject::connect(&notifier, &QSocketNotifier::activated, &app, [&] {
         signalfd_siginfo info{};
         if (read(signalFd, &info, sizeof info) == sizeof info)
-            KELO_LOG_INFO("Host", "signal " << info.ssi_signo << ", stopping");
+            KELO_LOG_INFO(HostLogger, "signal " << info.ssi_signo << ", stopping");
         app.quit();
     });
 

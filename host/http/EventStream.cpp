@@ -6,6 +6,7 @@
 #include "KeloJson.h"
 #include "KeloLog.h"
 #include "http/HttpErrors.h"
+#include "HostLog.h"
 
 struct EventStream::Stream
 {
@@ -43,7 +44,7 @@ void EventStream::install(httplib::Server& server)
         // Subscribed before the answer starts: a client that has read the first line misses nothing.
         auto stream = std::make_shared<Stream>();
         stream->subscriber = CMEventHub::instance().subscribe();
-        KELO_LOG_INFO("Host", "event stream opened, " << m_open.load() << " open");
+        KELO_LOG_INFO(HostLogger, "event stream opened, " << m_open.load() << " open");
         res.set_header("Cache-Control", "no-cache");
         res.set_chunked_content_provider(
             "text/event-stream",
@@ -51,7 +52,7 @@ void EventStream::install(httplib::Server& server)
             [this, stream](bool) {
                 stream->subscriber.reset();
                 const int open = --m_open;
-                KELO_LOG_INFO("Host", "event stream closed, " << open << " open");
+                KELO_LOG_INFO(HostLogger, "event stream closed, " << open << " open");
             });
     });
 }

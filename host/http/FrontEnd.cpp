@@ -15,6 +15,7 @@
 
 #include "KeloLog.h"
 #include "http/FrontEndLoop.h"
+#include "HostLog.h"
 
 using namespace frontend;
 
@@ -120,7 +121,7 @@ void FrontEnd::Loop::run()
             } else if (fd == m_wake) {
                 uint64_t count;
                 if (::read(m_wake, &count, sizeof count) < 0 && errno != EAGAIN)
-                    KELO_LOG_WARN("Host", "HTTP front end: wake-up read failed");
+                    KELO_LOG_WARN(HostLogger, "HTTP front end: wake-up read failed");
                 takeReturned();
             } else {
                 const auto found = m_connections.find(fd);
@@ -138,7 +139,7 @@ void FrontEnd::Loop::wake()
 {
     const uint64_t one = 1;
     if (::write(m_wake, &one, sizeof one) < 0 && errno != EAGAIN)
-        KELO_LOG_WARN("Host", "HTTP front end: wake-up failed");
+        KELO_LOG_WARN(HostLogger, "HTTP front end: wake-up failed");
 }
 
 void FrontEnd::Loop::stopWorkers()

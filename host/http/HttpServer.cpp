@@ -10,6 +10,7 @@
 #include "KeloLog.h"
 #include "http/ConnectionStream.h"
 #include "http/HttpErrors.h"
+#include "HostLog.h"
 
 // httplib's routing and parsing, fed one whole request at a time by the front end instead of its
 // own loop, which holds a thread per connection for as long as the connection is open.
@@ -145,5 +146,5 @@ void HttpServer::stop()
         return;
     m_started = false;
     m_front.stop();
-    KELO_LOG_INFO("Host", "HTTP server stopped");
+    KELO_LOG_INFO(HostLogger, "HTTP server stopped");
 }

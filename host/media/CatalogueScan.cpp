@@ -11,6 +11,7 @@
 #include "AlbumArt.h"
 #include "Catalogue.h"
 #include "KeloLog.h"
+#include "HostLog.h"
 
 namespace {
 
@@ -114,7 +115,7 @@ Catalogue Catalogue::scan(const QString& dir)
         const QFileInfo info(it.next());
         ScannedFile file;
         if (mimeTypeOf(info.suffix()).isEmpty() || !readFile(info, dir, &file)) {
-            KELO_LOG_DEBUG("Host", "not an audio file: " << info.absoluteFilePath());
+            KELO_LOG_DEBUG(HostLogger, "not an audio file: " << info.absoluteFilePath());
             continue;
         }
         albums[file.albumKey].append(file);
@@ -129,7 +130,7 @@ Catalogue Catalogue::scan(const QString& dir)
             tracks.append(file.track);
         catalogue.addAlbum(tracks.first().album, tracks.first().artist, tracks);
     }
-    KELO_LOG_INFO("Host", "media library: " << catalogue.trackCount() << " tracks on " << catalogue.albumCount()
+    KELO_LOG_INFO(HostLogger, "media library: " << catalogue.trackCount() << " tracks on " << catalogue.albumCount()
                                             << " albums from " << dir);
     return catalogue;
 }

@@ -6,6 +6,7 @@
 #include "KeloJson.h"
 #include "KeloLog.h"
 #include "KeloPaths.h"
+#include "HostLog.h"
 
 namespace {
 
@@ -182,7 +183,7 @@ bool MediaLibraryWorker::setDataRequest(const CMSetDataRequest& request)
         return true;
     }
     const QVariantList items = prepareItems(value.toList());
-    KELO_LOG_DEBUG("Host", "prepareItems: " << items.size() << " items");
+    KELO_LOG_DEBUG(HostLogger, "prepareItems: " << items.size() << " items");
     request.reply().setValue(items);
     return true;
 }
@@ -200,7 +201,7 @@ QVariantList MediaLibraryWorker::prepareItems(const QVariantList& paths) const
             for (int track : m_catalogue.album(id)->trackIds)
                 items.append(playListItem(*m_catalogue.track(track)).toVariant());
         } else {
-            KELO_LOG_WARN("Host", "prepareItems: skipping " << encoded.toString() << ", no track or album there");
+            KELO_LOG_WARN(HostLogger, "prepareItems: skipping " << encoded.toString() << ", no track or album there");
         }
     }
     return items;

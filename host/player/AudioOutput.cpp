@@ -8,6 +8,7 @@
 #include "CMGlobal.h"
 #include "KeloLog.h"
 #include "KeloPlayLogic.h"
+#include "HostLog.h"
 
 namespace {
 // playbin's flags: audio with its own volume; pictures and subtitles of a file are not played.
@@ -71,7 +72,7 @@ QString messageText(GError* error, const gchar* debug)
 {
     QString text = QString::fromUtf8(error ? error->message : "unknown error");
     if (debug)
-        KELO_LOG_DEBUG("Player", "GStreamer: " << debug);
+        KELO_LOG_DEBUG(PlayerLogger, "GStreamer: " << debug);
     return text;
 }
 }  // namespace
@@ -136,6 +137,7 @@ AudioOutput::~AudioOutput()
 
 bool AudioOutput::open(const QString& uri, qint64 lengthMs, bool paused)
 {
+    KELO_ASSERT_THREAD(this);
     {
         std::lock_guard<std::mutex> lock(m_queueMutex);
         m_queued.clear();
@@ -185,7 +187,7 @@ bool AudioOutput::reopenAfterFailedHandOver()
     if (!m_handedOver || m_awaitingFirst)
         return false;
     const qint64 position = playTime();
-    KELO_LOG_INFO("Player", "The next stream failed before it started; " << m_uri << " goes on at " << position << " ms");
+    KELO_LOG_INFO(PlayerLogger, "The next stream failed before it started; " << m_uri << " goes on at " << position << " ms");
     gst_element_set_state(m_playbin, GST_STATE_NULL);
     startPipeline(m_uri, !m_playing, position);
     return m_open;
@@ -193,6 +195,7 @@ bool AudioOutput::reopenAfterFailedHandOver()
 
 void AudioOutput::queue(const QString& uri, qint64 lengthMs)
 {
+    KELO_ASSERT_THREAD(this);
     {
         std::lock_guard<std::mutex> lock(m_queueMutex);
         m_queued = uri;
@@ -213,6 +216,7 @@ void AudioOutput::endQueueWait()
 
 void AudioOutput::pause()
 {
+    KELO_ASSERT_THREAD(this);
     if (!m_open)
         return;
     m_lastPosition = playTime();
@@ -222,6 +226,7 @@ void AudioOutput::pause()
 
 void AudioOutput::resume()
 {
+    KELO_ASSERT_THREAD(this);
     if (!m_open)
         return;
     m_playing = true;
@@ -230,6 +235,7 @@ void AudioOutput::resume()
 
 void AudioOutput::stop()
 {
+    KELO_ASSERT_THREAD(this);
     {
         std::lock_guard<std::mutex> lock(m_queueMutex);
         m_queued.clear();
@@ -248,6 +254,7 @@ void AudioOutput::stop()
 
 void AudioOutput::seek(qint64 ms)
 {
+    KELO_ASSERT_THREAD(this);
     if (!m_open)
         return;
     endQueueWait();  // a flushing seek waits for the streaming threads
@@ -258,17 +265,19 @@ void AudioOutput::seek(qint64 ms)
     }
     if (!gst_element_seek_simple(m_playbin, GST_FORMAT_TIME, GstSeekFlags(GST_SEEK_FLAG_FLUSH | GST_SEEK_FLAG_ACCURATE),
                                  ms * GST_MSECOND))
-        KELO_LOG_WARN("Player", "The stream does not seek to " << ms << " ms");
+        KELO_LOG_WARN(PlayerLogger, "The stream does not seek to " << ms << " ms");
 }
 
 void AudioOutput::setVolume(int level)
 {
+    KELO_ASSERT_THREAD(this);
     gst_stream_volume_set_volume(GST_STREAM_VOLUME(m_playbin), GST_STREAM_VOLUME_FORMAT_CUBIC,
                                  qBound(0, level, 100) / 100.0);
 }
 
 qint64 AudioOutput::playTime() const
 {
+    KELO_ASSERT_THREAD(this);
     if (m_joinTimer->isActive())
         return qMin(m_joinFrom + (QElapsedTimer_getMonotonicMsecs() - m_joinSince), qMax(m_length, m_joinFrom));
     if (!m_open)
@@ -281,6 +290,7 @@ qint64 AudioOutput::playTime() const
 
 qint64 AudioOutput::realMsUntil(qint64 target) const
 {
+    KELO_ASSERT_THREAD(this);
     const qint64 left = target - playTime();
     if (left <= 0)
         return 0;
@@ -289,6 +299,7 @@ qint64 AudioOutput::realMsUntil(qint64 target) const
 
 QString AudioOutput::description() const
 {
+    KELO_ASSERT_THREAD(this);
     return QStringLiteral("the audio pipeline (sink \"%1\")").arg(m_sink);
 }
 
@@ -371,7 +382,7 @@ void AudioOutput::handle(GstMessage* message)
         GError* error = nullptr;
         gchar* debug = nullptr;
         gst_message_parse_warning(message, &error, &debug);
-        KELO_LOG_WARN("Player", "GStreamer: " << messageText(error, debug));
+        KELO_LOG_WARN(PlayerLogger, "GStreamer: " << messageText(error, debug));
         g_clear_error(&error);
         g_free(debug);
         return;

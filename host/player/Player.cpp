@@ -10,6 +10,7 @@
 #include "PlayLogic.h"
 #include "CMRoot.h"
 #include "SimulatedOutput.h"
+#include "HostLog.h"
 
 namespace {
 QString stateName(int state)
@@ -43,7 +44,7 @@ Player::Player(PlayerOutput* output, QObject* parent)
         CMGlobal::connect(root, &CMRootWorker::valueChanged, this, &Player::on_root_valueChanged, Qt::QueuedConnection);
     }
     m_output->setVolume(m_volume);
-    KELO_LOG_INFO("Player", "Playing into " << m_output->description());
+    KELO_LOG_INFO(PlayerLogger, "Playing into " << m_output->description());
 }
 
 Player::Player(double speed, QObject* parent) : Player(new SimulatedOutput(speed), parent) {}
@@ -136,7 +137,7 @@ void Player::schedule()
 void Player::on_timer_timeout()
 {
     if (m_endReached) {
-        KELO_LOG_WARN("Player", "The play logic did not name the next media in time; stopping");
+        KELO_LOG_WARN(PlayerLogger, "The play logic did not name the next media in time; stopping");
         m_endReached = false;
         m_nextAnswered = true;
         advance();
@@ -172,7 +173,7 @@ void Player::on_output_ended()
 void Player::on_output_advanced()
 {
     if (m_nextMedia.isEmpty()) {
-        KELO_LOG_WARN("Player", "The output moved on to a track that was not announced; stopping");
+        KELO_LOG_WARN(PlayerLogger, "The output moved on to a track that was not announced; stopping");
         m_output->stop();
         stopPlayback();
         return;

@@ -3,6 +3,7 @@
 #include "KeloLog.h"
 #include "Player.h"
 #include "PlayLogic.h"
+#include "HostLog.h"
 
 namespace {
 CMError badRequest(const QString& message)
@@ -29,7 +30,7 @@ bool isWholeNumber(const QVariant& v)
 CMError Player::control(const QVariantHash& value)
 {
     const QString name = value.value(QStringLiteral("control")).toString();
-    KELO_LOG_DEBUG("Player", "control=" << name);
+    KELO_LOG_DEBUG(PlayerLogger, "control=" << name);
     if (name == QLatin1String("playContainer"))
         return playContainer(value);
     if (name == QLatin1String("seek"))
@@ -150,7 +151,7 @@ CMError Player::changeVolume(const QVariantHash& value)
         CMReply<QVariant> reply;
         root->setValue(volumePath(), KeloValue::fromI32(level.toInt()), reply);
         if (reply.hasError())
-            KELO_LOG_WARN("Player", "The volume is not kept: " << reply.error().Message());
+            KELO_LOG_WARN(PlayerLogger, "The volume is not kept: " << reply.error().Message());
     }
     return CMError();
 }

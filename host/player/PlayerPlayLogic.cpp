@@ -3,6 +3,7 @@
 #include "KeloLog.h"
 #include "Player.h"
 #include "PlayLogic.h"
+#include "HostLog.h"
 
 namespace {
 QString firstUri(const KeloRoles& roles)
@@ -18,11 +19,11 @@ void Player::command(const QVariantHash& value)
     const CMPath from(value.value(PlayLogicWire::From()).toString());
     // Only the play logic that plays may steer the player; a former one may still have commands on the way.
     if (m_playLogic.isEmpty() || from != m_playLogic) {
-        KELO_LOG_DEBUG("Player", "Ignoring " << name << " from " << from.toEncoded());
+        KELO_LOG_DEBUG(PlayerLogger, "Ignoring " << name << " from " << from.toEncoded());
         return;
     }
     const KeloRoles roles(KeloHash(value.value(PlayLogicWire::Roles()).toHash()));
-    KELO_LOG_DEBUG("Player", "command=" << name << " title=" << roles.title());
+    KELO_LOG_DEBUG(PlayerLogger, "command=" << name << " title=" << roles.title());
     if (name == PlayLogicWire::Play() && roles.isEmpty()) {
         stopPlayback();
     } else if (name == PlayLogicWire::Play()) {
@@ -37,7 +38,7 @@ void Player::command(const QVariantHash& value)
         m_data = KeloPlayLogicData(KeloHash(value.value(PlayLogicWire::Data()).toHash()));
         publish();
     } else {
-        KELO_LOG_WARN("Player", "Unknown play-logic command: " << name);
+        KELO_LOG_WARN(PlayerLogger, "Unknown play-logic command: " << name);
     }
 }
 
@@ -93,7 +94,7 @@ void Player::startTrack(const KeloRoles& roles, bool alreadyPlaying)
 void Player::failTrack(const KeloRoles& roles, int code, const QString& message)
 {
     const QString uri = firstUri(roles);
-    KELO_LOG_INFO("Player", "Cannot play " << (uri.isEmpty() ? QStringLiteral("a track without resources") : uri) << ": "
+    KELO_LOG_INFO(PlayerLogger, "Cannot play " << (uri.isEmpty() ? QStringLiteral("a track without resources") : uri) << ": "
                                            << message);
     KeloError error;
     error.setCode(code);
@@ -114,12 +115,12 @@ void Player::nextMediaAnswered(const QVariantHash& value, const KeloRoles& roles
 {
     // An answer for a track that is no longer playing, or to a question not asked, is stale.
     if (value.value(PlayLogicWire::Serial()).toInt() != m_serial || !m_askedNext || m_track.isEmpty()) {
-        KELO_LOG_DEBUG("Player", "Ignoring a stale next media for track " << value.value(PlayLogicWire::Serial()).toInt());
+        KELO_LOG_DEBUG(PlayerLogger, "Ignoring a stale next media for track " << value.value(PlayLogicWire::Serial()).toInt());
         return;
     }
     // A skip asked meanwhile voids the announcement: the play logic names the track to play instead.
     if (m_skipAsked) {
-        KELO_LOG_DEBUG("Player", "Ignoring the next media announced before a skip");
+        KELO_LOG_DEBUG(PlayerLogger, "Ignoring the next media announced before a skip");
         return;
     }
     m_nextAnswered = true;
@@ -180,7 +181,7 @@ void Player::call(const QString& name, const QVariantHash& fields)
         data, &CMReplyAbstractData::finished, this,
         [data, name]() {
             if (data->hasError())
-                KELO_LOG_WARN("Player", "The play logic answered " << name << " with " << data->error().Name() << ": "
+                KELO_LOG_WARN(PlayerLogger, "The play logic answered " << name << " with " << data->error().Name() << ": "
                                                                     << data->error().Message());
         },
         Qt::DirectConnection);

@@ -13,6 +13,7 @@ SimulatedOutput::SimulatedOutput(double speed, QObject* parent)
 
 bool SimulatedOutput::open(const QString& uri, qint64 lengthMs, bool paused)
 {
+    KELO_ASSERT_THREAD(this);
     m_endTimer->stop();
     m_clock.hold();
     m_clock.setPlayTime(0);
@@ -27,18 +28,21 @@ bool SimulatedOutput::open(const QString& uri, qint64 lengthMs, bool paused)
 
 void SimulatedOutput::pause()
 {
+    KELO_ASSERT_THREAD(this);
     m_clock.hold();
     scheduleEnd();
 }
 
 void SimulatedOutput::resume()
 {
+    KELO_ASSERT_THREAD(this);
     m_clock.run();
     scheduleEnd();
 }
 
 void SimulatedOutput::stop()
 {
+    KELO_ASSERT_THREAD(this);
     m_length = 0;
     m_clock.hold();
     m_clock.setPlayTime(0);
@@ -47,12 +51,14 @@ void SimulatedOutput::stop()
 
 void SimulatedOutput::seek(qint64 ms)
 {
+    KELO_ASSERT_THREAD(this);
     m_clock.setPlayTime(ms);
     scheduleEnd();
 }
 
 QString SimulatedOutput::description() const
 {
+    KELO_ASSERT_THREAD(this);
     return QStringLiteral("simulated (speed %1)").arg(m_speed);
 }
 
