@@ -11,21 +11,6 @@ namespace {
 // A chunk-size line longer than this is not one (sizes and extensions are short).
 constexpr size_t MaxChunkLine = 1024;
 
-std::string lower(std::string text)
-{
-    for (char& c : text)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return text;
-}
-
-std::string trimmed(const std::string& text)
-{
-    const size_t first = text.find_first_not_of(" \t");
-    if (first == std::string::npos)
-        return std::string();
-    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
-}
-
 struct Field
 {
     std::string name;  // lower case
@@ -54,6 +39,21 @@ bool isNumber(const std::string& text)
 }
 
 }  // namespace
+
+std::string lower(std::string text)
+{
+    for (char& c : text)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return text;
+}
+
+std::string trimmed(const std::string& text)
+{
+    const size_t first = text.find_first_not_of(" \t");
+    if (first == std::string::npos)
+        return std::string();
+    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
 
 Progress readHead(const std::string& buffer, size_t maxBytes, size_t maxBody, Head* head)
 {

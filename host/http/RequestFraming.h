@@ -10,6 +10,11 @@
 
 namespace RequestFraming {
 
+// Header texts as HTTP compares them: names and tokens without case, values without the blanks
+// around them.
+std::string lower(std::string text);
+std::string trimmed(const std::string& text);
+
 enum class Progress {
     NeedMore,  // not complete yet
     Complete,

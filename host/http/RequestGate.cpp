@@ -5,8 +5,12 @@
 #include <httplib.h>
 
 #include "http/HttpErrors.h"
+#include "http/RequestFraming.h"
 
 namespace {
+
+using RequestFraming::lower;
+using RequestFraming::trimmed;
 
 // Compares in time independent of where the texts differ, so a secret cannot be guessed byte by byte.
 bool sameSecret(const std::string& given, const std::string& expected)
@@ -15,21 +19,6 @@ bool sameSecret(const std::string& given, const std::string& expected)
     for (size_t i = 0; i < given.size(); ++i)
         diff |= static_cast<unsigned char>(given[i] ^ expected[i % (expected.empty() ? 1 : expected.size())]);
     return diff == 0 && !expected.empty();
-}
-
-std::string lower(std::string text)
-{
-    for (char& c : text)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return text;
-}
-
-std::string trimmed(const std::string& text)
-{
-    const size_t first = text.find_first_not_of(" \t");
-    if (first == std::string::npos)
-        return std::string();
-    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
 // "name:port", "[v6]:port" or a bare name: the name, without brackets.
