@@ -16,6 +16,8 @@ const ARGS = [
 ];
 
 /** extraArgs: further Chromium switches, e.g. a host resolver rule. */
+const utf8Locale = (lang) => (lang && /utf-?8/i.test(lang) ? lang : 'C.UTF-8');
+
 export async function launch(extraArgs = []) {
   const profile = mkdtempSync(path.join(tmpdir(), 'kelo-chromium-'));
   const context = await chromium.launchPersistentContext(profile, {
@@ -23,6 +25,9 @@ export async function launch(extraArgs = []) {
     headless: true,
     args: [...ARGS, ...extraArgs],
     viewport: LAPTOP,
+    // A person's desktop has a UTF-8 locale; without one (a bare root, CI) Chromium cannot write a
+    // download's non-ASCII name and calls it "download".
+    env: { ...process.env, LANG: utf8Locale(process.env.LANG), ...(process.env.LC_ALL ? { LC_ALL: utf8Locale(process.env.LC_ALL) } : {}) },
   });
   const errors = [];
   context.on('weberror', (e) => errors.push(String(e.error())));
