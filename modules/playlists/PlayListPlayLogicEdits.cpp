@@ -6,14 +6,11 @@
 #include "KeloLog.h"
 #include "PlayList.h"
 #include "PlayListPlayLogic.h"
-
-namespace {
-constexpr char kLog[] = "PlayListsPlayLogic";
-}  // namespace
+#include "PlayListsLog.h"
 
 void PlayListPlayLogic::on_currentPlayList_itemsAdded(const QString& position, int firstSeqNum, int count)
 {
-    KELO_LOG_TRACE(kLog, "pos=" << position << " count=" << count
+    KELO_LOG_TRACE(PlayListsPlayLogicLogger, "pos=" << position << " count=" << count
                                 << " lastSeq=" << (currentPlayList ? currentPlayList->getLastSequenceNumber() : -1));
     const int p = KeloPlayListAddPosition::fromString(position);
     if (p == KeloPlayListAddPosition::AfterCurrent && pendingTrackRoles.value().isI32_()) {
@@ -41,7 +38,7 @@ void PlayListPlayLogic::addToShuffle(int p, int firstSeqNum, int count)
             randomizeShuffleItems(m_shuffleCurIndex + 1);
         }
     } else {
-        KELO_LOG_ERROR(kLog, "Unknown position specifier: " << p);
+        KELO_LOG_ERROR(PlayListsPlayLogicLogger, "Unknown position specifier: " << p);
     }
 }
 
@@ -79,7 +76,7 @@ void PlayListPlayLogic::insertIntoShuffle(int first, int count)
 
 void PlayListPlayLogic::on_currentPlayList_itemsRemoved(const QList<int>& indices, int lastSeqNum)
 {
-    KELO_LOG_TRACE(kLog, "indices.size()=" << indices.size() << " lastSeqNum=" << lastSeqNum);
+    KELO_LOG_TRACE(PlayListsPlayLogicLogger, "indices.size()=" << indices.size() << " lastSeqNum=" << lastSeqNum);
     if (currentPlayList->getSize() == 0) {
         on_currentPlayList_cleared();
         return;
@@ -130,7 +127,7 @@ void PlayListPlayLogic::removeFromShuffle(int removed)
 // The two numbers trade places in the order; the entries between them keep theirs.
 void PlayListPlayLogic::on_currentPlayList_itemMoved(int from, int to)
 {
-    KELO_LOG_TRACE(kLog, "from=" << from << " to=" << to);
+    KELO_LOG_TRACE(PlayListsPlayLogicLogger, "from=" << from << " to=" << to);
     if (shuffleEnabled && !m_shuffleSeq.isEmpty()) {
         for (int& entry : m_shuffleSeq) {
             if (entry == from)

@@ -3,9 +3,9 @@
 #include "KeloLog.h"
 #include "PlayList.h"
 #include "PlayListPlayLogic.h"
+#include "PlayListsLog.h"
 
 namespace {
-constexpr char kLog[] = "PlayListsPlayLogic";
 constexpr int kMaxStreamErrors = 5;
 }  // namespace
 
@@ -17,7 +17,7 @@ KeloRoles PlayListPlayLogic::getTrackAbsolute(int sequenceNumber)
     // A negative or too large number simply finds nothing.
     const QList<KeloPlayListItem> items = currentPlayList->getItems(sequenceNumber, sequenceNumber);
     if (items.isEmpty()) {
-        KELO_LOG_DEBUG(kLog, "Reached last item of playlist");
+        KELO_LOG_DEBUG(PlayListsPlayLogicLogger, "Reached last item of playlist");
         return KeloRoles();
     }
     return currentPlayList->itemToKeloRoles(items.first());
@@ -42,7 +42,7 @@ KeloRoles PlayListPlayLogic::getNextTrack()
     KELO_ASSERT_THREAD(this);
     if (data().streamerError().hasCode()) {
         if (++errorCount > kMaxStreamErrors) {
-            KELO_LOG_ERROR(kLog, "Reached maximum error count exiting");
+            KELO_LOG_ERROR(PlayListsPlayLogicLogger, "Reached maximum error count exiting");
             return KeloRoles();
         }
     } else {
@@ -58,13 +58,13 @@ KeloRoles PlayListPlayLogic::getNextTrack()
     }
     // The skip walks the list order from the last played entry, also under shuffle.
     for (int offset = 2; !candidate.isEmpty() && candidate.mediaData().resources().isEmpty(); ++offset) {
-        KELO_LOG_WARN(kLog, "Track has no resources, skipping.");
+        KELO_LOG_WARN(PlayListsPlayLogicLogger, "Track has no resources, skipping.");
         candidate = getTrackRelative(offset);
     }
     if (currentPlayList && candidate.isEmpty() && repeatMode == RepeatAll) {
         candidate = getTrackAbsolute(shuffleEnabled ? m_shuffleSeq.value(0, 0) : 0);
         if (candidate.isEmpty())
-            KELO_LOG_WARN(kLog, "Playlist should start from beginning again, but does not contain any tracks");
+            KELO_LOG_WARN(PlayListsPlayLogicLogger, "Playlist should start from beginning again, but does not contain any tracks");
     }
     return candidate;
 }
@@ -81,7 +81,7 @@ KeloRoles PlayListPlayLogic::getPreviousTrack()
     if (candidate.isEmpty() && currentPlayList && repeatMode == RepeatAll) {
         candidate = getTrackAbsolute(currentPlayList->getSize() - 1);
         if (candidate.isEmpty())
-            KELO_LOG_WARN(kLog, "Playlist should wrap around and continue with last track, but does not contain any tracks");
+            KELO_LOG_WARN(PlayListsPlayLogicLogger, "Playlist should wrap around and continue with last track, but does not contain any tracks");
     }
     return candidate;
 }
@@ -103,7 +103,7 @@ void PlayListPlayLogic::updateSequenceNumberInData()
     KeloRoles roles = playLogicData.trackRoles();
     const KeloValue value = roles.value();
     if (!value.isI32_()) {
-        KELO_LOG_WARN(kLog, "No current sequence number in playlogic data");
+        KELO_LOG_WARN(PlayListsPlayLogicLogger, "No current sequence number in playlogic data");
         return;
     }
     const int last = currentPlayList->getLastSequenceNumber();

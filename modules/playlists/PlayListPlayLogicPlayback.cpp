@@ -7,9 +7,9 @@
 #include "PlayList.h"
 #include "PlayListManager.h"
 #include "PlayListPlayLogic.h"
+#include "PlayListsLog.h"
 
 namespace {
-constexpr char kLog[] = "PlayListsPlayLogic";
 
 void answer(const CMSetDataRequest& request)
 {
@@ -46,15 +46,15 @@ void PlayListPlayLogic::resetPlayback()
 
 void PlayListPlayLogic::playInternal(const CMSetDataRequest& request, const KeloPlayLogicPlayArgs& args)
 {
-    KELO_LOG_TRACE(kLog, "args=" << args.toVariant());
+    KELO_LOG_TRACE(PlayListsPlayLogicLogger, "args=" << args.toVariant());
     resetPlayback();
     const KeloRoles mediaRoles = args.mediaRoles();
     if (args.type() == KeloRolesType::Container) {
         if (mediaRoles.path().isEmpty()) {
-            KELO_LOG_DEBUG(kLog, "mediaRoles path is empty - playing trackRoles directly");
+            KELO_LOG_DEBUG(PlayListsPlayLogicLogger, "mediaRoles path is empty - playing trackRoles directly");
             playTrackRoles(args.trackRoles());
         } else {
-            KELO_LOG_DEBUG(kLog, "mediaRoles path is " << mediaRoles.path().toEncoded() << " - playing list");
+            KELO_LOG_DEBUG(PlayListsPlayLogicLogger, "mediaRoles path is " << mediaRoles.path().toEncoded() << " - playing list");
             startPlayback(mediaRoles.path(), args.index(), request);
         }
     } else if (mediaRoles.type() == KeloRolesType::Container) {
@@ -66,14 +66,14 @@ void PlayListPlayLogic::playInternal(const CMSetDataRequest& request, const Kelo
 void PlayListPlayLogic::startPlayback(const CMPath& path, int index, CMSetDataRequest request)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_INFO(kLog, "pl=" << path.toEncoded() << " track=" << index);
+    KELO_LOG_INFO(PlayListsPlayLogicLogger, "pl=" << path.toEncoded() << " track=" << index);
     PlayListBase* pl = nullptr;
     if (path.startsWith(KeloPlayListPlGetItemsPath())) {
         const QStringList parts = path.splitBase();
         // The play queue is reached only through its own items path.
         const int uid = parts.isEmpty() ? 0 : parts.last().toInt();
         if (uid == 0) {
-            KELO_LOG_ERROR(kLog, "playInternal called for invalid playlist container " << path.toEncoded());
+            KELO_LOG_ERROR(PlayListsPlayLogicLogger, "playInternal called for invalid playlist container " << path.toEncoded());
             request.reply().setError(CMError(QStringLiteral("PlayList Error"),
                                              KELO_TR("Play called on invalid playlist container"),
                                              CMError::DefaultTitle()));
@@ -92,7 +92,7 @@ void PlayListPlayLogic::startPlayback(const CMPath& path, int index, CMSetDataRe
                 : shuffle            ? KeloPlayerPlayMode::Shuffle
                 : repeatAll          ? KeloPlayerPlayMode::RepeatAll
                                      : KeloPlayerPlayMode::Normal);
-    KELO_LOG_DEBUG(kLog, "index=" << index << " size=" << pl->getSize());
+    KELO_LOG_DEBUG(PlayListsPlayLogicLogger, "index=" << index << " size=" << pl->getSize());
     playTrackRoles(getTrackAbsolute(index));
     // After the play, so that the started entry heads the new shuffle order.
     setShuffleEnabled(shuffle);
@@ -115,7 +115,7 @@ void PlayListPlayLogic::nextInternal(const CMSetDataRequest& request)
 {
     const KeloRoles track = getNextTrack();
     if (track.isEmpty())
-        KELO_LOG_DEBUG(kLog, "Reached last item of playlist for nextInternal");
+        KELO_LOG_DEBUG(PlayListsPlayLogicLogger, "Reached last item of playlist for nextInternal");
     else
         playPending(track);
     answer(request);
@@ -127,7 +127,7 @@ void PlayListPlayLogic::previousInternal(const CMSetDataRequest& request)
     const KeloRoles track =
         playTime() <= qint64(KeloPreviousTrackTimeLimit()) ? getPreviousTrack() : getCurrentTrack();
     if (track.isEmpty())
-        KELO_LOG_DEBUG(kLog, "Reached first item of playlist for previousInternal");
+        KELO_LOG_DEBUG(PlayListsPlayLogicLogger, "Reached first item of playlist for previousInternal");
     else
         playPending(track);
     answer(request);
@@ -137,7 +137,7 @@ void PlayListPlayLogic::changePlayModeInternal(const CMSetDataRequest& request)
 {
     const int newMode = KeloPlayLogicChangePlayModeArgs(KeloHash(request.value().toHash())).playMode();
     const int oldMode = playMode();
-    KELO_LOG_DEBUG(kLog, "newValue=" << KeloPlayerPlayMode::toString(newMode));
+    KELO_LOG_DEBUG(PlayListsPlayLogicLogger, "newValue=" << KeloPlayerPlayMode::toString(newMode));
     setPlayMode(KeloPlayerPlayMode::Enum(newMode));
     // Only a change of the shuffle bit touches shuffle, so two shuffled modes share one order.
     if (hasShuffle(newMode) != hasShuffle(oldMode))
@@ -152,8 +152,8 @@ void PlayListPlayLogic::changePlayModeInternal(const CMSetDataRequest& request)
 
 KeloPlayLogicData PlayListPlayLogic::mediaPlaybackStarted(const KeloRoles& oldRoles, const KeloRoles& newRoles)
 {
-    KELO_LOG_TRACE(kLog, "newRoles=" << newRoles.toVariant());
-    KELO_LOG_TRACE(kLog, "oldRoles=" << oldRoles.toVariant());
+    KELO_LOG_TRACE(PlayListsPlayLogicLogger, "newRoles=" << newRoles.toVariant());
+    KELO_LOG_TRACE(PlayListsPlayLogicLogger, "oldRoles=" << oldRoles.toVariant());
     KeloPlayLogicData result = data();
     KeloPlayLogicControls controls;
     controls.setPause(true);
@@ -161,18 +161,18 @@ KeloPlayLogicData PlayListPlayLogic::mediaPlaybackStarted(const KeloRoles& oldRo
     controls.setPrevious(currentPlayList != nullptr);
     const KeloMetaData metaData = newRoles.mediaData().metaData();
     if (metaData.hasAllowSeekTime()) {
-        KELO_LOG_TRACE(kLog, "Enabling seekTime control: " << metaData.allowSeekTime());
+        KELO_LOG_TRACE(PlayListsPlayLogicLogger, "Enabling seekTime control: " << metaData.allowSeekTime());
         controls.setSeekTime(metaData.allowSeekTime());
     }
     if (metaData.hasAllowSeekBytes()) {
-        KELO_LOG_TRACE(kLog, "Enabling seekBytes control: " << metaData.allowSeekBytes());
+        KELO_LOG_TRACE(PlayListsPlayLogicLogger, "Enabling seekBytes control: " << metaData.allowSeekBytes());
         controls.setSeekBytes(metaData.allowSeekBytes());
     }
     controls.setPlayModes(playModesSupported());
     result.remove(KeloPlayLogicData::Error());
     result.remove(KeloPlayLogicData::StreamerError());
     result.setControls(controls);
-    KELO_LOG_TRACE(kLog, "New playlogic data: " << result.toVariant());
+    KELO_LOG_TRACE(PlayListsPlayLogicLogger, "New playlogic data: " << result.toVariant());
     nextMediaPrepared = false;
     if (confirmPendingTrack()) {
         // The player names the track by the number it was announced with; edits since may have
@@ -198,7 +198,7 @@ void PlayListPlayLogic::prepareNextMedia()
 {
     const KeloRoles track = repeatMode == RepeatOne ? getCurrentTrack() : getNextTrack();
     if (track.isEmpty()) {
-        KELO_LOG_DEBUG(kLog, "Reached last item of playlist for prepareNextMedia");
+        KELO_LOG_DEBUG(PlayListsPlayLogicLogger, "Reached last item of playlist for prepareNextMedia");
         sendNoNextMediaCommand();
     } else {
         pendingTrackRoles = track;

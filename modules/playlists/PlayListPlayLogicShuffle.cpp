@@ -8,15 +8,12 @@
 #include "KeloLog.h"
 #include "PlayList.h"
 #include "PlayListPlayLogic.h"
-
-namespace {
-constexpr char kLog[] = "PlayListsPlayLogic";
-}  // namespace
+#include "PlayListsLog.h"
 
 void PlayListPlayLogic::initShuffle(int startItem)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE(kLog, "startItem: " << startItem);
+    KELO_LOG_TRACE(PlayListsPlayLogicLogger, "startItem: " << startItem);
     if (!currentPlayList) {
         m_shuffleSeq.clear();
         m_shuffleCurIndex = -1;
@@ -24,7 +21,7 @@ void PlayListPlayLogic::initShuffle(int startItem)
     }
     const int size = currentPlayList->getSize();
     if (size < 1) {
-        KELO_LOG_TRACE(kLog, "size <= 0");
+        KELO_LOG_TRACE(PlayListsPlayLogicLogger, "size <= 0");
         return;
     }
     m_shuffleSeq.resize(size);
@@ -32,7 +29,7 @@ void PlayListPlayLogic::initShuffle(int startItem)
     randomizeShuffleItems(0);
     if (startItem >= 0) {
         const int index = m_shuffleSeq.indexOf(startItem);
-        KELO_LOG_TRACE(kLog, "index of startItem in sequence: " << index);
+        KELO_LOG_TRACE(PlayListsPlayLogicLogger, "index of startItem in sequence: " << index);
         if (index >= 0) {
             m_shuffleSeq.remove(index);
             m_shuffleSeq.prepend(startItem);
@@ -45,7 +42,7 @@ void PlayListPlayLogic::initShuffle(int startItem)
 void PlayListPlayLogic::randomizeShuffleItems(int from)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE(kLog, "from: " << from);
+    KELO_LOG_TRACE(PlayListsPlayLogicLogger, "from: " << from);
     if (from < 0 || from >= m_shuffleSeq.size())
         return;
     // A fresh engine per draw, seeded from the clock; 0 is no seed for this engine and becomes 1.
@@ -70,10 +67,10 @@ int PlayListPlayLogic::getPrevShuffleItem()
 
 int PlayListPlayLogic::stepShuffle(int step)
 {
-    KELO_LOG_TRACE(kLog, "m_shuffleCurIndex before step " << step << ": " << m_shuffleCurIndex);
+    KELO_LOG_TRACE(PlayListsPlayLogicLogger, "m_shuffleCurIndex before step " << step << ": " << m_shuffleCurIndex);
     const int size = m_shuffleSeq.size();
     if (size == 0) {
-        KELO_LOG_TRACE(kLog, "error: m_shuffleSeq.size: " << size);
+        KELO_LOG_TRACE(PlayListsPlayLogicLogger, "error: m_shuffleSeq.size: " << size);
         return -1;
     }
     const int target = m_shuffleCurIndex + step;
@@ -86,14 +83,14 @@ int PlayListPlayLogic::stepShuffle(int step)
         m_shuffleCurIndex = step > 0 ? 0 : size - 1;
         number = m_shuffleSeq[m_shuffleCurIndex];
     }
-    KELO_LOG_TRACE(kLog, "m_shuffleCurIndex after step: " << m_shuffleCurIndex << ", index: " << number);
+    KELO_LOG_TRACE(PlayListsPlayLogicLogger, "m_shuffleCurIndex after step: " << m_shuffleCurIndex << ", index: " << number);
     return number;
 }
 
 void PlayListPlayLogic::setShuffleEnabled(bool enabled)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE(kLog, "enabled=" << enabled);
+    KELO_LOG_TRACE(PlayListsPlayLogicLogger, "enabled=" << enabled);
     shuffleEnabled = enabled;
     if (!currentPlayList)
         return;
@@ -106,9 +103,9 @@ void PlayListPlayLogic::setShuffleEnabled(bool enabled)
 void PlayListPlayLogic::debugShuffleItems()
 {
     KELO_ASSERT_THREAD(this);
-    if (!KeloLog::logger(kLog).isEnabledFor(log4cplus::TRACE_LOG_LEVEL))
+    if (!KeloLog::logger(PlayListsPlayLogicLogger).isEnabledFor(log4cplus::TRACE_LOG_LEVEL))
         return;
-    KELO_LOG_TRACE(kLog, "m_shuffleSeq.size(): " << m_shuffleSeq.size());
+    KELO_LOG_TRACE(PlayListsPlayLogicLogger, "m_shuffleSeq.size(): " << m_shuffleSeq.size());
     for (int i = 0; i < m_shuffleSeq.size(); ++i)
-        KELO_LOG_TRACE(kLog, "m_shuffleSeq entry: #" << i << " " << m_shuffleSeq[i]);
+        KELO_LOG_TRACE(PlayListsPlayLogicLogger, "m_shuffleSeq entry: #" << i << " " << m_shuffleSeq[i]);
 }
