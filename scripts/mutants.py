@@ -8,11 +8,17 @@ many were killed, survived or timed out, with the survivors listed. Mutants that
 replaced by others and not counted.
 
     scripts/mutants.py [--count 60] [--seed 1] [--work /tmp/kelo-mutants] [--ctest-args "-E Audio"]
+    scripts/mutants.py --replay /tmp/kelo-mutants/mutants.json     # the same mutants on today's tree
+
+Every run writes the mutants it made to <work>/mutants.json. --replay makes those same mutants again
+in today's tree (each found by its line's text, nearest to where it was), so a suite can be compared
+with an earlier one although the sources moved; a mutant whose line is gone is listed and not counted.
 
 The copy is taken from the committed HEAD, so uncommitted changes are not measured. A mutant counts
 as killed when the suite fails, as timed out when it runs longer than three times the clean suite.
 """
 import argparse
+import json
 import os
 import random
 import re
@@ -105,6 +111,21 @@ def all_sites(tree):
     return result
 
 
+def replayed_sites(tree, saved):
+    """The saved mutants, found again in tree by their line's text; the lost ones as a list."""
+    found, lost = [], []
+    for m in json.loads(Path(saved).read_text()):
+        source = tree / m["path"]
+        lines = source.read_text().splitlines(keepends=True) if source.exists() else []
+        matches = [n for n, line in enumerate(lines) if line == m["old"]]
+        if not matches:
+            lost.append(f"{m['path']}:{m['line']} {m['old'].strip()}")
+            continue
+        n = min(matches, key=lambda k: abs(k - (m["line"] - 1)))
+        found.append((Path(m["path"]), m["kind"], n, m["new"]))
+    return found, lost
+
+
 def limit_file_size():
     """No file written by a build or a mutant's tests grows past 2 GiB (the disk is shared)."""
     resource.setrlimit(resource.RLIMIT_FSIZE, (2 << 30, 2 << 30))
@@ -137,6 +158,7 @@ def main():
     parser.add_argument("--work", default="/tmp/kelo-mutants")
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 2)
     parser.add_argument("--ctest-args", default="", help="more ctest options, e.g. -E Audio")
+    parser.add_argument("--replay", help="a mutants.json of an earlier run: make exactly those mutants")
     args = parser.parse_args()
 
     work = Path(args.work)
@@ -162,9 +184,19 @@ def main():
     bound = max(120.0, 3 * clean_seconds)
     print(f"clean suite: {clean_seconds:.0f} s; a mutant's suite is stopped after {bound:.0f} s", flush=True)
 
-    candidates = all_sites(tree)
-    random.Random(args.seed).shuffle(candidates)
-    print(f"{len(candidates)} mutation sites; seed {args.seed}", flush=True)
+    lost = []
+    if args.replay:
+        saved = Path(args.replay).read_bytes()  # before the work folder is written: it may live there
+        replay = work / "replayed.json"
+        replay.write_bytes(saved)
+        candidates, lost = replayed_sites(tree, replay)
+        args.count = len(candidates)
+        print(f"replaying {len(candidates)} mutants ({len(lost)} lines are gone)", flush=True)
+    else:
+        candidates = all_sites(tree)
+        random.Random(args.seed).shuffle(candidates)
+        print(f"{len(candidates)} mutation sites; seed {args.seed}", flush=True)
+    made = []
     results = {"killed": [], "survived": [], "timed out": []}
     stillborn = 0
     for path, kind, n, new in candidates:
@@ -186,6 +218,8 @@ def main():
         verdict = "timed out" if code is None else "killed" if code != 0 else "survived"
         what = f"{path}:{n + 1} {kind}: {old.strip()}  ->  {new.strip()}"
         results[verdict].append(what)
+        made.append({"path": str(path), "line": n + 1, "kind": kind, "old": old, "new": new, "verdict": verdict})
+        (work / "mutants.json").write_text(json.dumps(made, indent=1))
         print(f"[{sum(len(v) for v in results.values()):3}] {verdict:9} {seconds:5.0f} s  {what}", flush=True)
     run(env_build, tree)  # leaves the copy built as committed
 
@@ -197,6 +231,8 @@ def main():
         print(f"kill rate (timed out counts as killed): {100.0 * killed / total:.1f} %")
     for what in results["survived"]:
         print(f"  survived: {what}")
+    for what in lost:
+        print(f"  gone: {what}")
 
 
 if __name__ == "__main__":
