@@ -1,16 +1,14 @@
-// The event hub and the row-change events that workers publish through it.
+// The event hub and the row-change events workers publish through it; the rows filter, the connection
+// routine and the thread check.
 #include <thread>
 
 #include "CMEventHub.h"
+#include "CMGlobal.h"
+#include "CMNodes.h"
 #include "CMSubscribe.h"
 #include "FrameworkTestSupport.h"
 
 namespace {
-QVariantHash numbered(int n)
-{
-    return {{QStringLiteral("n"), n}};
-}
-
 QList<int> drain(CMEventSubscriber& subscriber)
 {
     QList<int> numbers;
@@ -21,29 +19,23 @@ QList<int> drain(CMEventSubscriber& subscriber)
 }
 }  // namespace
 
-TEST(FrameworkEventHub, AFullQueueDropsOnlyItsOwnOldestEventsAndCountsThem)
+TEST(FrameworkEventHub, AFullQueueDropsOnlyItsOwnOldestEventsAndASubscriberLeavesWithItsLastPointer)
 {
     CMEventHub& hub = CMEventHub::instance();
-    const auto slow = hub.subscribe(2);
+    const int before = hub.subscriberCount();
+    auto slow = hub.subscribe(2);
     const auto roomy = hub.subscribe(10);
+    EXPECT_EQ(hub.subscriberCount(), before + 2);
     for (int n = 1; n <= 5; ++n)
-        hub.publish(numbered(n));
+        hub.publish({{QStringLiteral("n"), n}});
 
     EXPECT_EQ(drain(*slow), QList<int>({4, 5}));
     EXPECT_EQ(slow->takeDroppedCount(), 3);
     EXPECT_EQ(slow->takeDroppedCount(), 0) << "the count restarts once taken";
     EXPECT_EQ(drain(*roomy), QList<int>({1, 2, 3, 4, 5}));
     EXPECT_EQ(roomy->takeDroppedCount(), 0);
-}
-
-TEST(FrameworkEventHub, ASubscriberLeavesWithItsLastPointer)
-{
-    CMEventHub& hub = CMEventHub::instance();
-    const int before = hub.subscriberCount();
-    auto subscriber = hub.subscribe();
+    slow.reset();
     EXPECT_EQ(hub.subscriberCount(), before + 1);
-    subscriber.reset();
-    EXPECT_EQ(hub.subscriberCount(), before);
 }
 
 TEST(FrameworkEventHub, AQuietSubscriberTimesOutAndAClosedOneIsWokenForGood)
@@ -56,7 +48,7 @@ TEST(FrameworkEventHub, AQuietSubscriberTimesOutAndAClosedOneIsWokenForGood)
     reader.join();
 
     EXPECT_EQ(woken, CMEventSubscriber::Closed);
-    CMEventHub::instance().publish(numbered(1));
+    CMEventHub::instance().publish({{QStringLiteral("n"), 1}});
     EXPECT_EQ(subscriber->next(nullptr, 1000), CMEventSubscriber::Closed);
 }
 
@@ -79,3 +71,55 @@ TEST(FrameworkSubscribe, RowChangesArePublishedInTheirContractForm)
     EXPECT_EQ(reset.value(QStringLiteral("change")).toString(), QStringLiteral("reset"));
     EXPECT_FALSE(reset.contains(QStringLiteral("rows")));
 }
+
+TEST(FrameworkGlobal, RowsKeepOnlyTheAskedRolesThatExist)
+{
+    KeloRoles roles;
+    roles.setTitle(QStringLiteral("Mix"));
+    roles.setId(QStringLiteral("7"));
+    EXPECT_EQ(CMGlobal::itemRolesToList(roles, {}).toHash(), roles.hash());
+    EXPECT_EQ(CMGlobal::itemRolesToList(roles, {KeloRoles::Title(), KeloRoles::Album()}).toHash(),
+              QVariantHash({{KeloRoles::Title(), QStringLiteral("Mix")}}));
+}
+
+namespace {
+struct Unqueueable
+{
+    int n = 0;
+};
+
+class Sender : public QObject
+{
+    Q_OBJECT
+signals:
+    void sentUnqueueable(Unqueueable value);
+    void sentPointer(Unqueueable* value);
+};
+}  // namespace
+
+TEST(FrameworkGlobalDeathTest, ConnectingAcrossThreadsTakesSdkTypesAndPointersAndEndsTheProcessForOthers)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    CMRootWorker root;
+    Sender sender;
+    QThread other;
+    QObject receiver;
+    receiver.moveToThread(&other);
+    EXPECT_TRUE(CMGlobal::connect(&root, &CMRootWorker::valueChanged, &receiver, [](const CMPath&) {}));
+    EXPECT_TRUE(CMGlobal::connect(&sender, &Sender::sentPointer, &receiver, [](Unqueueable*) {}));
+    EXPECT_DEATH(CMGlobal::connect(&sender, &Sender::sentUnqueueable, &receiver, &QObject::deleteLater),
+                 "verifyConnectionSignalParameters");
+}
+
+TEST(FrameworkGlobalDeathTest, AnEntryForOneThreadEndsTheProcessWhenCalledFromAnother)
+{
+#ifndef KELO_THREAD_CHECKS
+    GTEST_SKIP() << "built with KELO_THREAD_CHECKS off";
+#endif
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    CMNodes nodes;
+    EXPECT_EQ(nodes.find(CMPath("probe:x")), nullptr) << "its own thread may use it";
+    EXPECT_DEATH(std::thread([&]() { nodes.find(CMPath("probe:x")); }).join(), "called outside the thread of this");
+}
+
+#include "FrameworkEventsTest.moc"

@@ -1,9 +1,10 @@
-// Replies and the lifetime of requests.
+// Replies, the lifetime of requests, and request groups: one finished() after every reply, never
+// inside addInvoke.
 #include <QSignalSpy>
-#include <memory>
 #include <thread>
 
 #include "CMRequest.h"
+#include "CMRequestGroup.h"
 #include "FrameworkTestSupport.h"
 
 using namespace FrameworkTest;
@@ -17,7 +18,6 @@ TEST(FrameworkReply, FinishedFromAnotherThreadReachesTheReceiverInItsOwnThread)
                      [&]() { notifiedIn = QThread::currentThread(); });
 
     std::thread([reply]() { reply.setValue(7); }).join();
-
     EXPECT_EQ(notifiedIn, nullptr) << "the receiver's thread has not run its loop yet";
     EXPECT_TRUE(reply.isFinished());
     ASSERT_TRUE(QTest::qWaitFor([&]() { return notifiedIn != nullptr; }));
@@ -25,15 +25,13 @@ TEST(FrameworkReply, FinishedFromAnotherThreadReachesTheReceiverInItsOwnThread)
     EXPECT_EQ(reply.variant().toInt(), 7);
 }
 
-TEST(FrameworkReply, ASecondFinishIsIgnoredAndNotSignalled)
+TEST(FrameworkReply, OnlyTheFirstFinishCountsAndIsSignalled)
 {
     const CMVoidReply reply;
     QSignalSpy finished(reply.data(), &CMReplyAbstractData::finished);
-
     EXPECT_TRUE(reply.setValue(1));
     EXPECT_FALSE(reply.setError(CMError(QStringLiteral("Late"), QStringLiteral("too late"))));
     EXPECT_FALSE(reply.setValue(2));
-
     EXPECT_FALSE(reply.hasError());
     EXPECT_EQ(reply.variant().toInt(), 1);
     EXPECT_EQ(finished.count(), 1);
@@ -48,7 +46,6 @@ TEST(FrameworkReply, WaitingEndsWhenAnotherThreadFinishesOrWhenTheTimeoutPasses)
     std::thread finisher([reply]() { reply.setError(CMError(QStringLiteral("Busy"), QStringLiteral("later"))); });
     EXPECT_TRUE(reply.waitForFinished());
     finisher.join();
-    EXPECT_TRUE(reply.hasError());
     EXPECT_EQ(reply.error().Name(), QStringLiteral("Busy"));
     EXPECT_TRUE(reply.waitForFinished(0)) << "a finished reply answers at once";
 }
@@ -69,7 +66,6 @@ TEST(FrameworkRequest, TheLastCopyOfAnUnansweredRequestAnswersNoAnswer)
     EXPECT_TRUE(reply.error().Message().contains(QStringLiteral("playlists:pl/create")));
 }
 
-
 TEST(FrameworkRequest, AReplyHandedOnToAnotherRequestWaitsForThatRequestToo)
 {
     const CMVoidReply reply;
@@ -81,4 +77,66 @@ TEST(FrameworkRequest, AReplyHandedOnToAnotherRequestWaitsForThatRequestToo)
     forwarded.reset();
     ASSERT_TRUE(reply.isFinished());
     EXPECT_EQ(reply.error().Name(), CMError::NoAnswerName());
+}
+
+namespace {
+class FrameworkRequestGroup : public RootTest
+{
+protected:
+    void SetUp() override
+    {
+        RootTest::SetUp();
+        root->addWorker(&media);
+    }
+    ProbeWorker media{QStringLiteral("Media")};
+};
+}  // namespace
+
+TEST_F(FrameworkRequestGroup, RepliesFinishedInsideAddInvokeAnnounceTheGroupOnlyFromTheEventLoop)
+{
+    QStringList paths;
+    media.onSetData = [&](const CMSetDataRequest& request) {
+        paths << request.path().toEncoded();
+        return request.reply().setValue(request.value());
+    };
+    CMRequestGroup group;
+    QSignalSpy finished(&group, &CMRequestGroup::finished);
+    group.checkAndCallCallback();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(finished.count(), 0) << "a group without invokes never announces itself";
+
+    group.addInvoke(QStringLiteral("prepareItems"), CMPath("media:track/1"), 1);
+    group.addInvoke(QStringLiteral("prepareItems"), CMPath("media:album/2"), 2);
+    EXPECT_EQ(paths, QStringList({QStringLiteral("media:prepareItems"), QStringLiteral("media:prepareItems")}));
+    EXPECT_EQ(finished.count(), 0);
+    ASSERT_TRUE(finished.wait(10000));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(finished.count(), 1);
+    EXPECT_EQ(group.getReplyList().at(1).variant().toInt(), 2);
+}
+
+TEST_F(FrameworkRequestGroup, TheGroupWaitsForItsLastReplyWhateverTheOrder)
+{
+    QList<CMSetDataRequest> pending;
+    media.onSetData = [&](const CMSetDataRequest& request) {
+        pending << request;
+        return true;
+    };
+    CMRequestGroup group;
+    QSignalSpy finished(&group, &CMRequestGroup::finished);
+    for (int i = 0; i < 3; ++i)
+        group.addInvoke(QStringLiteral("prepareItems"), CMPath("media:x"), i);
+    ASSERT_EQ(pending.size(), 3);
+
+    std::thread([&]() {
+        pending[2].reply().setValue(2);
+        pending[0].reply().setValue(0);
+    }).join();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(finished.count(), 0);
+
+    std::thread([&]() { pending[1].reply().setError(CMError(QStringLiteral("Failed"), QStringLiteral("no"))); }).join();
+    ASSERT_TRUE(QTest::qWaitFor([&]() { return finished.count() == 1; }));
+    for (const CMVoidReply& reply : group.getReplyList())
+        EXPECT_TRUE(reply.isFinished());
 }

@@ -1,7 +1,10 @@
-// Routing of requests by the root: inline in the owner's thread, queued from any other.
+// Routing of requests by the root (inline in the owner's thread, queued from any other) and by a
+// worker's nodes.
+#include <QPointer>
 #include <QSemaphore>
 #include <thread>
 
+#include "CMNode.h"
 #include "CMWorkerThread.h"
 #include "FrameworkTestSupport.h"
 
@@ -18,7 +21,23 @@ protected:
         probe->onSetData = answerWithThread;
         root->addWorker(probe.get());
     }
+    CMVoidReply send(const char* path)
+    {
+        const CMVoidReply reply;
+        probe->invoke(CMPath(path), QVariant(), reply);
+        return reply;
+    }
     std::unique_ptr<ProbeWorker> probe;
+};
+
+class EchoNode : public CMNode
+{
+public:
+    using CMNode::CMNode;
+    bool setDataRequest(const CMSetDataRequest& request) override
+    {
+        return request.reply().setValue(request.path().toEncoded());
+    }
 };
 }  // namespace
 
@@ -29,11 +48,9 @@ TEST_F(FrameworkRouting, AWorkersOwnRequestIsHandledInsideTheCall)
         root->addWorker(&late);  // a handler may change the routing table while it runs
         return answerWithThread(request);
     };
-    const CMVoidReply reply;
-    probe->invoke(CMPath("probe:do"), 1, reply);
-
+    const CMVoidReply reply = send("probe:do");
     ASSERT_TRUE(reply.isFinished());
-    EXPECT_EQ(reply.variant(), currentThreadTag());
+    EXPECT_EQ(reply.variant(), threadTag());
     EXPECT_EQ(root->workerFor(CMPath("late:x")), &late);
 }
 
@@ -41,77 +58,60 @@ TEST_F(FrameworkRouting, ARequestFromAForeignThreadIsHandledInTheOwnersThreadAft
 {
     const CMVoidReply reply;
     std::thread([&]() { root->sendSetData(CMSetDataRequest(CMPath("probe:do"), 1, reply)); }).join();
-
     EXPECT_FALSE(reply.isFinished()) << "the owner's thread has not run its loop yet";
-    ASSERT_TRUE(waitInLoop(reply));
-    EXPECT_EQ(reply.variant(), currentThreadTag());
+    ASSERT_TRUE(QTest::qWaitFor([&]() { return reply.isFinished(); }));
+    EXPECT_EQ(reply.variant(), threadTag());
+
+    const CMVoidReply orphan;
+    std::thread([&]() { root->sendSetData(CMSetDataRequest(CMPath("probe:do"), 1, orphan)); }).join();
+    probe.reset();
+    ASSERT_TRUE(orphan.isFinished()) << "a worker destroyed before handling its queued request";
+    EXPECT_EQ(orphan.error().Name(), CMError::NoAnswerName());
+    EXPECT_EQ(root->workerFor(CMPath("probe:do")), nullptr);
 }
 
-TEST_F(FrameworkRouting, ARequestToAWorkerThreadIsHandledInThatThread)
+TEST_F(FrameworkRouting, AWorkerThreadHandlesItsRequestsInItsThreadAndUnregistersWhenItEnds)
 {
     QSemaphore gate;
-    CMWorkerThread workerThread([]() {
-        auto* worker = new ProbeWorker(QStringLiteral("Threaded"));
-        worker->onSetData = answerWithThread;
-        return worker;
-    });
-    ASSERT_NE(workerThread.worker(), nullptr);
-    EXPECT_EQ(workerThread.worker()->thread(), workerThread.thread());
-    QMetaObject::invokeMethod(workerThread.worker(), [&]() { gate.acquire(); }, Qt::QueuedConnection);
-
     const CMVoidReply reply;
-    root->sendSetData(CMSetDataRequest(CMPath("threaded:do"), 1, reply));
-    EXPECT_FALSE(reply.isFinished());
-    gate.release();
-
-    ASSERT_TRUE(reply.waitForFinished(10000));
-    EXPECT_EQ(reply.variant(), threadTag(workerThread.thread()));
-}
-
-TEST_F(FrameworkRouting, AWorkerThreadUnregistersItsWorkerWhenItEnds)
-{
     {
-        CMWorkerThread workerThread([]() { return new ProbeWorker(QStringLiteral("Brief")); });
-        EXPECT_EQ(root->workerFor(CMPath("brief:x")), workerThread.worker());
+        CMWorkerThread workerThread([]() {
+            auto* worker = new ProbeWorker(QStringLiteral("Threaded"));
+            worker->onSetData = answerWithThread;
+            return worker;
+        });
+        ASSERT_NE(workerThread.worker(), nullptr);
+        EXPECT_EQ(workerThread.worker()->thread(), workerThread.thread());
+        QMetaObject::invokeMethod(workerThread.worker(), [&]() { gate.acquire(); }, Qt::QueuedConnection);
+        root->sendSetData(CMSetDataRequest(CMPath("threaded:do"), 1, reply));
+        EXPECT_FALSE(reply.isFinished());
+        gate.release();
+        ASSERT_TRUE(reply.waitForFinished(10000));
+        EXPECT_EQ(reply.variant(), threadTag(workerThread.thread()));
     }
-    EXPECT_EQ(root->workerFor(CMPath("brief:x")), nullptr);
+    EXPECT_EQ(root->workerFor(CMPath("threaded:x")), nullptr);
 }
 
-TEST_F(FrameworkRouting, APathNoWorkerOwnsIsAnsweredNotFoundAtOnce)
+TEST_F(FrameworkRouting, WhatNothingHandlesIsAnsweredNotFoundAtOnceUnlessTheHandlerAnswered)
 {
-    const CMReply<KeloRowsRoles> reply;
-    root->sendGetRows(CMGetRowsRequest(CMPath("nowhere:list"), 0, 9, {}, reply));
+    const CMReply<KeloRowsRoles> nowhere;
+    root->sendGetRows(CMGetRowsRequest(CMPath("nowhere:list"), 0, 9, {}, nowhere));
+    ASSERT_TRUE(nowhere.isFinished());
+    EXPECT_EQ(nowhere.error().Name(), CMError::NotFoundName());
+    EXPECT_TRUE(nowhere.error().Message().contains(QStringLiteral("nowhere:list")));
 
-    ASSERT_TRUE(reply.isFinished());
-    EXPECT_EQ(reply.error().Name(), CMError::NotFoundName());
-    EXPECT_TRUE(reply.error().Message().contains(QStringLiteral("nowhere:list")));
-}
-
-TEST_F(FrameworkRouting, ARefusedRequestIsAnsweredNotFoundUnlessTheHandlerAnswered)
-{
     probe->onSetData = [](const CMSetDataRequest&) { return false; };
-    const CMVoidReply refused;
-    probe->invoke(CMPath("probe:unknown"), 1, refused);
-    EXPECT_EQ(refused.error().Name(), CMError::NotFoundName());
-
+    EXPECT_EQ(send("probe:unknown").error().Name(), CMError::NotFoundName());
     probe->onSetData = [](const CMSetDataRequest& request) {
         request.reply().setError(CMError(CMError::BadRequestName(), QStringLiteral("bad")));
         return false;
     };
-    const CMVoidReply answered;
-    probe->invoke(CMPath("probe:unknown"), 1, answered);
-    EXPECT_EQ(answered.error().Name(), CMError::BadRequestName());
-}
+    EXPECT_EQ(send("probe:unknown").error().Name(), CMError::BadRequestName());
 
-TEST_F(FrameworkRouting, ARequestQueuedToAWorkerDestroyedBeforeHandlingIsAnsweredNoAnswer)
-{
-    const CMVoidReply reply;
-    std::thread([&]() { root->sendSetData(CMSetDataRequest(CMPath("probe:do"), 1, reply)); }).join();
-    probe.reset();
-
-    ASSERT_TRUE(reply.isFinished());
-    EXPECT_EQ(reply.error().Name(), CMError::NoAnswerName());
-    EXPECT_EQ(root->workerFor(CMPath("probe:do")), nullptr);
+    root.reset();
+    const CMVoidReply rootless = send("probe:do");
+    ASSERT_TRUE(rootless.isFinished());
+    EXPECT_EQ(rootless.error().Name(), CMError::NotFoundName());
 }
 
 TEST_F(FrameworkRouting, AForwardedRequestIsAnsweredByWhatItWasForwardedTo)
@@ -122,9 +122,7 @@ TEST_F(FrameworkRouting, AForwardedRequestIsAnsweredByWhatItWasForwardedTo)
         return true;
     };
     const auto doubled = [](const QVariant& answer) { return answer.toInt() * 2; };
-    const CMVoidReply plain;
-    const CMVoidReply turned;
-    const CMVoidReply dropped;
+    const CMVoidReply plain, turned, dropped;
     probe->forward(CMSetDataRequest(CMPath("probe:menu"), 0, plain), CMPath("probe:do"), 1);
     probe->forward(CMSetDataRequest(CMPath("probe:menu"), 0, turned), CMPath("probe:do"), 2, doubled);
     probe->forward(CMSetDataRequest(CMPath("probe:menu"), 0, dropped), CMPath("probe:do"), 3, doubled);
@@ -138,4 +136,63 @@ TEST_F(FrameworkRouting, AForwardedRequestIsAnsweredByWhatItWasForwardedTo)
     EXPECT_EQ(plain.variant(), 21);
     EXPECT_EQ(turned.variant(), 42);
     EXPECT_EQ(dropped.error().Name(), CMError::NoAnswerName());
+}
+
+TEST_F(FrameworkRouting, ANodeTakesTheRequestsOfItsPathWhateverTheQuery)
+{
+    probe->onSetData = nullptr;
+    EchoNode node(CMPath("probe:menu?action=cmnode"));
+    node.setNodes(probe->nodes());
+    EXPECT_EQ(send("probe:menu?action=play&plid=5").variant().toString(), QStringLiteral("probe:menu?action=play&plid=5"));
+    EXPECT_EQ(send("probe:menu/deeper").error().Name(), CMError::NotFoundName());
+}
+
+TEST_F(FrameworkRouting, AReplacedNodeIsToldOfAndItsLeavingDoesNotUnregisterItsReplacement)
+{
+    CapturedLog log(KeloLog::FrameworkLogger);
+    auto first = std::make_unique<EchoNode>(CMPath("probe:x"));
+    first->setNodes(probe->nodes());
+    first->setNodes(probe->nodes());
+    EXPECT_TRUE(log.lines().empty()) << "registering a node again replaces nothing";
+    EchoNode second(CMPath("probe:x"));
+    second.setNodes(probe->nodes());
+    ASSERT_EQ(log.lines().size(), 1u);
+    EXPECT_TRUE(log.lines()[0].message.contains(QStringLiteral("replaced")));
+    first.reset();
+    EXPECT_EQ(probe->nodes()->find(CMPath("probe:x")), &second);
+    EXPECT_EQ(probe->nodes()->count(), 1);
+}
+
+TEST_F(FrameworkRouting, DeleteLaterFreesANodesPathAtOnceForASuccessor)
+{
+    probe->onSetData = nullptr;
+    QPointer<EchoNode> old = new EchoNode(CMPath("probe:list/5"));
+    old->setNodes(probe->nodes());
+    static_cast<CMNode*>(old.data())->deleteLater();
+    EXPECT_EQ(probe->nodes()->find(CMPath("probe:list/5")), nullptr);
+
+    EchoNode successor(CMPath("probe:list/5"));
+    successor.setNodes(probe->nodes());
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_TRUE(old.isNull());
+    EXPECT_EQ(probe->nodes()->find(CMPath("probe:list/5")), &successor);
+    EXPECT_FALSE(send("probe:list/5").hasError());
+}
+
+TEST(FrameworkUINode, AContainerBuildsItsOwnRolesForTheRequestedPath)
+{
+    CMContainerNode menu(CMPath("tree:menu"));
+    menu.setTitle(TrString(QStringLiteral("Playlist")));
+    menu.setContainerType(KeloRolesContainerType::ContextMenu);
+    KeloRoles own;
+    own.set(QStringLiteral("extra"), 4);
+    menu.setRoles(own);
+
+    const KeloRoles roles = menu.getDataRoles({}, {{QStringLiteral("plid"), QStringLiteral("5")}});
+    EXPECT_EQ(roles.title(), QStringLiteral("Playlist"));
+    EXPECT_EQ(roles.path().toEncoded(), QStringLiteral("tree:menu?plid=5"));
+    EXPECT_EQ(roles.type(), 1);
+    EXPECT_EQ(roles.containerType(), 100);
+    EXPECT_EQ(roles.get(QStringLiteral("extra")).toInt(), 4);
+    EXPECT_EQ(menu.getDataRoles({KeloRoles::Title(), KeloRoles::Type()}, {}).hash().size(), 2);
 }

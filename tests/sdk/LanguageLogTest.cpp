@@ -1,59 +1,17 @@
+// Translation catalogues, the translation context of a function, and logging.
 #include <QFile>
-#include <QTemporaryDir>
-#include <gtest/gtest.h>
-#include <log4cplus/appender.h>
-#include <log4cplus/spi/loggingevent.h>
-#include <vector>
 
-#include "KeloLog.h"
+#include "FrameworkTestSupport.h"
 #include "Language.h"
 
-namespace {
+using FrameworkTest::CapturedLog;
 
+namespace {
 bool writeFile(const QString& name, const QByteArray& text)
 {
     QFile file(name);
     return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
 }
-
-struct Captured
-{
-    QString message;
-    QString function;
-    QString file;
-    int line;
-};
-
-class CapturingAppender : public log4cplus::Appender
-{
-public:
-    ~CapturingAppender() override { destructorImpl(); }
-    void close() override {}
-    std::vector<Captured> events;
-
-protected:
-    void append(const log4cplus::spi::InternalLoggingEvent& e) override
-    {
-        events.push_back({QString::fromStdString(e.getMessage()), QString::fromStdString(e.getFunction()),
-                          QString::fromStdString(e.getFile()), e.getLine()});
-    }
-};
-
-// A logger of its own with a capturing appender, detached from the root's console.
-class LoggingTest : public ::testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        logger = KeloLog::logger("RecordsTest.Capture");
-        logger.setAdditivity(false);
-        logger.addAppender(log4cplus::SharedAppenderPtr(appender));
-    }
-    void TearDown() override { logger.removeAllAppenders(); }
-
-    CapturingAppender* appender = new CapturingAppender;
-    log4cplus::Logger logger;
-};
 
 struct Traced
 {
@@ -133,33 +91,30 @@ TEST(Translation, TrStringFillsArgumentsIntoTheTranslatedText)
     Language::clearCatalogue();
 }
 
-TEST_F(LoggingTest, TheTracerWritesEnterWithTheSignatureAndLeave)
+TEST(Logging, TheTracerWritesEnterWithTheSignatureAndLeaveAndRecordsBelowTheLevelAreNeitherBuiltNorWritten)
 {
-    logger.setLogLevel(log4cplus::TRACE_LOG_LEVEL);
     int evaluated = 0;
-    const QString signature = Traced::run(&evaluated);
-
-    ASSERT_EQ(appender->events.size(), 3u);
-    EXPECT_EQ(appender->events[0].message, "Enter " + signature);
-    EXPECT_EQ(appender->events[1].message, "inside 1");
-    EXPECT_EQ(appender->events[2].message, "Leave");
-    for (const Captured& e : appender->events) {
-        EXPECT_EQ(e.function, signature);
-        EXPECT_TRUE(e.file.endsWith("LanguageLogTest.cpp")) << qPrintable(e.file);
-        EXPECT_GT(e.line, 0);
+    QString signature;
+    {
+        CapturedLog log("RecordsTest.Capture");
+        signature = Traced::run(&evaluated);
+        ASSERT_EQ(log.lines().size(), 3u);
+        EXPECT_EQ(log.lines()[0].message, "Enter " + signature);
+        EXPECT_EQ(log.lines()[1].message, "inside 1");
+        EXPECT_EQ(log.lines()[2].message, "Leave");
+        for (const CapturedLog::Line& line : log.lines()) {
+            EXPECT_EQ(line.function, signature);
+            EXPECT_TRUE(line.file.endsWith("LanguageLogTest.cpp")) << qPrintable(line.file);
+            EXPECT_GT(line.line, 0);
+        }
     }
-}
-
-TEST_F(LoggingTest, RecordsBelowTheLevelAreNeitherBuiltNorWritten)
-{
-    logger.setLogLevel(log4cplus::WARN_LOG_LEVEL);
-    int evaluated = 0;
+    CapturedLog log("RecordsTest.Capture", log4cplus::WARN_LOG_LEVEL);
     Traced::run(&evaluated);
-    EXPECT_EQ(evaluated, 0);
-    EXPECT_TRUE(appender->events.empty());
+    EXPECT_EQ(evaluated, 1);
+    EXPECT_TRUE(log.lines().empty());
     KELO_LOG_ERROR("RecordsTest.Capture", "failed " << QStringLiteral("x"));
-    ASSERT_EQ(appender->events.size(), 1u);
-    EXPECT_EQ(appender->events[0].message, "failed x");
+    ASSERT_EQ(log.lines().size(), 1u);
+    EXPECT_EQ(log.lines()[0].message, "failed x");
 }
 
 TEST(LoggingConfiguration, ReadsAPropertiesFileAndFallsBackToTheConsoleAtWarn)
