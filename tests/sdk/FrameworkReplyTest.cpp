@@ -66,19 +66,6 @@ TEST(FrameworkRequest, TheLastCopyOfAnUnansweredRequestAnswersNoAnswer)
     EXPECT_TRUE(reply.error().Message().contains(QStringLiteral("playlists:pl/create")));
 }
 
-TEST(FrameworkRequest, AReplyHandedOnToAnotherRequestWaitsForThatRequestToo)
-{
-    const CMVoidReply reply;
-    auto forwarded = std::make_unique<CMSetDataRequest>(CMPath("playlists:pl/additems"), QVariantHash(), reply);
-    {
-        const CMSetDataRequest menuRequest(CMPath("playlists:pl/addtoplaylist"), QVariant(), reply);
-    }
-    EXPECT_FALSE(reply.isFinished()) << "the command that got the reply has not answered yet";
-    forwarded.reset();
-    ASSERT_TRUE(reply.isFinished());
-    EXPECT_EQ(reply.error().Name(), CMError::NoAnswerName());
-}
-
 namespace {
 class FrameworkRequestGroup : public RootTest
 {

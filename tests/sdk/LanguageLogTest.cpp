@@ -53,15 +53,23 @@ TEST(TranslationContext, IsTheQualifiedNameOfTheFunction)
     EXPECT_EQ(Traced().context(), "{anonymous}::Traced::context");
 }
 
-TEST(Translation, LooksTextsUpByContextAndPassesTheRestThrough)
+TEST(Translation, LooksTextsUpByContextFillsTheirArgumentsAndPassesTheRestThrough)
 {
     QTemporaryDir dir;
     const QString good = dir.filePath("good.json");
-    ASSERT_TRUE(writeFile(good, R"({"Ctl::a": {"Delete": "L\u00f6schen", "Empty": ""}, "Ctl::b": {}})"));
+    ASSERT_TRUE(writeFile(good, R"({"Ctl::a": {"Delete": "L\u00f6schen", "Empty": "", "Move %1 to %2": "Nach %2: %1"},
+                                   "Ctl::b": {}})"));
     ASSERT_TRUE(Language::loadCatalogue(good));
     EXPECT_EQ(Language::ntr("Ctl::a", "Delete"), QString::fromUtf8("L\u00f6schen"));
     EXPECT_EQ(Language::ntr("Ctl::b", "Delete"), "Delete");
     EXPECT_EQ(Language::ntr("Ctl::a", "Empty"), "Empty");
+    EXPECT_EQ(TrString("Ctl::a", "Move %1 to %2", {TrArg("A"), TrArg("B")}).toString(), "Nach B: A");
+    // An argument holding a marker is inserted as it is, not filled again.
+    EXPECT_EQ(TrString("Other", "Add %1 to %2", {TrArg("100%2"), TrArg("Mix")}).toString(), "Add 100%2 to Mix");
+    EXPECT_EQ(TrString("Other", "%1 and %3 at 50%", {TrArg("x")}).toString(), "x and %3 at 50%");
+    EXPECT_EQ(TrString("Other", "%11", {TrArg("a")}).toString(), "%11");
+    // A plain text (a playlist's name) is never translated.
+    EXPECT_EQ(TrString(QStringLiteral("%1")).toString(), "%1");
 
     for (const QByteArray& bad : {QByteArray("[1]"), QByteArray(R"({"Ctl::a": "x"})"),
                                   QByteArray(R"({"Ctl::a": {"Delete": 1}})"), QByteArray("{")}) {
@@ -70,25 +78,8 @@ TEST(Translation, LooksTextsUpByContextAndPassesTheRestThrough)
     }
     EXPECT_FALSE(Language::loadCatalogue(dir.filePath("missing.json")));
     EXPECT_EQ(Language::ntr("Ctl::a", "Delete"), QString::fromUtf8("L\u00f6schen"));
-
     Language::clearCatalogue();
     EXPECT_EQ(Language::ntr("Ctl::a", "Delete"), "Delete");
-}
-
-TEST(Translation, TrStringFillsArgumentsIntoTheTranslatedText)
-{
-    QTemporaryDir dir;
-    ASSERT_TRUE(writeFile(dir.filePath("c.json"), R"({"Ctx": {"Move %1 to %2": "Nach %2: %1", "%1": "tr"}})"));
-    ASSERT_TRUE(Language::loadCatalogue(dir.filePath("c.json")));
-
-    EXPECT_EQ(TrString("Ctx", "Move %1 to %2", {TrArg("A"), TrArg("B")}).toString(), "Nach B: A");
-    // An argument holding a marker is inserted as it is, not filled again.
-    EXPECT_EQ(TrString("Other", "Add %1 to %2", {TrArg("100%2"), TrArg("Mix")}).toString(), "Add 100%2 to Mix");
-    EXPECT_EQ(TrString("Other", "%1 and %3 at 50%", {TrArg("x")}).toString(), "x and %3 at 50%");
-    EXPECT_EQ(TrString("Other", "%11", {TrArg("a")}).toString(), "%11");
-    // A plain text (a playlist's name) is never translated.
-    EXPECT_EQ(TrString(QStringLiteral("%1")).toString(), "%1");
-    Language::clearCatalogue();
 }
 
 TEST(Logging, TheTracerWritesEnterWithTheSignatureAndLeaveAndRecordsBelowTheLevelAreNeitherBuiltNorWritten)

@@ -44,23 +44,14 @@ TEST(RecordAccessors, ReadWholeNumbersOfAnyTypeAndGiveTheFallbackForAnythingElse
     EXPECT_TRUE(KeloRoles(KeloHash({{"value", "text"}})).value().isEmpty());
 }
 
-TEST(ArgumentRecords, ReadTheirJsonForms)
+TEST(ArgumentRecords, ReadTheirJsonFormsWithPathsAsItemsAndAbsentKeysAsFallbacks)
 {
-    EXPECT_EQ(KeloPlayListPlCreate(fromJsonText(R"({"name": "Mix"})")).name(), "Mix");
-    const KeloPlayListPlSetName setName(fromJsonText(R"({"plid": 5, "name": "X"})"));
-    EXPECT_EQ(setName.plid(), 5);
-    EXPECT_EQ(setName.name(), "X");
-    const KeloPlayListPlMoveItems move(fromJsonText(R"({"plid": 5, "items": [3], "to": 0})"));
-    EXPECT_EQ(move.items(), QList<int>{3});
-    EXPECT_EQ(move.to(), 0);
     const KeloPlayListPlAddItems add(fromJsonText(R"({"plid": 5, "items": ["media:track/12"], "mode": 2, "fromPlid": -1})"));
     ASSERT_EQ(add.items().size(), 1);
     EXPECT_EQ(CMPath::fromQVariant(add.items().at(0)), CMPath("media:track/12"));
     EXPECT_EQ(add.mode(), KeloPlayListAddPosition::Append);
     EXPECT_EQ(add.fromPlid(), -1);
-    const KeloPlayListClAddRemoveItem clItem(fromJsonText(R"({"clid": 3, "plid": 5})"));
-    EXPECT_EQ(clItem.clid(), 3);
-    EXPECT_EQ(clItem.plid(), 5);
+    EXPECT_EQ(KeloPlayListPlMoveItems(fromJsonText(R"({"plid": 5, "items": [3], "to": 0})")).to(), 0);
     EXPECT_EQ(KeloPlayListClId(fromJsonText("{}")).clid(), -1);
     EXPECT_FALSE(KeloPlayListPlAddItems(fromJsonText(R"({"plid": 5})")).hasMode());
 }
@@ -132,26 +123,17 @@ TEST(ArgumentRecords, ModesAreReadAsNumbersOrNamesAndWrittenAsNames)
     EXPECT_EQ(CMPath::fromQVariant(add.items().value(1)), CMPath("media:b"));
 }
 
-TEST(Enumerations, NamesAndNumbersConvertBothWays)
+TEST(Enumerations, NamesAndNumbersConvertBothWaysAndUnknownNamesAreInvalid)
 {
     const QStringList playModes{"normal", "shuffle", "repeatOne", "shuffleRepeatOne", "repeatAll", "shuffleRepeatAll"};
     for (int i = 0; i < playModes.size(); ++i) {
         EXPECT_EQ(KeloPlayerPlayMode::toString(i), playModes.at(i));
-        EXPECT_EQ(KeloPlayerPlayMode::fromString(playModes.at(i)), i);
         EXPECT_EQ(KeloPlayerPlayMode::fromVariant(playModes.at(i)), i);
     }
     EXPECT_EQ(KeloPlayListAddPosition::toString(1), "afterCurrent");
-    EXPECT_EQ(KeloPlayListAddPosition::fromString("append"), KeloPlayListAddPosition::Append);
-    EXPECT_EQ(KeloPlayListPlShuffleMode::toString(0), "off");
-    EXPECT_EQ(KeloPlayListPlRepeatMode::toString(1), "one");
     EXPECT_EQ(KeloPlayListPlRepeatMode::fromString("all"), KeloPlayListPlRepeatMode::All);
-    EXPECT_EQ(KeloPowerManagerTarget::toString(2), "networkStandby");
     EXPECT_EQ(KeloPowerManagerTarget::fromString("online"), KeloPowerManagerTarget::Online);
-}
-
-TEST(Enumerations, UnnamedNumbersAreTextAndUnknownNamesAreInvalid)
-{
-    EXPECT_EQ(KeloPlayListPlRepeatMode::toString(3), "3");
+    EXPECT_EQ(KeloPlayListPlRepeatMode::toString(3), "3") << "a number without a name is written as text";
     EXPECT_EQ(KeloPlayListPlRepeatMode::fromString("3"), 3);
     EXPECT_EQ(KeloPlayerPlayMode::fromString("-1"), -1);
     for (const char* text : {"All", "repeat", "", "-", "1x", "0x1", " 1", "+1", "99999999999"}) {
@@ -160,7 +142,6 @@ TEST(Enumerations, UnnamedNumbersAreTextAndUnknownNamesAreInvalid)
     }
     EXPECT_EQ(KeloPlayerPlayMode::fromVariant(QVariantList{1}), KeloPlayerPlayMode::Invalid);
     EXPECT_EQ(KeloPowerManagerTarget::fromString("standby"), -1);
-    EXPECT_EQ(KeloPowerManagerTarget::fromString("2"), 2);
 }
 
 TEST(RoleRecords, RowsRolesTakeTheTitleOfTheirRoles)
@@ -169,12 +150,9 @@ TEST(RoleRecords, RowsRolesTakeTheTitleOfTheirRoles)
     roles.setTitle(QStringLiteral("Queue"));
     KeloRowsRoles rows;
     rows.setRoles(roles);
-    EXPECT_EQ(rows.title(), "Queue");
     EXPECT_EQ(rows.roles(), roles);
-    KeloRoles untitled;
-    untitled.setType(KeloRolesType::Container);
-    rows.setRoles(untitled);
-    EXPECT_EQ(rows.title(), "Queue");
+    rows.setRoles(KeloRoles());
+    EXPECT_EQ(rows.title(), "Queue") << "untitled roles keep the title";
 }
 
 TEST(RecordTypes, AreRegisteredSoThatTheyCrossThreads)

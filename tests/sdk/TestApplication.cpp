@@ -5,17 +5,15 @@
 #include <memory>
 
 namespace {
-class QtApplication : public testing::Environment
-{
-public:
-    void SetUp() override { m_app = std::make_unique<QCoreApplication>(m_argc, m_argv); }
-    void TearDown() override { m_app.reset(); }
+int g_argc = 1;
+char g_name[] = "tests";
+char* g_argv[] = {g_name, nullptr};
 
-private:
-    int m_argc = 1;
-    char m_name[6] = "tests";
-    char* m_argv[2] = {m_name, nullptr};
-    std::unique_ptr<QCoreApplication> m_app;
+struct QtApplication : testing::Environment
+{
+    void SetUp() override { app = std::make_unique<QCoreApplication>(g_argc, g_argv); }
+    void TearDown() override { app.reset(); }
+    std::unique_ptr<QCoreApplication> app;
 };
 
 testing::Environment* const g_qtApplication = testing::AddGlobalTestEnvironment(new QtApplication);
