@@ -276,6 +276,7 @@ TEST(JsonRecordForms, AnActionReplyCarriesItsEventsOnlyWhenThereAreSomeAndAnItem
     EXPECT_FALSE(reply.contains("events"));
 
     const KeloPlayListItem item = fromJson(R"({"sequenceNumber": 2, "uid": 17, "title": "T", "durationSeconds": 180,
+        "artist": "A", "album": "B", "artworkUrl": "http://x/a.jpg", "genre": "G", "serviceId": "local",
         "url": "file:///t.flac", "keloRoles": "{\"title\":\"T\",\"type\":3}"})");
     EXPECT_EQ(item.durationSeconds(), 180);
     EXPECT_EQ(KeloRoles(KeloHash(KeloJson::parse(item.keloRoles()).toHash())).type(), 3);
