@@ -242,8 +242,6 @@ TEST(JsonRecordForms, RolesKeepEveryKeyIncludingUnknownOnes)
                       "metaData": {"playLogicPath": "playlists:playlogic", "AllowSeekTime": true, "AllowSeekBytes": false}},
         "custom": {"kept": [1, 2]}})");
     EXPECT_EQ(roles.path().parameter("x"), "&");
-    EXPECT_EQ(roles.containerType(), 100);
-    EXPECT_EQ(roles.duration(), 215);
     EXPECT_EQ(roles.value().i32_(), 4);
     EXPECT_EQ(roles.context().path(), CMPath("playlists:pl/trackcontextmenu"));
     ASSERT_EQ(roles.mediaData().resources().size(), 1);

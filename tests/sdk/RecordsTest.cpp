@@ -51,7 +51,6 @@ TEST(ArgumentRecords, ReadTheirJsonFormsWithPathsAsItemsAndAbsentKeysAsFallbacks
     EXPECT_EQ(CMPath::fromQVariant(add.items().at(0)), CMPath("media:track/12"));
     EXPECT_EQ(add.mode(), KeloPlayListAddPosition::Append);
     EXPECT_EQ(add.fromPlid(), -1);
-    EXPECT_EQ(KeloPlayListPlMoveItems(fromJsonText(R"({"plid": 5, "items": [3], "to": 0})")).to(), 0);
     EXPECT_EQ(KeloPlayListClId(fromJsonText("{}")).clid(), -1);
     EXPECT_FALSE(KeloPlayListPlAddItems(fromJsonText(R"({"plid": 5})")).hasMode());
 }
