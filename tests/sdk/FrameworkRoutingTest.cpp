@@ -138,15 +138,6 @@ TEST_F(FrameworkRouting, AForwardedRequestIsAnsweredByWhatItWasForwardedTo)
     EXPECT_EQ(dropped.error().Name(), CMError::NoAnswerName());
 }
 
-TEST_F(FrameworkRouting, ANodeTakesTheRequestsOfItsPathWhateverTheQuery)
-{
-    probe->onSetData = nullptr;
-    EchoNode node(CMPath("probe:menu?action=cmnode"));
-    node.setNodes(probe->nodes());
-    EXPECT_EQ(send("probe:menu?action=play&plid=5").variant().toString(), QStringLiteral("probe:menu?action=play&plid=5"));
-    EXPECT_EQ(send("probe:menu/deeper").error().Name(), CMError::NotFoundName());
-}
-
 TEST_F(FrameworkRouting, AReplacedNodeIsToldOfAndItsLeavingDoesNotUnregisterItsReplacement)
 {
     CapturedLog log(KeloLog::FrameworkLogger);
@@ -163,20 +154,22 @@ TEST_F(FrameworkRouting, AReplacedNodeIsToldOfAndItsLeavingDoesNotUnregisterItsR
     EXPECT_EQ(probe->nodes()->count(), 1);
 }
 
-TEST_F(FrameworkRouting, DeleteLaterFreesANodesPathAtOnceForASuccessor)
+TEST_F(FrameworkRouting, ANodeTakesTheRequestsOfItsPathAndDeleteLaterFreesThePathAtOnceForASuccessor)
 {
     probe->onSetData = nullptr;
-    QPointer<EchoNode> old = new EchoNode(CMPath("probe:list/5"));
+    QPointer<EchoNode> old = new EchoNode(CMPath("probe:menu?action=cmnode"));
     old->setNodes(probe->nodes());
-    static_cast<CMNode*>(old.data())->deleteLater();
-    EXPECT_EQ(probe->nodes()->find(CMPath("probe:list/5")), nullptr);
+    EXPECT_EQ(send("probe:menu?action=play&plid=5").variant().toString(), QStringLiteral("probe:menu?action=play&plid=5"));
+    EXPECT_EQ(send("probe:menu/deeper").error().Name(), CMError::NotFoundName());
 
-    EchoNode successor(CMPath("probe:list/5"));
+    static_cast<CMNode*>(old.data())->deleteLater();
+    EXPECT_EQ(probe->nodes()->find(CMPath("probe:menu")), nullptr);
+    EchoNode successor(CMPath("probe:menu"));
     successor.setNodes(probe->nodes());
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     EXPECT_TRUE(old.isNull());
-    EXPECT_EQ(probe->nodes()->find(CMPath("probe:list/5")), &successor);
-    EXPECT_FALSE(send("probe:list/5").hasError());
+    EXPECT_EQ(probe->nodes()->find(CMPath("probe:menu")), &successor);
+    EXPECT_FALSE(send("probe:menu").hasError());
 }
 
 TEST(FrameworkUINode, AContainerBuildsItsOwnRolesForTheRequestedPath)

@@ -1,3 +1,4 @@
+// The records requests, answers and entries travel in: their accessors, JSON forms and names.
 #include <QMetaType>
 #include <cmath>
 #include <gtest/gtest.h>
@@ -15,6 +16,13 @@ KeloHash fromJsonText(const char* text)
     const QVariant v = KeloJson::parse(QString::fromUtf8(text), &ok);
     EXPECT_TRUE(ok) << text;
     return KeloHash(v.toHash());
+}
+
+// Writes the record and reads it back, as it goes through the HTTP API.
+template <typename Record>
+Record throughJson(const Record& record)
+{
+    return Record(KeloHash(KeloJson::parse(KeloJson::stringifyUtf8(record.toVariant())).toHash()));
 }
 
 KeloPlayListPlId withPlid(const QVariant& plid)
@@ -161,4 +169,74 @@ TEST(RecordTypes, AreRegisteredSoThatTheyCrossThreads)
         EXPECT_NE(QMetaType::type(name), QMetaType::UnknownType) << name;
     EXPECT_EQ(QVariant::fromValue(CMPath("a:b?x=1&y=2")), QVariant::fromValue(CMPath("a:b?y=2&x=1")));
     EXPECT_NE(QVariant::fromValue(KeloValue::fromI32(1)), QVariant::fromValue(KeloValue::fromI32(2)));
+}
+
+TEST(RecordJsonForms, KeloValuesReadTheirOwnTypeOnlyAndRecogniseMalformedForms)
+{
+    const KeloValue i32 = fromJsonText(R"({"type": "i32_", "i32_": 5})");
+    const KeloValue text = fromJsonText(R"({"type": "string_", "string_": "Mix"})");
+    const KeloValue flag = fromJsonText(R"({"type": "bool_", "bool_": true})");
+    const KeloValue power = fromJsonText(R"({"type": "powerTarget", "powerTarget": {"target": 2}})");
+    EXPECT_TRUE(i32.i32_() == 5 && text.string_() == "Mix" && flag.bool_());
+    EXPECT_EQ(power.powerTarget().target(), KeloPowerManagerTarget::NetworkStandby);
+    for (const KeloValue& v : {i32, text, flag, power}) {
+        EXPECT_TRUE(v.isWellFormed());
+        EXPECT_EQ(throughJson(v), v);
+    }
+    EXPECT_TRUE(text.i32_() == 0 && !i32.bool_() && i32.string_().isEmpty() && i32.powerTarget().target() == 0);
+    for (const char* bad : {R"({"type": "i32_", "i32_": "5"})", R"({"type": "i32_", "i32_": 5.5})",
+                            R"({"type": "bool_", "bool_": 1})", R"({"type": "string_"})",
+                            R"({"type": "powerTarget", "powerTarget": 2})", R"({"type": "i64_", "i64_": 5})",
+                            R"({"i32_": 5})"}) {
+        EXPECT_FALSE(KeloValue(fromJsonText(bad)).isWellFormed()) << bad;
+        EXPECT_EQ(KeloValue(fromJsonText(bad)).i32_(), 0) << bad;
+    }
+}
+
+TEST(RecordJsonForms, RolesKeepEveryKeyIncludingUnknownOnes)
+{
+    const KeloRoles roles = fromJsonText(R"({
+        "title": "Track", "path": "media:track/12?x=%26", "type": 3, "containerType": 100, "duration": 215,
+        "value": {"type": "i32_", "i32_": 4}, "context": {"title": "Menu", "path": "playlists:pl/trackcontextmenu"},
+        "mediaData": {"resources": [{"uri": "file:///a.mp3", "mimeType": "audio/mpeg"}, 7],
+                      "metaData": {"playLogicPath": "playlists:playlogic", "AllowSeekTime": true, "AllowSeekBytes": false}},
+        "custom": {"kept": [1, 2]}})");
+    EXPECT_EQ(roles.path().parameter("x"), "&");
+    EXPECT_EQ(roles.value().i32_(), 4);
+    EXPECT_EQ(roles.context().path(), CMPath("playlists:pl/trackcontextmenu"));
+    ASSERT_EQ(roles.mediaData().resources().size(), 1);
+    EXPECT_EQ(roles.mediaData().resources().at(0).mimeType(), "audio/mpeg");
+    const KeloMetaData meta = roles.mediaData().metaData();
+    EXPECT_EQ(meta.playLogicPath(), CMPath("playlists:playlogic"));
+    EXPECT_TRUE(meta.allowSeekTime() && meta.hasAllowSeekBytes() && !meta.allowSeekBytes());
+    EXPECT_EQ(throughJson(roles), roles);
+    EXPECT_EQ(roles.get("custom").toHash().value("kept"), QVariant(QVariantList{1, 2}));
+}
+
+TEST(RecordJsonForms, AnActionReplyCarriesItsEventsOnlyWhenThereAreSomeAndAnItemRoundTrips)
+{
+    KeloActionReply reply;
+    KeloRoles result;
+    result.setValue(KeloValue::fromI32(7));
+    reply.setResult(result);
+    EXPECT_FALSE(KeloJson::stringify(reply.toVariant()).contains("events"));
+    KeloEvent event;
+    event.setRowsType(1);
+    event.setPath(CMPath("playlists:pl/getitems/5"));
+    reply.appendEvent(event);
+    reply.appendEvent(event);
+    const KeloActionReply read = throughJson(reply);
+    EXPECT_EQ(read.result().value().i32_(), 7);
+    ASSERT_EQ(read.events().size(), 2);
+    EXPECT_EQ(read.events().at(1).path(), CMPath("playlists:pl/getitems/5"));
+    EXPECT_EQ(read.events().at(1).rowsType(), 1);
+    reply.setEvents({});
+    EXPECT_FALSE(reply.contains("events"));
+
+    const KeloPlayListItem item = fromJsonText(R"({"sequenceNumber": 2, "uid": 17, "title": "T", "durationSeconds": 180,
+        "artist": "A", "album": "B", "artworkUrl": "http://x/a.jpg", "genre": "G", "serviceId": "local",
+        "url": "file:///t.flac", "keloRoles": "{\"title\":\"T\",\"type\":3}"})");
+    EXPECT_EQ(item.durationSeconds(), 180);
+    EXPECT_EQ(KeloRoles(KeloHash(KeloJson::parse(item.keloRoles()).toHash())).type(), 3);
+    EXPECT_EQ(KeloPlayListItem(KeloHash(KeloJson::parse(KeloJson::stringify(item.hash())).toHash())), item);
 }
