@@ -1,29 +1,21 @@
 // The audio player at real time into "fakesink sync=true" (or into a file), driven by a small play
 // logic that plays a list of the test's own audio files in order: track changes, gapless joins, pause,
 // seek, broken and truncated files, a silent server, seeks near the end and a skip near the end.
-#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFileInfo>
-#include <QMutex>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QUrl>
 #include <algorithm>
 #include <arpa/inet.h>
-#include <gtest/gtest.h>
-#include <memory>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include "AudioFiles.h"
 #include "CMEventHub.h"
-#include "CMRoot.h"
-#include "CMWorkerThread.h"
-#include "KeloPaths.h"
-#include "PlayLogic.h"
+#include "PlayerFixture.h"
 #include "player/AudioOutput.h"
-#include "player/Player.h"
 
 namespace {
 
@@ -69,17 +61,14 @@ private:
 
 // Plays tracks in order: the user's play starts the one at its index, the next media is the one after
 // the playing track, next skips to it, and a stream error goes on with the one after the failed one.
-class ListLogic : public CMAbstractWorker
+class ListLogic : public RecordingLogic
 {
 public:
-    explicit ListLogic(const QList<QVariantHash>& tracks)
-        : CMAbstractWorker(QHash<QString, QVariant>(), QStringLiteral("Logic")), m_tracks(tracks) {}
-    QStringList prefixes() const override { return {QStringLiteral("logic")}; }
-    bool setDataRequest(const CMSetDataRequest& request) override
+    explicit ListLogic(const QList<QVariantHash>& tracks) : m_tracks(tracks) {}
+
+protected:
+    void onCall(const QString& call, const QVariantHash& value) override
     {
-        const QVariantHash value = request.value().toHash();
-        const QString call = value.value(PlayLogicWire::Call()).toString();
-        record(call, value);
         if (call == PlayLogicWire::Play())
             play(value.value(PlayLogicWire::Args()).toHash().value("index").toInt());
         else if (call == PlayLogicWire::MediaPlaybackStarted())
@@ -90,27 +79,9 @@ public:
             play(m_current + 1);
         else if (call == PlayLogicWire::StreamError())
             play(m_named + 1);
-        request.reply().setValue(QVariant());
-        return true;
     }
-    QStringList calls(const QString& name, const QString& field = QString())
-    {
-        QMutexLocker lock(&m_mutex);
-        QStringList out;
-        for (const auto& call : m_calls) {
-            if (call.first == name)
-                out << (field.isEmpty() ? QString() : call.second.value(field).toHash().value("title").toString());
-        }
-        return out;
-    }
-    QStringList started() { return calls(PlayLogicWire::MediaPlaybackStarted(), PlayLogicWire::NewRoles()); }
 
 private:
-    void record(const QString& name, const QVariantHash& value)
-    {
-        QMutexLocker lock(&m_mutex);
-        m_calls.append({name, value});
-    }
     int indexOf(const QString& title) const
     {
         for (int i = 0; i < m_tracks.size(); ++i) {
@@ -143,14 +114,10 @@ private:
     QList<QVariantHash> m_tracks;
     int m_current = -1;  // the track that started last
     int m_named = -1;    // the track last named to the player, to play or to follow
-    QMutex m_mutex;
-    QList<QPair<QString, QVariantHash>> m_calls;
 };
 
-// Bounds of waits for an event: they end as soon as the event is seen, and are generous so that a slow
-// or loaded machine (or a sanitizer build) does not fail a player that is merely late.
+// The bound of a wait for a state: it ends as soon as the state is seen.
 constexpr int EventWaitMs = 15000;
-constexpr int ReplyWaitMs = 15000;
 
 struct Sample
 {
@@ -176,21 +143,13 @@ QList<QPair<QString, qint64>> trackChanges(CMEventSubscriber* events)
     return changes;
 }
 
-class AudioPlayer : public ::testing::Test
+class AudioPlayer : public PlayerFixture
 {
 protected:
     void SetUp() override
     {
-        if (!QCoreApplication::instance())
-            app = std::make_unique<QCoreApplication>(argc, argv);
+        PlayerFixture::SetUp();
         ASSERT_TRUE(dir.isValid());
-        root = std::make_unique<CMRootWorker>();
-    }
-    void TearDown() override
-    {
-        playerThread.reset();
-        logicThread.reset();
-        root.reset();
     }
     QString file(const QString& name) const { return dir.filePath(name); }
     // Writes a tone of the given length to the file named (encoded by its extension unless .wav).
@@ -203,35 +162,18 @@ protected:
     }
     void startPlayer(const QList<QVariantHash>& tracks, const QString& sink = QStringLiteral("fakesink sync=true"))
     {
-        logicThread = std::make_unique<CMWorkerThread>([tracks] { return new ListLogic(tracks); });
-        logic = static_cast<ListLogic*>(logicThread->worker());
-        playerThread = std::make_unique<CMWorkerThread>([sink] {
+        const auto makePlayer = [sink]() -> CMAbstractWorker* {
             QString error;
             AudioOutput* output = AudioOutput::create(sink, &error);
             EXPECT_TRUE(output) << error.toStdString();
             return new Player(output);
-        });
+        };
+        logic = static_cast<ListLogic*>(startThreads([tracks] { return new ListLogic(tracks); }, makePlayer));
         clock.start();
-    }
-    QVariantHash control(const QVariantHash& value, CMError* error = nullptr)
-    {
-        const CMVoidReply reply;
-        root->sendSetData(CMSetDataRequest(KeloPlayerControlPath(), value, reply));
-        EXPECT_TRUE(reply.waitForFinished(ReplyWaitMs)) << "the player did not answer";
-        if (error)
-            *error = reply.error();
-        return reply.variant().toHash();
     }
     void play(const QList<QVariantHash>& tracks, int index = 0)
     {
         control({{"control", "playContainer"}, {"trackRoles", tracks.at(index)}, {"index", index}});
-    }
-    QVariantHash state()
-    {
-        const CMReply<QVariant> reply;
-        root->sendGetData(CMGetDataRequest(KeloPlayerStatePath(), {}, reply));
-        EXPECT_TRUE(reply.waitForFinished(ReplyWaitMs)) << "the player did not answer its state";
-        return reply.value().toHash();
     }
     Sample sample()
     {
@@ -259,13 +201,7 @@ protected:
         return watch([title](const Sample& s) { return s.state == "stopped" && s.title == title; });
     }
 
-    int argc = 1;
-    char name[11] = "host_tests";
-    char* argv[2] = {name, nullptr};
-    std::unique_ptr<QCoreApplication> app;
     QTemporaryDir dir;
-    std::unique_ptr<CMRootWorker> root;
-    std::unique_ptr<CMWorkerThread> logicThread, playerThread;
     ListLogic* logic = nullptr;
     QElapsedTimer clock;
 };
