@@ -71,20 +71,21 @@ TEST_F(Events, ClosedStreamsAreForgottenSoNewOnesCanAlwaysOpen)
     EXPECT_TRUE(last->waitFor([](const QVariantHash& e) { return isLimit(e, 7); }));
 }
 
-TEST_F(Events, TerminationEndsOpenStreamsAndTheHostExitsCleanly)
+TEST_F(Events, TerminationOrAnInterruptEndsOpenStreamsAndTheHostExitsCleanly)
 {
-    EventReader first(m_host.port());
-    EventReader second(m_host.port());
-    ASSERT_TRUE(first.waitConnected());
-    ASSERT_TRUE(second.waitConnected());
-    EXPECT_EQ(m_host.stop(SIGTERM, 10000), 0) << m_host.errorOutput().toStdString();
-    EXPECT_TRUE(first.waitEnded());
-    EXPECT_TRUE(second.waitEnded());
-}
-
-TEST_F(Events, AnInterruptStopsTheHostCleanlyToo)
-{
-    EXPECT_EQ(m_host.stop(SIGINT, 10000), 0) << m_host.errorOutput().toStdString();
+    for (int sig : {SIGTERM, SIGINT}) {
+        SCOPED_TRACE(sig);
+        if (sig == SIGINT) {
+            ASSERT_TRUE(m_host.start(m_dir.filePath("data"), {})) << m_host.errorOutput().toStdString();
+        }
+        EventReader first(m_host.port());
+        EventReader second(m_host.port());
+        ASSERT_TRUE(first.waitConnected());
+        ASSERT_TRUE(second.waitConnected());
+        EXPECT_EQ(m_host.stop(sig, 10000), 0) << m_host.errorOutput().toStdString();
+        EXPECT_TRUE(first.waitEnded());
+        EXPECT_TRUE(second.waitEnded());
+    }
 }
 
 // The stream's text, from a subscriber of the process's own hub.

@@ -1,7 +1,6 @@
 // The demo media library: its catalogues, and its rows and prepared items through a running host.
 #include <QDir>
 #include <QFile>
-#include <QSet>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -21,26 +20,20 @@ void writeTaggedWav(const QString& fileName, int seconds, const char* title, con
     ASSERT_TRUE(AudioFiles::tag(fileName, title, artist, album, number));
 }
 
-TEST(MediaCatalogue, TheDemoHoldsAFewHundredPlayableTracksAndOneAlbumOfUnplayableOnes)
+TEST(MediaCatalogue, EveryDemoTrackIsInItsAlbumAndPlayableButAFew)
 {
     const Catalogue demo = Catalogue::demo();
-    EXPECT_GE(demo.trackCount(), 250);
-    EXPECT_LE(demo.trackCount(), 400);
-    QSet<QString> artists;
     int failing = 0;
     for (int id = 1; id <= demo.trackCount(); ++id) {
         const CatalogueTrack* track = demo.track(id);
         ASSERT_NE(track, nullptr);
-        EXPECT_GE(track->duration, 90);
-        EXPECT_LE(track->duration, 400);
         EXPECT_TRUE(demo.album(track->albumId)->trackIds.contains(id));
-        artists.insert(track->artist);
-        failing += track->uri.startsWith("fail:") ? 1 : 0;
-        if (!track->uri.startsWith("fail:")) {
+        if (track->uri.startsWith("fail:"))
+            ++failing;
+        else
             EXPECT_EQ(track->uri, QStringLiteral("demo://track/%1").arg(id));
-        }
     }
-    EXPECT_EQ(artists.size(), 12);
+    EXPECT_GT(demo.trackCount(), 100);
     EXPECT_GT(failing, 0);
     EXPECT_LT(failing, 10);
     EXPECT_EQ(demo.track(0), nullptr);
