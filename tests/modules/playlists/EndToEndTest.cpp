@@ -1,5 +1,5 @@
 // kelo-host with the module over HTTP, for what only the running program shows: many clients at once,
-// a restart, the events stream, and the exact answers of a recorded session.
+// a restart, a merge between stored lists, the events stream, and the exact answers of a recorded session.
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -71,6 +71,26 @@ TEST_F(EndToEnd, ARestartKeepsEverythingButThePlayQueue)
     // The restarted module works on what it loaded.
     EXPECT_TRUE(succeeds("playlists:pl/removeitems", QVariantHash{{"plid", a}, {"items", QVariantList{0}}}));
     EXPECT_EQ(store().titles(a), titlesA.mid(1));
+}
+
+TEST_F(EndToEnd, AMergeEmptiesTheSourceIntoTheTargetAndRemovesItButNeverItselfOrThePlayQueue)
+{
+    const int source = createPlayList("Source");
+    const int target = createPlayList("Target");
+    ASSERT_TRUE(add(source, {"media:album/2"}));
+    ASSERT_TRUE(add(target, {"media:track/1"}));
+    const QStringList expected = store().titles(target) + store().titles(source);
+    ASSERT_TRUE(succeeds("playlists:pl/additems", QVariantHash{{"plid", target}, {"fromPlid", source}}));
+    EXPECT_EQ(store().titles(target), expected);
+    EXPECT_EQ(store().playlistRow(source), QString());
+    EXPECT_EQ(store().number("SELECT COUNT(*) FROM items"), expected.size());
+
+    ASSERT_TRUE(succeeds("playlists:pl/additems", QVariantHash{{"plid", target}, {"fromPlid", target}}));
+    EXPECT_EQ(store().titles(target), expected + expected);
+    ASSERT_TRUE(add(0, {"media:track/9"}));
+    ASSERT_TRUE(succeeds("playlists:pl/additems", QVariantHash{{"plid", target}, {"fromPlid", 0}}));
+    EXPECT_EQ(store().titles(0).size(), 1);
+    EXPECT_EQ(store().titles(target).size(), 2 * expected.size() + 1);
 }
 
 TEST_F(EndToEnd, EveryEditReachesEveryOpenStreamOnceAndInOrder)
