@@ -1,4 +1,5 @@
 // The settings tree of kelo-host: set and read through the API, kept across restarts, overridden at start.
+#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -11,7 +12,7 @@ class Settings : public ::testing::Test
 protected:
     void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
 
-    QString dataDir() const { return m_dir.filePath("data"); }
+    QString dataDir() const { return m_dir.filePath("a/b/data"); }  // the host creates what is missing
     bool start(const QStringList& arguments = {})
     {
         const bool started = m_host.start(dataDir(), arguments);
@@ -41,6 +42,7 @@ TEST_F(Settings, ValuesSetThroughTheApiOrAtStartUpAreInForceAtOnceAndKeptAcrossA
     EXPECT_EQ(answer.value("value").toHash(), vacuum);
     EXPECT_EQ(value("settings:playlists/dbVacuum"), vacuum);
     ASSERT_EQ(m_host.stop(), 0);
+    EXPECT_TRUE(QFile::exists(dataDir() + "/data-rw/settings.json"));
 
     ASSERT_TRUE(start());  // without the override
     EXPECT_EQ(value("settings:playlists/dbVacuum"), vacuum);

@@ -109,14 +109,6 @@ TEST_F(Startup, ATokenFromAFileWorksAndIsNeverLogged)
     EXPECT_FALSE(m_host.errorOutput().contains("sixteen-chars-ok"));
 }
 
-TEST_F(Startup, TheDataDirectoryIsCreatedAndHoldsTheSettings)
-{
-    const QString nested = m_dir.filePath("a/b/data");
-    ASSERT_TRUE(m_host.start(nested, {})) << m_host.errorOutput().toStdString();
-    ASSERT_EQ(m_host.post("/api/setData", R"({"path": "settings:playlists/dbVacuum", "value": {"type": "bool_", "bool_": true}})"), 200);
-    EXPECT_TRUE(QFile::exists(nested + "/data-rw/settings.json"));
-}
-
 TEST_F(Startup, TheWebPageIsServedFromItsFolderAndNothingOutsideIt)
 {
     const QString web = m_dir.filePath("web");
