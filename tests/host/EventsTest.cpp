@@ -5,19 +5,15 @@
 
 #include "CMEventHub.h"
 #include "EventReader.h"
-#include "HostProcess.h"
+#include "HostTest.h"
 #include "http/EventStream.h"
 
 namespace {
 
-class Events : public ::testing::Test
+class Events : public HostTest
 {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(m_dir.isValid());
-        ASSERT_TRUE(m_host.start(m_dir.filePath("data"), {})) << m_host.errorOutput().toStdString();
-    }
+    void SetUp() override { ASSERT_TRUE(start()); }
     void setLimit(int limit) const
     {
         const QVariantHash request = {{"path", "settings:playlists/dbItemsLimit"}, {"value", i32Value(limit)}};
@@ -29,9 +25,6 @@ protected:
                && event.value("change") == "value"
                && event.value("value").toHash() == i32Value(limit);
     }
-
-    QTemporaryDir m_dir;
-    HostProcess m_host;
 };
 
 TEST_F(Events, ASettingsChangeArrivesOnEveryOpenStream)
@@ -76,7 +69,7 @@ TEST_F(Events, TerminationOrAnInterruptEndsOpenStreamsAndTheHostExitsCleanly)
     for (int sig : {SIGTERM, SIGINT}) {
         SCOPED_TRACE(sig);
         if (sig == SIGINT) {
-            ASSERT_TRUE(m_host.start(m_dir.filePath("data"), {})) << m_host.errorOutput().toStdString();
+            ASSERT_TRUE(start());
         }
         EventReader first(m_host.port());
         EventReader second(m_host.port());

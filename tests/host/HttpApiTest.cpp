@@ -3,41 +3,26 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
-#include "HostProcess.h"
+#include "HostTest.h"
 
 namespace {
 
 const char* const LimitPath = "settings:playlists/dbItemsLimit";
 
-class HttpApi : public ::testing::Test
+class HttpApi : public HostTest
 {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(m_dir.isValid());
-        ASSERT_TRUE(m_host.start(dataDir(), {"--plugin", HostProcess::testWorker(), "--reply-timeout-ms", "500"}))
-            << m_host.errorOutput().toStdString();
-    }
-
-    QString dataDir() const { return m_dir.filePath("data"); }
+    void SetUp() override { ASSERT_TRUE(start({"--plugin", HostProcess::testWorker(), "--reply-timeout-ms", "500"})); }
     QByteArray settingsFile() const
     {
         QFile file(dataDir() + "/data-rw/settings.json");
         return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
-    int limit() const
-    {
-        QVariantHash answer;
-        m_host.post("/api/getData", jsonText(QVariantHash{{"path", LimitPath}}), &answer);
-        return answer.value("value").toHash().value("i32_", -1).toInt();
-    }
+    int limit() const { return value(LimitPath).value("i32_", -1).toInt(); }
     QString errorName(const QVariantHash& answer) const
     {
         return answer.value("error").toHash().value("name").toString();
     }
-
-    QTemporaryDir m_dir;
-    HostProcess m_host;
 };
 
 TEST_F(HttpApi, ASetDataRoundTripReachesThePluginWorkerAndComesBackUnchanged)

@@ -1,11 +1,10 @@
 // What the HTTP layer refuses: other hosts and origins, bodies of the wrong type or of any framing
 // over the limit, ambiguous framing; and what every answer carries.
 #include <QFile>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 #include <vector>
 
-#include "HostProcess.h"
+#include "HostTest.h"
 #include "KeloJson.h"
 #include "RawConnection.h"
 #include "http/RequestGate.h"
@@ -21,21 +20,15 @@ std::string request(const std::string& method, const std::string& path, const st
            + "\r\n\r\n" + body;
 }
 
-class HttpSafety : public ::testing::Test
+class HttpSafety : public HostTest
 {
 protected:
-    void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
-    void start(const QStringList& arguments = {})
+    void startHost(const QStringList& arguments = {})
     {
-        ASSERT_TRUE(m_host.start(m_dir.filePath("data"), arguments)) << m_host.errorOutput().toStdString();
+        ASSERT_TRUE(start(arguments));
         m_local = "Host: 127.0.0.1:" + std::to_string(m_host.port()) + "\r\n";
     }
-    int limit() const
-    {
-        QVariantHash answer;
-        m_host.post("/api/getData", jsonText(QVariantHash{{"path", LimitPath}}), &answer);
-        return answer.value("value").toHash().value("i32_", -1).toInt();
-    }
+    int limit() const { return value(LimitPath).value("i32_", -1).toInt(); }
     // The status of one request on a connection of its own.
     int send(const std::string& text) const
     {
@@ -47,14 +40,12 @@ protected:
         return jsonText(QVariantHash{{"path", LimitPath}, {"value", i32Value(value)}});
     }
 
-    QTemporaryDir m_dir;
-    HostProcess m_host;
     std::string m_local;
 };
 
 TEST_F(HttpSafety, AStateChangeFromAnotherPageOrWithoutTheJsonTypeIsRefusedAndChangesNothing)
 {
-    start();
+    startHost();
     const std::string json = "Content-Type: application/json\r\n";
     const std::pair<std::string, int> refused[] = {
         {"Content-Type: text/plain\r\n", 415},
@@ -79,7 +70,7 @@ TEST_F(HttpSafety, AStateChangeFromAnotherPageOrWithoutTheJsonTypeIsRefusedAndCh
 
 TEST_F(HttpSafety, OnlyTheListeningAddressLocalhostAndAllowedNamesAreAnswered)
 {
-    start({"--allow-host", "Kelo.Local"});
+    startHost({"--allow-host", "Kelo.Local"});
     const std::string port = ":" + std::to_string(m_host.port());
     const std::string json = "Content-Type: application/json\r\n";
     for (const std::string& host : std::vector<std::string>{"evil.example" + port, "127.0.0.2" + port, "localhost.evil.example", ""}) {
@@ -99,7 +90,7 @@ TEST_F(HttpSafety, OnlyTheListeningAddressLocalhostAndAllowedNamesAreAnswered)
 
 TEST_F(HttpSafety, EveryAnswerCarriesTheProtectiveHeadersAndApiAnswersAreJson)
 {
-    start();
+    startHost();
     const std::string json = "Content-Type: application/json\r\n";
     const std::string requests[] = {
         request("GET", "/", m_local),
@@ -131,7 +122,7 @@ TEST_F(HttpSafety, EveryAnswerCarriesTheProtectiveHeadersAndApiAnswersAreJson)
 
 TEST_F(HttpSafety, AmbiguousFramingLongTextsAndTooManyValuesAreRefused)
 {
-    start();
+    startHost();
     const std::string json = "Content-Type: application/json\r\n";
     // Two lengths that disagree, or a length beside chunked framing, leave the body's end unknown.
     const std::string body = setLimit(7);

@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "AudioFiles.h"
-#include "HostProcess.h"
+#include "HostTest.h"
 #include "KeloJson.h"
 #include "KeloPlayList.h"
 #include "KeloRoles.h"
@@ -72,14 +72,10 @@ TEST(MediaCatalogue, AFolderOfAudioFilesIsReadThroughItsTagsAndGroupedByAlbum)
     EXPECT_EQ(catalogue.track(unknown->trackIds.at(0))->title, "untagged");
 }
 
-class MediaLibrary : public ::testing::Test
+class MediaLibrary : public HostTest
 {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(m_dir.isValid());
-        ASSERT_TRUE(m_host.start(m_dir.filePath("data"), {})) << m_host.errorOutput().toStdString();
-    }
+    void SetUp() override { ASSERT_TRUE(start()); }
     QVariantHash rows(const QString& path, int fromRow, int toRow, const QStringList& roles = {}) const
     {
         QVariantHash request = {{"path", path}, {"fromRow", fromRow}, {"toRow", toRow}};
@@ -90,8 +86,6 @@ protected:
         return answer;
     }
 
-    QTemporaryDir m_dir;
-    HostProcess m_host;
     const Catalogue m_demo = Catalogue::demo();
 };
 

@@ -1,39 +1,17 @@
 // The settings tree of kelo-host: set and read through the API, kept across restarts, overridden at start.
 #include <QFile>
-#include <QTemporaryDir>
-#include <gtest/gtest.h>
 
-#include "HostProcess.h"
+#include "HostTest.h"
 
 namespace {
 
-class Settings : public ::testing::Test
-{
-protected:
-    void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
-
-    QString dataDir() const { return m_dir.filePath("a/b/data"); }  // the host creates what is missing
-    bool start(const QStringList& arguments = {})
-    {
-        const bool started = m_host.start(dataDir(), arguments);
-        EXPECT_TRUE(started) << m_host.errorOutput().toStdString();
-        return started;
-    }
-    QVariantHash value(const char* path) const
-    {
-        QVariantHash answer;
-        EXPECT_EQ(m_host.post("/api/getData", jsonText(QVariantHash{{"path", path}}), &answer), 200);
-        return answer.value("value").toHash();
-    }
-
-    QTemporaryDir m_dir;
-    HostProcess m_host;
-};
+using Settings = HostTest;
 
 TEST_F(Settings, ValuesSetThroughTheApiOrAtStartUpAreInForceAtOnceAndKeptAcrossARestart)
 {
     const QVariantHash vacuum = {{"type", "bool_"}, {"bool_", true}};
-    ASSERT_TRUE(start({"--set", "settings:playlists/dbItemsLimit=" + QString::fromStdString(jsonText(i32Value(0)))}));
+    const QString nested = m_dir.filePath("a/b/data");  // the host creates what is missing
+    ASSERT_TRUE(start({"--set", "settings:playlists/dbItemsLimit=" + QString::fromStdString(jsonText(i32Value(0)))}, nested));
     EXPECT_EQ(value("settings:playlists/dbItemsLimit"), i32Value(0));
     EXPECT_EQ(value("settings:playlists/dbVacuum").value("bool_"), false);
     QVariantHash answer;
@@ -42,9 +20,9 @@ TEST_F(Settings, ValuesSetThroughTheApiOrAtStartUpAreInForceAtOnceAndKeptAcrossA
     EXPECT_EQ(answer.value("value").toHash(), vacuum);
     EXPECT_EQ(value("settings:playlists/dbVacuum"), vacuum);
     ASSERT_EQ(m_host.stop(), 0);
-    EXPECT_TRUE(QFile::exists(dataDir() + "/data-rw/settings.json"));
+    EXPECT_TRUE(QFile::exists(nested + "/data-rw/settings.json"));
 
-    ASSERT_TRUE(start());  // without the override
+    ASSERT_TRUE(start({}, nested));  // without the override
     EXPECT_EQ(value("settings:playlists/dbVacuum"), vacuum);
     EXPECT_EQ(value("settings:playlists/dbItemsLimit"), i32Value(0));
     EXPECT_EQ(value("powermanager:target").value("powerTarget").toHash().value("target"), 1);
