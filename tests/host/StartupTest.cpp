@@ -29,7 +29,8 @@ TEST_F(Startup, WhatCannotWorkEndsTheHostWithStatus2AndSaysWhy)
         EXPECT_TRUE(m_host.errorOutput().contains(start.second)) << m_host.errorOutput().toStdString();
     }
 
-    ASSERT_TRUE(m_host.start(dataDir(), {})) << m_host.errorOutput().toStdString();
+    ASSERT_TRUE(start({"--token", "sixteen-chars-ok"}));
+    EXPECT_EQ(m_host.post("/api/getData", R"({"path": "settings:playlists/dbVacuum"})"), 401) << "the token is in force";
     HostProcess second;
     const QString address = QStringLiteral("127.0.0.1:%1").arg(m_host.port());
     EXPECT_EQ(second.runToExit(m_dir.filePath("second"), {"--listen", address}), 2);
