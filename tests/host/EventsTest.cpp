@@ -27,17 +27,6 @@ protected:
     }
 };
 
-TEST_F(Events, ASettingsChangeArrivesOnEveryOpenStream)
-{
-    EventReader first(m_host.port());
-    EventReader second(m_host.port());
-    ASSERT_TRUE(first.waitConnected());
-    ASSERT_TRUE(second.waitConnected());
-    setLimit(42);
-    EXPECT_TRUE(first.waitFor([](const QVariantHash& e) { return isLimit(e, 42); }));
-    EXPECT_TRUE(second.waitFor([](const QVariantHash& e) { return isLimit(e, 42); }));
-}
-
 // A client that went away is noticed at the next write, so its stream may hold its place for a moment.
 std::unique_ptr<EventReader> opensSoonerOrLater(int port)
 {
