@@ -19,19 +19,12 @@
 
 namespace {
 
-QVariantHash streamTrack(const QString& title, const QString& uri, int seconds = 0)
-{
-    return {{"title", title}, {"duration", seconds},
-            {"mediaData", QVariantHash{{"resources", QVariantList{QVariantHash{{"uri", uri}}}},
-                                       {"metaData", QVariantHash{{"playLogicPath", "logic:pl"}}}}}};
-}
-
 // A track of the file, or of an http server that refuses connections when file is empty.
 QVariantHash track(const QString& title, const QString& file, int seconds = 0)
 {
     const QString uri = file.isEmpty() ? QStringLiteral("http://127.0.0.1:1/none.ogg")
                                        : QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded);
-    return streamTrack(title, uri, seconds);
+    return trackRoles(title, uri, seconds);
 }
 
 // An http server on the loopback that takes connections (the kernel does, into its backlog) and
@@ -345,7 +338,7 @@ TEST_F(AudioPlayer, AnHttpServerThatNeverAnswersIsReportedAndTheListGoesOn)
     SilentServer server;
     ASSERT_NE(server.port(), 0);
     const QString silent = QStringLiteral("http://127.0.0.1:%1/radio.ogg").arg(server.port());
-    const QList<QVariantHash> tracks = {streamTrack("Silent", silent), track("C", audio("c.wav", 1), 1)};
+    const QList<QVariantHash> tracks = {trackRoles("Silent", silent), track("C", audio("c.wav", 1), 1)};
     startPlayer(tracks);
     play(tracks);
     // The wait outlasts the player's bound on a silent server, not the source's own minute.

@@ -13,6 +13,14 @@
 #include "PlayLogic.h"
 #include "player/Player.h"
 
+// A track's roles as a page sends them: its one resource, and logic:pl as the play logic that plays it.
+inline QVariantHash trackRoles(const QString& title, const QString& uri, int seconds = 0)
+{
+    return {{"title", title}, {"duration", seconds},
+            {"mediaData", QVariantHash{{"resources", QVariantList{QVariantHash{{"uri", uri}}}},
+                                       {"metaData", QVariantHash{{"playLogicPath", "logic:pl"}}}}}};
+}
+
 // A play logic at logic: that records every call of the player (readable from any thread) and hands
 // it to onCall on the logic's own thread.
 class RecordingLogic : public CMAbstractWorker

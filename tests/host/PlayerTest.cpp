@@ -38,12 +38,7 @@ protected:
         logic->release.release(10);
         PlayerFixture::TearDown();
     }
-    static QVariant track(const QString& title, int seconds)
-    {
-        return QVariantHash{{"title", title}, {"duration", seconds},
-                            {"mediaData", QVariantHash{{"resources", QVariantList{QVariantHash{{"uri", "demo://" + title}}}},
-                                                       {"metaData", QVariantHash{{"playLogicPath", "logic:pl"}}}}}};
-    }
+    static QVariantHash track(const QString& title, int seconds) { return trackRoles(title, "demo://" + title, seconds); }
     // The user chooses the track, so that the player asks logic:pl, which has it started.
     void start(const QString& title, int seconds)
     {
