@@ -20,8 +20,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
-#include <QRegularExpression>
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -35,6 +33,7 @@
 
 #include "BenchSupport.h"
 #include "CMRoot.h"
+#include "HostProcess.h"
 #include "CMRequest.h"
 #include "KeloPaths.h"
 #include "PlayList.h"
@@ -99,59 +98,28 @@ std::deque<Row> g_rows;  // rows are referred to while later ones are added
 
 // ---- the host and its client -----------------------------------------------------------------
 
-class Host
+// kelo-host with the module and the items limit lifted; ms until it printed its address.
+double startHost(HostProcess& host, const QString& dataDir)
 {
-public:
-    ~Host() { stop(); }
+    QElapsedTimer timer;
+    timer.start();
+    if (!host.start(dataDir, {"--plugin", HostProcess::playlistsModule(), "--set",
+                              R"(settings:playlists/dbItemsLimit={"type":"i32_","i32_":0})"}))
+        fail("kelo-host did not start: " + host.errorOutput().left(500).toStdString());
+    return double(timer.nsecsElapsed()) / 1e6;
+}
 
-    // Starts kelo-host on a free port with its data in dataDir; ms until it printed its address.
-    double start(const QString& dataDir)
-    {
-        m_process = std::make_unique<QProcess>();
-        m_process->setStandardErrorFile(dataDir + QStringLiteral("/kelo-host.log"));
-        QElapsedTimer timer;
-        timer.start();
-        m_process->start(QCoreApplication::applicationDirPath() + QStringLiteral("/kelo-host"),
-                         {"--listen", "127.0.0.1:0", "--data-dir", dataDir, "--set",
-                          R"(settings:playlists/dbItemsLimit={"type":"i32_","i32_":0})"});
-        const QRegularExpression ready(QStringLiteral("listening on http://[^:]+:(\\d+)"));
-        QByteArray output;
-        while (m_process->waitForReadyRead(60000)) {
-            output += m_process->readAllStandardOutput();
-            const QRegularExpressionMatch match = ready.match(QString::fromUtf8(output));
-            if (match.hasMatch()) {
-                m_port = match.captured(1).toInt();
-                return double(timer.nsecsElapsed()) / 1e6;
-            }
-        }
-        fail("kelo-host did not start; see " + dataDir.toStdString() + "/kelo-host.log");
-    }
-    void stop()
-    {
-        if (!m_process)
-            return;
-        m_process->terminate();
-        if (!m_process->waitForFinished(60000))
-            m_process->kill();
-        m_process.reset();
-    }
-    int port() const { return m_port; }
-    // Resident memory in MiB, from /proc.
-    double rssMiB() const
-    {
-        QFile status(QStringLiteral("/proc/%1/status").arg(m_process->processId()));
-        if (!status.open(QIODevice::ReadOnly))
-            return NAN;
-        for (const QByteArray& line : status.readAll().split('\n'))
-            if (line.startsWith("VmRSS:"))
-                return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
+// Resident memory in MiB, from /proc.
+double rssMiB(const HostProcess& host)
+{
+    QFile status(QStringLiteral("/proc/%1/status").arg(host.pid()));
+    if (!status.open(QIODevice::ReadOnly))
         return NAN;
-    }
-
-private:
-    std::unique_ptr<QProcess> m_process;
-    int m_port = 0;
-};
+    for (const QByteArray& line : status.readAll().split('\n'))
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
+    return NAN;
+}
 
 // One kept-alive connection; every request says it carries JSON.
 class Client
@@ -288,7 +256,7 @@ public:
     void run()
     {
         QDir(m_base).mkpath(QStringLiteral("host"));
-        m_host.start(m_base + QStringLiteral("/host"));
+        startHost(m_host, m_base + QStringLiteral("/host"));
         m_client = std::make_unique<Client>(m_host.port());
         // Each of the three ways has a store of its own, which grows the same way.
         QDir(m_base).mkpath(QStringLiteral("floor"));
@@ -487,7 +455,7 @@ private:
     const Repeats m_repeats;
     const QString m_base;
     const QList<KeloPlayListItem> m_items;
-    Host m_host;
+    HostProcess m_host;
     std::unique_ptr<Client> m_client;
     std::unique_ptr<InProcess> m_inProcess;
     std::unique_ptr<Database> m_floorStore;
@@ -525,8 +493,8 @@ void startUp(const QString& base)
             InProcess inProcess;
             inProcess.manager.initCollections();
         }));
-        Host host;
-        const double listening = host.start(dataDir);
+        HostProcess host;
+        const double listening = startHost(host, dataDir);
         Client client(host.port());
         double ms = 0;
         const QByteArray body = QJsonDocument(QJsonObject{{"path", "playlists:"}, {"fromRow", 0}, {"toRow", 49}}).toJson(QJsonDocument::Compact);
@@ -534,7 +502,7 @@ void startUp(const QString& base)
         if (answer["rowsCount"].toInt() < 1000)
             fail("the started host does not list the 1,000 playlists");
         r.endToEnd.add(listening + ms);
-        r.note = "RSS after it " + std::to_string(int(host.rssMiB())) + " MiB";
+        r.note = "RSS after it " + std::to_string(int(rssMiB(host))) + " MiB";
     }
 }
 

@@ -1,45 +1,30 @@
 // The audio player at real time into "fakesink sync=true" (or into a file), driven by a small play
 // logic that plays a list of the test's own audio files in order: track changes, gapless joins, pause,
 // seek, broken and truncated files, a silent server, seeks near the end and a skip near the end.
-#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFileInfo>
-#include <QMutex>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QUrl>
 #include <algorithm>
 #include <arpa/inet.h>
-#include <gtest/gtest.h>
-#include <memory>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include "AudioFiles.h"
 #include "CMEventHub.h"
-#include "CMRoot.h"
-#include "CMWorkerThread.h"
-#include "KeloPaths.h"
-#include "PlayLogic.h"
+#include "PlayerFixture.h"
 #include "player/AudioOutput.h"
-#include "player/Player.h"
 
 namespace {
-
-QVariantHash streamTrack(const QString& title, const QString& uri, int seconds = 0)
-{
-    return {{"title", title}, {"duration", seconds},
-            {"mediaData", QVariantHash{{"resources", QVariantList{QVariantHash{{"uri", uri}}}},
-                                       {"metaData", QVariantHash{{"playLogicPath", "logic:pl"}}}}}};
-}
 
 // A track of the file, or of an http server that refuses connections when file is empty.
 QVariantHash track(const QString& title, const QString& file, int seconds = 0)
 {
     const QString uri = file.isEmpty() ? QStringLiteral("http://127.0.0.1:1/none.ogg")
                                        : QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded);
-    return streamTrack(title, uri, seconds);
+    return trackRoles(title, uri, seconds);
 }
 
 // An http server on the loopback that takes connections (the kernel does, into its backlog) and
@@ -69,17 +54,14 @@ private:
 
 // Plays tracks in order: the user's play starts the one at its index, the next media is the one after
 // the playing track, next skips to it, and a stream error goes on with the one after the failed one.
-class ListLogic : public CMAbstractWorker
+class ListLogic : public RecordingLogic
 {
 public:
-    explicit ListLogic(const QList<QVariantHash>& tracks)
-        : CMAbstractWorker(QHash<QString, QVariant>(), QStringLiteral("Logic")), m_tracks(tracks) {}
-    QStringList prefixes() const override { return {QStringLiteral("logic")}; }
-    bool setDataRequest(const CMSetDataRequest& request) override
+    explicit ListLogic(const QList<QVariantHash>& tracks) : m_tracks(tracks) {}
+
+protected:
+    void onCall(const QString& call, const QVariantHash& value) override
     {
-        const QVariantHash value = request.value().toHash();
-        const QString call = value.value(PlayLogicWire::Call()).toString();
-        record(call, value);
         if (call == PlayLogicWire::Play())
             play(value.value(PlayLogicWire::Args()).toHash().value("index").toInt());
         else if (call == PlayLogicWire::MediaPlaybackStarted())
@@ -90,35 +72,9 @@ public:
             play(m_current + 1);
         else if (call == PlayLogicWire::StreamError())
             play(m_named + 1);
-        request.reply().setValue(QVariant());
-        return true;
-    }
-    QStringList calls(const QString& name, const QString& field = QString())
-    {
-        QMutexLocker lock(&m_mutex);
-        QStringList out;
-        for (const auto& call : m_calls) {
-            if (call.first == name)
-                out << (field.isEmpty() ? QString() : call.second.value(field).toHash().value("title").toString());
-        }
-        return out;
-    }
-    QVariantHash lastCall(const QString& name)
-    {
-        QMutexLocker lock(&m_mutex);
-        for (int i = m_calls.size() - 1; i >= 0; --i) {
-            if (m_calls.at(i).first == name)
-                return m_calls.at(i).second;
-        }
-        return {};
     }
 
 private:
-    void record(const QString& name, const QVariantHash& value)
-    {
-        QMutexLocker lock(&m_mutex);
-        m_calls.append({name, value});
-    }
     int indexOf(const QString& title) const
     {
         for (int i = 0; i < m_tracks.size(); ++i) {
@@ -151,14 +107,10 @@ private:
     QList<QVariantHash> m_tracks;
     int m_current = -1;  // the track that started last
     int m_named = -1;    // the track last named to the player, to play or to follow
-    QMutex m_mutex;
-    QList<QPair<QString, QVariantHash>> m_calls;
 };
 
-// Bounds of waits for an event: they end as soon as the event is seen, and are generous so that a slow
-// or loaded machine (or a sanitizer build) does not fail a player that is merely late.
+// The bound of a wait for a state: it ends as soon as the state is seen.
 constexpr int EventWaitMs = 15000;
-constexpr int ReplyWaitMs = 15000;
 
 struct Sample
 {
@@ -184,54 +136,37 @@ QList<QPair<QString, qint64>> trackChanges(CMEventSubscriber* events)
     return changes;
 }
 
-class AudioPlayer : public ::testing::Test
+class AudioPlayer : public PlayerFixture
 {
 protected:
     void SetUp() override
     {
-        if (!QCoreApplication::instance())
-            app = std::make_unique<QCoreApplication>(argc, argv);
+        PlayerFixture::SetUp();
         ASSERT_TRUE(dir.isValid());
-        root = std::make_unique<CMRootWorker>();
-    }
-    void TearDown() override
-    {
-        playerThread.reset();
-        logicThread.reset();
-        root.reset();
     }
     QString file(const QString& name) const { return dir.filePath(name); }
+    // Writes a tone of the given length to the file named (encoded by its extension unless .wav).
+    QString audio(const QString& name, double seconds, int hz = 440) const
+    {
+        const bool written = name.endsWith(".wav") ? AudioFiles::writeWav(file(name), seconds, hz)
+                                                   : AudioFiles::writeEncoded(file(name), seconds, hz);
+        EXPECT_TRUE(written) << name.toStdString();
+        return file(name);
+    }
     void startPlayer(const QList<QVariantHash>& tracks, const QString& sink = QStringLiteral("fakesink sync=true"))
     {
-        logicThread = std::make_unique<CMWorkerThread>([tracks] { return new ListLogic(tracks); });
-        logic = static_cast<ListLogic*>(logicThread->worker());
-        playerThread = std::make_unique<CMWorkerThread>([sink] {
+        const auto makePlayer = [sink]() -> CMAbstractWorker* {
             QString error;
             AudioOutput* output = AudioOutput::create(sink, &error);
             EXPECT_TRUE(output) << error.toStdString();
             return new Player(output);
-        });
+        };
+        logic = static_cast<ListLogic*>(startThreads([tracks] { return new ListLogic(tracks); }, makePlayer));
         clock.start();
-    }
-    QVariantHash control(const QVariantHash& value, CMError* error = nullptr)
-    {
-        const CMVoidReply reply;
-        root->sendSetData(CMSetDataRequest(KeloPlayerControlPath(), value, reply));
-        EXPECT_TRUE(reply.waitForFinished(ReplyWaitMs)) << "the player did not answer";
-        if (error)
-            *error = reply.error();
-        return reply.variant().toHash();
     }
     void play(const QList<QVariantHash>& tracks, int index = 0)
     {
         control({{"control", "playContainer"}, {"trackRoles", tracks.at(index)}, {"index", index}});
-    }
-    QVariantHash state()
-    {
-        const CMReply<QVariant> reply;
-        root->sendGetData(CMGetDataRequest(KeloPlayerStatePath(), {}, reply));
-        EXPECT_TRUE(reply.waitForFinished(ReplyWaitMs)) << "the player did not answer its state";
-        return reply.value().toHash();
     }
     Sample sample()
     {
@@ -254,13 +189,12 @@ protected:
         return samples;
     }
 
-    int argc = 1;
-    char name[11] = "host_tests";
-    char* argv[2] = {name, nullptr};
-    std::unique_ptr<QCoreApplication> app;
+    QList<Sample> untilStoppedAt(const QString& title)
+    {
+        return watch([title](const Sample& s) { return s.state == "stopped" && s.title == title; });
+    }
+
     QTemporaryDir dir;
-    std::unique_ptr<CMRootWorker> root;
-    std::unique_ptr<CMWorkerThread> logicThread, playerThread;
     ListLogic* logic = nullptr;
     QElapsedTimer clock;
 };
@@ -269,17 +203,14 @@ protected:
 
 TEST_F(AudioPlayer, ThreeFilesPlayThroughInOrderChangingTrackAtEachBoundaryWithoutAGap)
 {
-    ASSERT_TRUE(AudioFiles::writeWav(file("a.wav"), 2));
-    ASSERT_TRUE(AudioFiles::writeEncoded(file("b.flac"), 2));
-    ASSERT_TRUE(AudioFiles::writeEncoded(file("c.ogg"), 2));
     // The last one has no length in its roles: the stream tells it.
-    const QList<QVariantHash> tracks = {track("A", file("a.wav"), 2), track("B", file("b.flac"), 2), track("C", file("c.ogg"))};
+    const QList<QVariantHash> tracks = {track("A", audio("a.wav", 2), 2), track("B", audio("b.flac", 2), 2), track("C", audio("c.ogg", 2))};
     const auto events = CMEventHub::instance().subscribe();
     startPlayer(tracks);
     play(tracks);
-    const QList<Sample> samples = watch([](const Sample& s) { return s.state == "stopped" && s.title == "C"; });
+    const QList<Sample> samples = untilStoppedAt("C");
     ASSERT_EQ(samples.last().state, "stopped") << "the list did not end";
-    EXPECT_EQ(logic->calls(PlayLogicWire::MediaPlaybackStarted(), PlayLogicWire::NewRoles()), QStringList({"A", "B", "C"}));
+    EXPECT_EQ(logic->started(), QStringList({"A", "B", "C"}));
 
     // The player shows each following track within 150 ms of its start, as the pipeline counts it.
     const QList<QPair<QString, qint64>> shown = trackChanges(events.get());
@@ -305,23 +236,19 @@ TEST_F(AudioPlayer, ThreeFilesPlayThroughInOrderChangingTrackAtEachBoundaryWitho
         EXPECT_LE(after.at - before.answered, played + 150) << "a gap before " << after.title.toStdString();
     }
     EXPECT_EQ(boundaries, 2);
-    const QVariantHash lastPlaying = logic->lastCall(PlayLogicWire::PrepareNextMedia());
-    EXPECT_EQ(lastPlaying.value(PlayLogicWire::Serial()).toInt(), 3) << "C asked once for what follows it";
+    EXPECT_EQ(logic->calls(PlayLogicWire::PrepareNextMedia()).size(), 3) << "each track asked once for what follows it";
 }
 
 TEST_F(AudioPlayer, ShortFilesFollowEachOtherIntoTheOutputOpenedOnceSampleForSample)
 {
     // Each file is read whole long before its end, before the player knows what follows it. A sink
     // that was reopened for a track starts its file anew.
-    ASSERT_TRUE(AudioFiles::writeWav(file("a.wav"), 1, 440));
-    ASSERT_TRUE(AudioFiles::writeWav(file("b.wav"), 1.5, 660));
-    ASSERT_TRUE(AudioFiles::writeWav(file("c.wav"), 0.5, 880));
-    const QList<QVariantHash> tracks = {track("A", file("a.wav"), 1), track("B", file("b.wav"), 2),
-                                        track("C", file("c.wav"), 1)};
+    const QList<QVariantHash> tracks = {track("A", audio("a.wav", 1, 440), 1), track("B", audio("b.wav", 1.5, 660), 2),
+                                        track("C", audio("c.wav", 0.5, 880), 1)};
     // identity keeps the real time, which a file does not.
     startPlayer(tracks, QStringLiteral("audioconvert ! wavenc ! filesink sync=true location=\"%1\"").arg(file("out.wav")));
     play(tracks);
-    const Sample last = watch([](const Sample& s) { return s.state == "stopped" && s.title == "C"; }).last();
+    const Sample last = untilStoppedAt("C").last();
     ASSERT_EQ(last.state, "stopped") << last.title.toStdString() << " still plays at " << last.playTime;
     playerThread.reset();  // the file is complete once the pipeline is gone
     const QByteArray played = AudioFiles::wavData(file("out.wav"));
@@ -333,8 +260,7 @@ TEST_F(AudioPlayer, ShortFilesFollowEachOtherIntoTheOutputOpenedOnceSampleForSam
 
 TEST_F(AudioPlayer, PauseHoldsThePlayTimeResumeRunsItOnAndSeekMovesIt)
 {
-    ASSERT_TRUE(AudioFiles::writeEncoded(file("long.flac"), 6));
-    const QList<QVariantHash> tracks = {track("Long", file("long.flac"))};
+    const QList<QVariantHash> tracks = {track("Long", audio("long.flac", 6))};
     startPlayer(tracks);
     play(tracks);
     ASSERT_GE(watch([](const Sample& s) { return s.playTime >= 500; }).last().playTime, 500);
@@ -364,21 +290,24 @@ TEST_F(AudioPlayer, PauseHoldsThePlayTimeResumeRunsItOnAndSeekMovesIt)
     EXPECT_EQ(logic->calls(PlayLogicWire::MediaPlaybackStarted()).size(), 1);
 }
 
-TEST_F(AudioPlayer, BrokenMissingAndUnreachableMediaAreReportedAtOnceAndSkipped)
+TEST_F(AudioPlayer, BrokenMissingUnreachableAndTruncatedMediaAreReportedAtOnceOrPlayWhatTheyHold)
 {
-    ASSERT_TRUE(AudioFiles::writeWav(file("a.wav"), 1));
     QFile text(file("not-audio.wav"));
     ASSERT_TRUE(text.open(QIODevice::WriteOnly));
     text.write(QByteArray(4000, 'x'));
     text.close();
-    ASSERT_TRUE(AudioFiles::writeWav(file("c.wav"), 1));
-    const QList<QVariantHash> tracks = {track("A", file("a.wav"), 1), track("Broken", file("not-audio.wav"), 1),
+    // The WAV's header still promises 2 s of which 1 s is there; the FLAC loses its second half.
+    ASSERT_TRUE(QFile::resize(audio("cut.wav", 2), 44 + 16000));
+    ASSERT_TRUE(QFile::resize(audio("cut.flac", 2), QFileInfo(file("cut.flac")).size() / 2));
+    const QList<QVariantHash> tracks = {track("A", audio("a.wav", 1), 1), track("Broken", file("not-audio.wav"), 1),
                                         track("Missing", file("missing.flac"), 1), track("Unreachable", "", 1),
-                                        track("C", file("c.wav"), 1)};
+                                        track("CutWav", file("cut.wav"), 2), track("CutFlac", file("cut.flac"), 2),
+                                        track("C", audio("c.wav", 1), 1)};
     const auto events = CMEventHub::instance().subscribe();
     startPlayer(tracks);
     play(tracks);
-    const QList<Sample> samples = watch([](const Sample& s) { return s.title == "C" && s.state == "stopped"; });
+    const QList<Sample> samples = untilStoppedAt("C");
+    ASSERT_EQ(samples.last().title, "C") << "the list stuck before its last track";
     QStringList shown;  // what the page is told failed
     for (QVariantHash event; events->next(&event, 0) == CMEventSubscriber::Event;) {
         const QVariantHash error = event.value("value").toHash().value("error").toHash();
@@ -386,65 +315,44 @@ TEST_F(AudioPlayer, BrokenMissingAndUnreachableMediaAreReportedAtOnceAndSkipped)
             shown << error.value("title").toString();
     }
     shown.removeDuplicates();
-    EXPECT_EQ(shown, QStringList({"Broken", "Missing", "Unreachable"}));
-    ASSERT_EQ(samples.last().title, "C") << "the list stuck before its last track";
-    const auto c = std::find_if(samples.begin(), samples.end(), [](const Sample& s) { return s.title == "C"; });
+    EXPECT_EQ(shown.mid(0, 3), QStringList({"Broken", "Missing", "Unreachable"}));
     // A player that waited for a broken stream instead of reporting it would wait its own limit.
     const auto aEnded = std::find_if(samples.begin(), samples.end(), [](const Sample& s) { return s.title != "A" && !s.title.isEmpty(); });
-    EXPECT_LT(c->at - aEnded->at, Player::NextMediaWaitMs) << "the broken media held the player up";
-    EXPECT_EQ(logic->calls(PlayLogicWire::StreamError()).size(), 3);
-    EXPECT_EQ(logic->calls(PlayLogicWire::MediaPlaybackStarted(), PlayLogicWire::NewRoles()), QStringList({"A", "C"}))
-        << "a file that does not open is no started track";
-}
+    const auto cutWav = std::find_if(samples.begin(), samples.end(), [](const Sample& s) { return s.title == "CutWav"; });
+    ASSERT_NE(cutWav, samples.end());
+    EXPECT_LT(cutWav->at - aEnded->at, Player::NextMediaWaitMs) << "the broken media held the player up";
+    const auto afterWav = std::find_if(cutWav, samples.end(), [](const Sample& s) { return s.title != "CutWav"; });
+    EXPECT_GE((afterWav - 1)->playTime, 800) << "the cut WAV ended before its second was played";
 
-TEST_F(AudioPlayer, TruncatedFilesPlayWhatTheyHoldOrAreReportedAndTheListGoesOn)
-{
-    // The WAV's header still promises 2 s of which 1 s is there; the FLAC loses its second half.
-    ASSERT_TRUE(AudioFiles::writeWav(file("cut.wav"), 2));
-    ASSERT_TRUE(QFile::resize(file("cut.wav"), 44 + 16000));
-    ASSERT_TRUE(AudioFiles::writeEncoded(file("cut.flac"), 2));
-    ASSERT_TRUE(QFile::resize(file("cut.flac"), QFileInfo(file("cut.flac")).size() / 2));
-    ASSERT_TRUE(AudioFiles::writeWav(file("c.wav"), 1));
-    const QList<QVariantHash> tracks = {track("CutWav", file("cut.wav"), 2), track("CutFlac", file("cut.flac"), 2),
-                                        track("C", file("c.wav"), 1)};
-    startPlayer(tracks);
-    play(tracks);
-    const QList<Sample> samples = watch([](const Sample& s) { return s.title == "C" && s.state == "stopped"; });
-    ASSERT_EQ(samples.last().title, "C") << "a truncated file held the list up";
-    ASSERT_EQ(samples.last().state, "stopped");
-    const QStringList started = logic->calls(PlayLogicWire::MediaPlaybackStarted(), PlayLogicWire::NewRoles());
-    EXPECT_TRUE(started.contains("CutWav")) << "the half that is there was not played";
-    EXPECT_EQ(started.count("CutFlac") + logic->calls(PlayLogicWire::StreamError()).size(), 1)
+    const QStringList started = logic->started();
+    EXPECT_EQ(started.count("CutFlac") + logic->calls(PlayLogicWire::StreamError()).size(), 4)
         << "the truncated FLAC neither played nor was reported, or both";
-    const auto wav = std::find_if(samples.begin(), samples.end(), [](const Sample& s) { return s.title == "CutWav"; });
-    const auto after = std::find_if(wav, samples.end(), [](const Sample& s) { return s.title != "CutWav"; });
-    ASSERT_NE(after, samples.end());
-    EXPECT_GE((after - 1)->playTime, 800) << "the cut WAV ended before its second was played";
+    QStringList expected = {"A", "CutWav", "C"};
+    if (started.contains("CutFlac"))
+        expected.insert(2, "CutFlac");
+    EXPECT_EQ(started, expected) << "a file that does not open is no started track";
 }
 
 TEST_F(AudioPlayer, AnHttpServerThatNeverAnswersIsReportedAndTheListGoesOn)
 {
     SilentServer server;
     ASSERT_NE(server.port(), 0);
-    ASSERT_TRUE(AudioFiles::writeWav(file("c.wav"), 1));
     const QString silent = QStringLiteral("http://127.0.0.1:%1/radio.ogg").arg(server.port());
-    const QList<QVariantHash> tracks = {streamTrack("Silent", silent), track("C", file("c.wav"), 1)};
+    const QList<QVariantHash> tracks = {trackRoles("Silent", silent), track("C", audio("c.wav", 1), 1)};
     startPlayer(tracks);
     play(tracks);
     // The wait outlasts the player's bound on a silent server, not the source's own minute.
-    const QList<Sample> samples = watch([](const Sample& s) { return s.title == "C" && s.state == "stopped"; });
+    const QList<Sample> samples = untilStoppedAt("C");
     ASSERT_EQ(samples.last().title, "C") << "the silent server held the player up";
     EXPECT_EQ(logic->calls(PlayLogicWire::StreamError()).size(), 1);
-    EXPECT_EQ(logic->calls(PlayLogicWire::MediaPlaybackStarted(), PlayLogicWire::NewRoles()), QStringList({"C"}));
+    EXPECT_EQ(logic->started(), QStringList({"C"}));
 }
 
 TEST_F(AudioPlayer, SeeksAfterTheNextTrackWasHandedOverStillEndTheTrackAndPlayTheNextOnce)
 {
     // A short WAV is read whole at once, so the pipeline takes B long before A's end; the seeks then
     // meet a pipeline that holds both.
-    ASSERT_TRUE(AudioFiles::writeWav(file("a.wav"), 2));
-    ASSERT_TRUE(AudioFiles::writeWav(file("b.wav"), 1));
-    const QList<QVariantHash> tracks = {track("A", file("a.wav"), 2), track("B", file("b.wav"), 1)};
+    const QList<QVariantHash> tracks = {track("A", audio("a.wav", 2), 2), track("B", audio("b.wav", 1), 1)};
     startPlayer(tracks);
     play(tracks);
     ASSERT_EQ(watch([](const Sample& s) { return s.playTime >= 300; }).last().title, "A");
@@ -454,15 +362,12 @@ TEST_F(AudioPlayer, SeeksAfterTheNextTrackWasHandedOverStillEndTheTrackAndPlayTh
     control({{"control", "seek"}, {"ms", 100}});
     const Sample last = watch([](const Sample& s) { return s.state == "stopped"; }).last();
     EXPECT_EQ(last.state, "stopped") << "B did not end after the seek back";
-    EXPECT_EQ(logic->calls(PlayLogicWire::MediaPlaybackStarted(), PlayLogicWire::NewRoles()), QStringList({"A", "B"}));
+    EXPECT_EQ(logic->started(), QStringList({"A", "B"}));
 }
 
 TEST_F(AudioPlayer, NextNearTheEndPlaysTheAnnouncedTrackOnce)
 {
-    ASSERT_TRUE(AudioFiles::writeWav(file("a.wav"), 2));
-    ASSERT_TRUE(AudioFiles::writeWav(file("b.wav"), 1));
-    ASSERT_TRUE(AudioFiles::writeWav(file("c.wav"), 1));
-    const QList<QVariantHash> tracks = {track("A", file("a.wav"), 2), track("B", file("b.wav"), 1), track("C", file("c.wav"), 1)};
+    const QList<QVariantHash> tracks = {track("A", audio("a.wav", 2), 2), track("B", audio("b.wav", 1), 1), track("C", audio("c.wav", 1), 1)};
     // The skip must come in A's last 200 ms, where B is already being handed to the pipeline; a machine
     // too slow to sample that window gets another try.
     bool inWindow = false;
@@ -476,8 +381,8 @@ TEST_F(AudioPlayer, NextNearTheEndPlaysTheAnnouncedTrackOnce)
     }
     ASSERT_TRUE(inWindow) << "A's last 200 ms were never seen";
     control({{"control", "next"}});
-    ASSERT_EQ(watch([](const Sample& s) { return s.state == "stopped" && s.title == "C"; }).last().state, "stopped");
-    EXPECT_EQ(logic->calls(PlayLogicWire::MediaPlaybackStarted(), PlayLogicWire::NewRoles()), QStringList({"A", "B", "C"}));
+    ASSERT_EQ(untilStoppedAt("C").last().state, "stopped");
+    EXPECT_EQ(logic->started(), QStringList({"A", "B", "C"}));
 }
 
 TEST_F(AudioPlayer, TheVolumeIsCheckedKeptInTheSettingsAndTakenUpByTheNextPlayer)

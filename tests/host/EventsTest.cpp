@@ -5,19 +5,15 @@
 
 #include "CMEventHub.h"
 #include "EventReader.h"
-#include "HostProcess.h"
+#include "HostTest.h"
 #include "http/EventStream.h"
 
 namespace {
 
-class Events : public ::testing::Test
+class Events : public HostTest
 {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(m_dir.isValid());
-        ASSERT_TRUE(m_host.start(m_dir.filePath("data"), {})) << m_host.errorOutput().toStdString();
-    }
+    void SetUp() override { ASSERT_TRUE(start()); }
     void setLimit(int limit) const
     {
         const QVariantHash request = {{"path", "settings:playlists/dbItemsLimit"}, {"value", i32Value(limit)}};
@@ -29,21 +25,7 @@ protected:
                && event.value("change") == "value"
                && event.value("value").toHash() == i32Value(limit);
     }
-
-    QTemporaryDir m_dir;
-    HostProcess m_host;
 };
-
-TEST_F(Events, ASettingsChangeArrivesOnEveryOpenStream)
-{
-    EventReader first(m_host.port());
-    EventReader second(m_host.port());
-    ASSERT_TRUE(first.waitConnected());
-    ASSERT_TRUE(second.waitConnected());
-    setLimit(42);
-    EXPECT_TRUE(first.waitFor([](const QVariantHash& e) { return isLimit(e, 42); }));
-    EXPECT_TRUE(second.waitFor([](const QVariantHash& e) { return isLimit(e, 42); }));
-}
 
 // A client that went away is noticed at the next write, so its stream may hold its place for a moment.
 std::unique_ptr<EventReader> opensSoonerOrLater(int port)
@@ -71,20 +53,21 @@ TEST_F(Events, ClosedStreamsAreForgottenSoNewOnesCanAlwaysOpen)
     EXPECT_TRUE(last->waitFor([](const QVariantHash& e) { return isLimit(e, 7); }));
 }
 
-TEST_F(Events, TerminationEndsOpenStreamsAndTheHostExitsCleanly)
+TEST_F(Events, TerminationOrAnInterruptEndsOpenStreamsAndTheHostExitsCleanly)
 {
-    EventReader first(m_host.port());
-    EventReader second(m_host.port());
-    ASSERT_TRUE(first.waitConnected());
-    ASSERT_TRUE(second.waitConnected());
-    EXPECT_EQ(m_host.stop(SIGTERM, 10000), 0) << m_host.errorOutput().toStdString();
-    EXPECT_TRUE(first.waitEnded());
-    EXPECT_TRUE(second.waitEnded());
-}
-
-TEST_F(Events, AnInterruptStopsTheHostCleanlyToo)
-{
-    EXPECT_EQ(m_host.stop(SIGINT, 10000), 0) << m_host.errorOutput().toStdString();
+    for (int sig : {SIGTERM, SIGINT}) {
+        SCOPED_TRACE(sig);
+        if (sig == SIGINT) {
+            ASSERT_TRUE(start());
+        }
+        EventReader first(m_host.port());
+        EventReader second(m_host.port());
+        ASSERT_TRUE(first.waitConnected());
+        ASSERT_TRUE(second.waitConnected());
+        EXPECT_EQ(m_host.stop(sig, 10000), 0) << m_host.errorOutput().toStdString();
+        EXPECT_TRUE(first.waitEnded());
+        EXPECT_TRUE(second.waitEnded());
+    }
 }
 
 // The stream's text, from a subscriber of the process's own hub.

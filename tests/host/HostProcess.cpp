@@ -35,6 +35,11 @@ QString HostProcess::testWorker()
     return libDir() + QStringLiteral("/libkelo_testworker.so");
 }
 
+QString HostProcess::playlistsModule()
+{
+    return libDir() + QStringLiteral("/libkelo_playlists.so");
+}
+
 void HostProcess::launch(const QString& dataDir, const QStringList& arguments)
 {
     // Beside the data directory, which the host is to create itself.

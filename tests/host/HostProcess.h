@@ -16,7 +16,8 @@ public:
 
     static QString binDir();
     static QString libDir();
-    static QString testWorker();  // the test plug-in's library
+    static QString testWorker();       // the test plug-in's library
+    static QString playlistsModule();  // the playlists module's library
 
     // Starts kelo-host with --listen 127.0.0.1:0 (a later --listen wins), --data-dir dataDir, the
     // test plug-in unless arguments name a --plugin, and arguments, and waits for its listening line. False when it exits first or says nothing in time.
@@ -27,6 +28,7 @@ public:
     int stop(int sig = SIGTERM, int timeoutMs = 10000);
 
     int port() const { return m_port; }
+    qint64 pid() const { return m_process.processId(); }  // 0 when not running
     QString errorOutput() const;  // what the host wrote to stderr
     std::unique_ptr<httplib::Client> client() const;
     // POSTs body to path and parses the JSON answer into *json (when given). The HTTP status, or -1.

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "AudioFiles.h"
-#include "HostProcess.h"
+#include "HostTest.h"
 #include "media/Catalogue.h"
 
 namespace {
@@ -46,12 +46,11 @@ TEST(MediaFiles, UntaggedFilesTakeTitleAlbumAndArtistFromTheirPathAndKeepTheirNu
     EXPECT_EQ(QUrl(cafe->uri).toLocalFile(), dir.filePath("Ada Loom/Blue Hours/02 - Café Noir.wav"));
 }
 
-class MediaArt : public ::testing::Test
+class MediaArt : public HostTest
 {
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(m_dir.isValid());
         const QString media = m_dir.filePath("media");
         ASSERT_TRUE(QDir().mkpath(media + "/Embedded") && QDir().mkpath(media + "/Folder") && QDir().mkpath(media + "/Bare"));
         ASSERT_TRUE(AudioFiles::writeEncoded(media + "/Embedded/01 One.flac", 0.5));
@@ -63,8 +62,7 @@ protected:
         cover.close();
         ASSERT_TRUE(AudioFiles::writeWav(media + "/Bare/01 Three.wav", 1));
         m_catalogue = Catalogue::scan(media);
-        ASSERT_TRUE(m_host.start(m_dir.filePath("data"), {"--media-dir", media, "--player", "simulated"}))
-            << m_host.errorOutput().toStdString();
+        ASSERT_TRUE(start({"--media-dir", media, "--player", "simulated"}));
     }
     httplib::Result art(const QString& path, const httplib::Headers& headers = {}) const
     {
@@ -78,8 +76,6 @@ protected:
         return answer.value("value").toHash().value("icon").toString();
     }
 
-    QTemporaryDir m_dir;
-    HostProcess m_host;
     Catalogue m_catalogue;
 };
 

@@ -1,12 +1,11 @@
 // The demo media library: its catalogues, and its rows and prepared items through a running host.
 #include <QDir>
 #include <QFile>
-#include <QSet>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 #include "AudioFiles.h"
-#include "HostProcess.h"
+#include "HostTest.h"
 #include "KeloJson.h"
 #include "KeloPlayList.h"
 #include "KeloRoles.h"
@@ -21,26 +20,20 @@ void writeTaggedWav(const QString& fileName, int seconds, const char* title, con
     ASSERT_TRUE(AudioFiles::tag(fileName, title, artist, album, number));
 }
 
-TEST(MediaCatalogue, TheDemoHoldsAFewHundredPlayableTracksAndOneAlbumOfUnplayableOnes)
+TEST(MediaCatalogue, EveryDemoTrackIsInItsAlbumAndPlayableButAFew)
 {
     const Catalogue demo = Catalogue::demo();
-    EXPECT_GE(demo.trackCount(), 250);
-    EXPECT_LE(demo.trackCount(), 400);
-    QSet<QString> artists;
     int failing = 0;
     for (int id = 1; id <= demo.trackCount(); ++id) {
         const CatalogueTrack* track = demo.track(id);
         ASSERT_NE(track, nullptr);
-        EXPECT_GE(track->duration, 90);
-        EXPECT_LE(track->duration, 400);
         EXPECT_TRUE(demo.album(track->albumId)->trackIds.contains(id));
-        artists.insert(track->artist);
-        failing += track->uri.startsWith("fail:") ? 1 : 0;
-        if (!track->uri.startsWith("fail:")) {
+        if (track->uri.startsWith("fail:"))
+            ++failing;
+        else
             EXPECT_EQ(track->uri, QStringLiteral("demo://track/%1").arg(id));
-        }
     }
-    EXPECT_EQ(artists.size(), 12);
+    EXPECT_GT(demo.trackCount(), 100);
     EXPECT_GT(failing, 0);
     EXPECT_LT(failing, 10);
     EXPECT_EQ(demo.track(0), nullptr);
@@ -79,14 +72,10 @@ TEST(MediaCatalogue, AFolderOfAudioFilesIsReadThroughItsTagsAndGroupedByAlbum)
     EXPECT_EQ(catalogue.track(unknown->trackIds.at(0))->title, "untagged");
 }
 
-class MediaLibrary : public ::testing::Test
+class MediaLibrary : public HostTest
 {
 protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(m_dir.isValid());
-        ASSERT_TRUE(m_host.start(m_dir.filePath("data"), {})) << m_host.errorOutput().toStdString();
-    }
+    void SetUp() override { ASSERT_TRUE(start()); }
     QVariantHash rows(const QString& path, int fromRow, int toRow, const QStringList& roles = {}) const
     {
         QVariantHash request = {{"path", path}, {"fromRow", fromRow}, {"toRow", toRow}};
@@ -97,8 +86,6 @@ protected:
         return answer;
     }
 
-    QTemporaryDir m_dir;
-    HostProcess m_host;
     const Catalogue m_demo = Catalogue::demo();
 };
 

@@ -1,107 +1,51 @@
 // The simulated player against a play logic that the test scripts: when it asks for the next media,
 // which answers it takes, and that a play logic that does not answer stops neither it nor its clients.
-#include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QMutex>
 #include <QSemaphore>
 #include <QThread>
-#include <functional>
-#include <gtest/gtest.h>
-#include <memory>
 
 #include "CMEventHub.h"
-#include "CMRoot.h"
-#include "CMWorkerThread.h"
-#include "KeloPaths.h"
-#include "player/Player.h"
-#include "PlayLogic.h"
+#include "PlayerFixture.h"
 
 namespace {
 
-// Records the player's calls; a call named blockOn holds the play logic's thread until released.
-class ScriptedLogic : public CMAbstractWorker
+// A call named blockOn holds the play logic's thread until released.
+class ScriptedLogic : public RecordingLogic
 {
 public:
-    ScriptedLogic() : CMAbstractWorker(QHash<QString, QVariant>(), QStringLiteral("Logic")) {}
-    bool setDataRequest(const CMSetDataRequest& request) override
-    {
-        const QVariantHash value = request.value().toHash();
-        const QString name = value.value(PlayLogicWire::Call()).toString();
-        m_mutex.lock();
-        m_calls[name] << value;
-        m_mutex.unlock();
-        if (name == blockOn)
-            release.acquire();
-        request.reply().setValue(QVariant());
-        return true;
-    }
-    QList<QVariantHash> calls(const QString& name)
-    {
-        QMutexLocker lock(&m_mutex);
-        return m_calls.value(name);
-    }
-
     QString blockOn;
     QSemaphore release;
 
-private:
-    QMutex m_mutex;
-    QHash<QString, QList<QVariantHash>> m_calls;
+protected:
+    void onCall(const QString& name, const QVariantHash&) override
+    {
+        if (name == blockOn)
+            release.acquire();
+    }
 };
 
-class PlayerWithScriptedLogic : public ::testing::Test
+class PlayerWithScriptedLogic : public PlayerFixture
 {
 protected:
     void SetUp() override
     {
-        if (!QCoreApplication::instance())
-            app = std::make_unique<QCoreApplication>(argc, argv);
-        root = std::make_unique<CMRootWorker>();
-        logicThread = std::make_unique<CMWorkerThread>([] { return new ScriptedLogic; });
-        logic = static_cast<ScriptedLogic*>(logicThread->worker());
-        playerThread = std::make_unique<CMWorkerThread>([] { return new Player(20); });
+        PlayerFixture::SetUp();
+        // 20 times real time.
+        logic = static_cast<ScriptedLogic*>(startThreads([] { return new ScriptedLogic; }, [] { return new Player(20); }));
     }
     void TearDown() override
     {
         logic->release.release(10);
-        playerThread.reset();
-        logicThread.reset();
-        root.reset();
+        PlayerFixture::TearDown();
     }
-    CMVoidReply send(const CMPath& path, const QVariantHash& value)
-    {
-        const CMVoidReply reply;
-        root->sendSetData(CMSetDataRequest(path, value, reply));
-        EXPECT_TRUE(reply.waitForFinished(5000)) << "the player did not answer";
-        return reply;
-    }
-    CMVoidReply control(const QVariantHash& value) { return send(KeloPlayerControlPath(), value); }
-    void command(const QString& name, const QVariantHash& fields, const QString& from = QStringLiteral("logic:pl"))
-    {
-        QVariantHash value = fields;
-        value.insert(PlayLogicWire::Command(), name);
-        value.insert(PlayLogicWire::From(), from);
-        send(KeloPlayerPlayLogicPath(), value);
-    }
-    static QVariant track(const QString& title, int seconds)
-    {
-        return QVariantHash{{"title", title}, {"duration", seconds},
-                            {"mediaData", QVariantHash{{"resources", QVariantList{QVariantHash{{"uri", "demo://" + title}}}},
-                                                       {"metaData", QVariantHash{{"playLogicPath", "logic:pl"}}}}}};
-    }
+    static QVariantHash track(const QString& title, int seconds) { return trackRoles(title, "demo://" + title, seconds); }
     // The user chooses the track, so that the player asks logic:pl, which has it started.
     void start(const QString& title, int seconds)
     {
         control({{"control", "playContainer"}, {"trackRoles", track(title, seconds)}});
         command(PlayLogicWire::Play(), {{PlayLogicWire::Roles(), track(title, seconds)}});
     }
-    QString state()
-    {
-        const CMReply<QVariant> reply;
-        root->sendGetData(CMGetDataRequest(KeloPlayerStatePath(), {}, reply));
-        EXPECT_TRUE(reply.waitForFinished(5000)) << "the player did not answer its state";
-        return reply.value().toHash().value("state").toString();
-    }
+    QString playerState() { return state().value("state").toString(); }
     bool eventually(const QString& call, int count)
     {
         QElapsedTimer timer;
@@ -111,12 +55,6 @@ protected:
         return logic->calls(call).size() == count;
     }
 
-    int argc = 1;
-    char name[11] = "host_tests";
-    char* argv[2] = {name, nullptr};
-    std::unique_ptr<QCoreApplication> app;
-    std::unique_ptr<CMRootWorker> root;
-    std::unique_ptr<CMWorkerThread> logicThread, playerThread;
     ScriptedLogic* logic = nullptr;
 };
 
@@ -149,9 +87,9 @@ TEST_F(PlayerWithScriptedLogic, AsksOnceTenSecondsBeforeTheEndAndTakesOnlyAnswer
 
     control({{"control", "endOfTrack"}});
     ASSERT_TRUE(eventually(PlayLogicWire::PrepareNextMedia(), 2));
-    EXPECT_EQ(state(), "playing") << "the end waits for the answer";
+    EXPECT_EQ(playerState(), "playing") << "the end waits for the answer";
     command(PlayLogicWire::NoNextMedia(), {{PlayLogicWire::Serial(), ask.value("serial").toInt() + 1}});
-    EXPECT_EQ(state(), "stopped");
+    EXPECT_EQ(playerState(), "stopped");
 }
 
 TEST_F(PlayerWithScriptedLogic, APlayLogicThatDoesNotAnswerStopsNeitherThePlayerNorItsClients)
@@ -160,10 +98,13 @@ TEST_F(PlayerWithScriptedLogic, APlayLogicThatDoesNotAnswerStopsNeitherThePlayer
     logic->blockOn = PlayLogicWire::Next();
     control({{"control", "next"}});
     ASSERT_TRUE(eventually(PlayLogicWire::Next(), 1));
-    EXPECT_FALSE(control({{"control", "previous"}}).hasError());
-    EXPECT_FALSE(control({{"control", "pause"}}).hasError());
-    EXPECT_FALSE(control({{"control", "playMode"}, {"mode", 4}}).hasError());
-    EXPECT_EQ(state(), "paused");
+    for (const QVariantHash& other : {QVariantHash{{"control", "previous"}}, QVariantHash{{"control", "pause"}},
+                                      QVariantHash{{"control", "playMode"}, {"mode", 4}}}) {
+        CMError error;
+        control(other, &error);
+        EXPECT_TRUE(error.isNull()) << error.Name().toStdString();
+    }
+    EXPECT_EQ(playerState(), "paused");
     logic->release.release();
     EXPECT_TRUE(eventually(PlayLogicWire::ChangePlayMode(), 1));
 }

@@ -4,23 +4,15 @@
 #include <QUrl>
 #include <gtest/gtest.h>
 
-#include "HostProcess.h"
+#include "HostTest.h"
 #include "KeloJson.h"
 
 namespace {
 
-class PlaylistFilesApi : public ::testing::Test
+class PlaylistFilesApi : public HostTest
 {
 protected:
-    void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
-
-    bool start(const QStringList& extra = {})
-    {
-        const QStringList arguments = QStringList{"--plugin", HostProcess::libDir() + "/libkelo_playlists.so"} + extra;
-        const bool started = m_host.start(m_dir.filePath("data"), arguments);
-        EXPECT_TRUE(started) << m_host.errorOutput().toStdString();
-        return started;
-    }
+    bool startModule(const QStringList& extra = {}) { return start(QStringList{"--plugin", HostProcess::playlistsModule()} + extra); }
     QVariantHash command(const QString& path, const QVariantHash& value)
     {
         QVariantHash answer;
@@ -70,9 +62,6 @@ protected:
         EXPECT_TRUE(answer.value("missing").toList().isEmpty()) << jsonText(answer);
         return answer.value("plid", -1).toInt();
     }
-
-    QTemporaryDir m_dir;
-    HostProcess m_host;
 };
 
 const QVariantHash Stream = {
@@ -83,7 +72,7 @@ const QVariantHash Stream = {
 
 TEST_F(PlaylistFilesApi, EveryFormatRoundTripsLibraryTracksAndStreamsInTheirOrder)
 {
-    ASSERT_TRUE(start());
+    ASSERT_TRUE(startModule());
     const int plid = createPlaylist("Süd/Nord: \"Mix\"");
     command("playlists:pl/additems", {{"plid", plid}, {"items", QVariantList{"media:track/5", "media:album/2"}}});
     command("playlists:pl/addexternalitems", {{"plid", plid}, {"items", QVariantList{Stream}}});
@@ -114,7 +103,7 @@ TEST_F(PlaylistFilesApi, EveryFormatRoundTripsLibraryTracksAndStreamsInTheirOrde
 
 TEST_F(PlaylistFilesApi, AnImportAddsWhatItCanResolveAndReportsTheRestWithTheirLines)
 {
-    ASSERT_TRUE(start());
+    ASSERT_TRUE(startModule());
     const std::string file = "#EXTM3U\r\n"
                              "#EXTINF:200,Somebody - First\r\n"
                              "demo://track/3\r\n"
@@ -140,7 +129,7 @@ TEST_F(PlaylistFilesApi, AnImportAddsWhatItCanResolveAndReportsTheRestWithTheirL
 
 TEST_F(PlaylistFilesApi, BadRequestsAreRefusedWithAReasonAndCreateNothing)
 {
-    ASSERT_TRUE(start());
+    ASSERT_TRUE(startModule());
     const int before = playlistCount();
     const std::string playlist = "#EXTM3U\ndemo://track/1\n";
     const QList<QPair<QPair<std::string, std::string>, std::string>> refused = {
@@ -173,7 +162,7 @@ TEST_F(PlaylistFilesApi, BadRequestsAreRefusedWithAReasonAndCreateNothing)
 
 TEST_F(PlaylistFilesApi, AnImportStopsAtTheItemsLimitAndKeepsWhatFitted)
 {
-    ASSERT_TRUE(start({"--set", R"(settings:playlists/dbItemsLimit={"type":"i32_","i32_":3})"}));
+    ASSERT_TRUE(startModule({"--set", R"(settings:playlists/dbItemsLimit={"type":"i32_","i32_":3})"}));
     QVariantHash answer;
     const std::string file = "demo://track/1\ndemo://track/2\ndemo://track/3\nhttp://a.example/1.mp3\ndemo://track/4\n";
     ASSERT_EQ(importFile("name=Big", file, &answer), 200);

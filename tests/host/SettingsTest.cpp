@@ -1,38 +1,18 @@
 // The settings tree of kelo-host: set and read through the API, kept across restarts, overridden at start.
-#include <QTemporaryDir>
-#include <gtest/gtest.h>
+#include <QFile>
 
-#include "HostProcess.h"
+#include "HostTest.h"
 
 namespace {
 
-class Settings : public ::testing::Test
-{
-protected:
-    void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
+using Settings = HostTest;
 
-    QString dataDir() const { return m_dir.filePath("data"); }
-    bool start(const QStringList& arguments = {})
-    {
-        const bool started = m_host.start(dataDir(), arguments);
-        EXPECT_TRUE(started) << m_host.errorOutput().toStdString();
-        return started;
-    }
-    QVariantHash value(const char* path) const
-    {
-        QVariantHash answer;
-        EXPECT_EQ(m_host.post("/api/getData", jsonText(QVariantHash{{"path", path}}), &answer), 200);
-        return answer.value("value").toHash();
-    }
-
-    QTemporaryDir m_dir;
-    HostProcess m_host;
-};
-
-TEST_F(Settings, AValueSetThroughTheApiIsAnsweredReadBackAndKeptAcrossARestart)
+TEST_F(Settings, ValuesSetThroughTheApiOrAtStartUpAreInForceAtOnceAndKeptAcrossARestart)
 {
     const QVariantHash vacuum = {{"type", "bool_"}, {"bool_", true}};
-    ASSERT_TRUE(start());
+    const QString nested = m_dir.filePath("a/b/data");  // the host creates what is missing
+    ASSERT_TRUE(start({"--set", "settings:playlists/dbItemsLimit=" + QString::fromStdString(jsonText(i32Value(0)))}, nested));
+    EXPECT_EQ(value("settings:playlists/dbItemsLimit"), i32Value(0));
     EXPECT_EQ(value("settings:playlists/dbVacuum").value("bool_"), false);
     QVariantHash answer;
     const QVariantHash request = {{"path", "settings:playlists/dbVacuum"}, {"value", vacuum}};
@@ -40,19 +20,12 @@ TEST_F(Settings, AValueSetThroughTheApiIsAnsweredReadBackAndKeptAcrossARestart)
     EXPECT_EQ(answer.value("value").toHash(), vacuum);
     EXPECT_EQ(value("settings:playlists/dbVacuum"), vacuum);
     ASSERT_EQ(m_host.stop(), 0);
+    EXPECT_TRUE(QFile::exists(nested + "/data-rw/settings.json"));
 
-    ASSERT_TRUE(start());
+    ASSERT_TRUE(start({}, nested));  // without the override
     EXPECT_EQ(value("settings:playlists/dbVacuum"), vacuum);
+    EXPECT_EQ(value("settings:playlists/dbItemsLimit"), i32Value(0));
     EXPECT_EQ(value("powermanager:target").value("powerTarget").toHash().value("target"), 1);
-}
-
-TEST_F(Settings, AStartUpOverrideIsInForceAtOnceAndStaysAfterARestartWithoutIt)
-{
-    ASSERT_TRUE(start({"--set", "settings:playlists/dbItemsLimit=" + QString::fromStdString(jsonText(i32Value(0)))}));
-    EXPECT_EQ(value("settings:playlists/dbItemsLimit"), i32Value(0));
-    ASSERT_EQ(m_host.stop(), 0);
-    ASSERT_TRUE(start());
-    EXPECT_EQ(value("settings:playlists/dbItemsLimit"), i32Value(0));
 }
 
 TEST_F(Settings, AnOverrideThatCannotApplyEndsTheHostWithStatus2AndSaysWhy)

@@ -1,5 +1,7 @@
 #pragma once
-// kelo-host with the plug-in on a fresh data directory, driven over HTTP as a client drives it.
+// kelo-host with the playlists module on a fresh data directory, driven over HTTP as a client drives it.
+#include <QTemporaryDir>
+
 #include "HostProcess.h"
 #include "PlayListTestSupport.h"
 
@@ -10,60 +12,47 @@ class EndToEnd : public testing::Test
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(dataDir.isValid());
+        ASSERT_TRUE(tmp.isValid());
         start();
     }
-    void TearDown() override { EXPECT_TRUE(stop()) << "kelo-host did not end cleanly"; }
+    // A non-zero status is also how the sanitizers report a leak at exit.
+    void TearDown() override { EXPECT_EQ(host.stop(), 0) << "kelo-host did not end cleanly"; }
 
-    void start(const QStringList& extraArguments = {})
+    void start()
     {
-        ASSERT_TRUE(host.start(dataDir.path(), extraArguments)) << "kelo-host did not start";
-        client = std::make_unique<HostClient>(host.port());
+        ASSERT_TRUE(host.start(dataDir(), {"--plugin", HostProcess::playlistsModule()}))
+            << "kelo-host did not start: " << host.errorOutput().toStdString();
     }
-    bool stop()
-    {
-        client.reset();
-        return host.stop();
-    }
+    QString dataDir() const { return tmp.filePath(QStringLiteral("data")); }
 
-    HttpAnswer command(const QString& path, const QJsonValue& value) { return client->setData(path, value); }
-    int createPlayList(const QString& name)
+    // The whole answer of a set-data request; a failed request answers an empty hash.
+    QVariantHash command(const QString& path, const QVariant& value) const
     {
-        return command("playlists:pl/create", QJsonObject{{"name", name}}).result().toInt(-1);
+        QVariantHash answer;
+        host.post("/api/setData", jsonText(QVariantHash{{"path", path}, {"value", value}}), &answer);
+        return answer;
     }
-    HttpAnswer add(int plid, const QStringList& paths, const QJsonValue& mode = QJsonValue::Undefined)
+    // The command's result value ({"type": "i32_", "i32_": 7} -> 7), invalid when it failed.
+    QVariant result(const QString& path, const QVariant& value) const
     {
-        QJsonObject value{{"plid", plid}, {"items", QJsonArray::fromStringList(paths)}};
-        if (!mode.isUndefined())
-            value.insert("mode", mode);
-        return command("playlists:pl/additems", value);
+        const QVariantHash typed = command(path, value).value("value").toHash().value("result").toHash().value("value").toHash();
+        return typed.value(typed.value("type").toString());
     }
-    StoreReader store() const { return StoreReader(dataDir.path() + "/data-rw/playlists/playlists.sqlite"); }
-    // The uid of the entry at seqNum of a playlist, from the file.
-    int entryUid(int plid, int seqNum) const
+    int createPlayList(const QString& name) const
     {
-        return store().number(QStringLiteral("SELECT item FROM playlists_items WHERE playlist = %1 AND sequenceNumber = %2")
-                                  .arg(plid)
-                                  .arg(seqNum));
+        const QVariant plid = result("playlists:pl/create", QVariantHash{{"name", name}});
+        return plid.isValid() ? plid.toInt() : -1;
     }
+    // Whether the command was carried out (its answer holds a value, not an error).
+    bool succeeds(const QString& path, const QVariant& value) const { return command(path, value).contains("value"); }
+    bool add(int plid, const QStringList& paths) const
+    {
+        return succeeds("playlists:pl/additems", QVariantHash{{"plid", plid}, {"items", paths}});
+    }
+    StoreReader store() const { return StoreReader(dataDir() + "/data-rw/playlists/playlists.sqlite"); }
 
-    QTemporaryDir dataDir;
+    QTemporaryDir tmp;
     HostProcess host;
-    std::unique_ptr<HostClient> client;
 };
-
-// An external item in its JSON form (docs/api.md).
-inline QJsonObject externalItem(const QString& title)
-{
-    return QJsonObject::fromVariantHash(track(title).hash());
-}
-
-inline QJsonArray ints(const QList<int>& values)
-{
-    QJsonArray array;
-    for (int v : values)
-        array.append(v);
-    return array;
-}
 
 }  // namespace pltest

@@ -2,6 +2,7 @@
 // kelo-host with its simulated player as a user interface sees it: commands and controls over HTTP,
 // and the player's state polled.
 #include <QElapsedTimer>
+#include <QTemporaryDir>
 #include <QThread>
 #include <functional>
 
@@ -13,29 +14,17 @@ class PlayerHost
 public:
     bool start(const QStringList& options)
     {
-        if (!m_dir.isValid() || !m_process.start(m_dir.path(), options))
-            return false;
-        m_client = std::make_unique<pltest::HostClient>(m_process.port());
-        return true;
+        return m_dir.isValid() &&
+               m_process.start(m_dir.filePath(QStringLiteral("data")), QStringList{"--plugin", HostProcess::playlistsModule()} + options);
     }
-    bool stop()  // true when the host ended cleanly
-    {
-        return m_process.stop();
-    }
+    bool stop() { return m_process.stop() == 0; }  // true when the host ended cleanly
 
     // The answer with whole numbers as int; *status the HTTP status.
     QVariantHash setData(const QString& path, const QVariant& value, int* status = nullptr)
     {
-        const pltest::HttpAnswer answer = m_client->setData(path, QJsonValue::fromVariant(value));
-        if (status)
-            *status = answer.status;
-        return KeloJson::normalize(answer.body.toVariantHash()).toHash();
+        return post("/api/setData", QVariantHash{{"path", path}, {"value", value}}, status);
     }
-    QVariantHash state()
-    {
-        const pltest::HttpAnswer answer = m_client->post("/api/getData", R"({"path":"player:state"})");
-        return KeloJson::normalize(answer.body.toVariantHash()).toHash().value("value").toHash();
-    }
+    QVariantHash state() { return post("/api/getData", QVariantHash{{"path", "player:state"}}).value("value").toHash(); }
     // Polls the player's state until done(state) holds or 20 s passed; the last state seen.
     QVariantHash waitForState(const std::function<bool(const QVariantHash&)>& done)
     {
@@ -48,7 +37,15 @@ public:
     }
 
 private:
+    QVariantHash post(const std::string& endpoint, const QVariantHash& body, int* status = nullptr)
+    {
+        QVariantHash answer;
+        const int got = m_process.post(endpoint, jsonText(body), &answer);
+        if (status)
+            *status = got;
+        return KeloJson::normalize(answer).toHash();
+    }
+
     QTemporaryDir m_dir;
-    pltest::HostProcess m_process;
-    std::unique_ptr<pltest::HostClient> m_client;
+    HostProcess m_process;
 };

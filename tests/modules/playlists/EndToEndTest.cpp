@@ -1,0 +1,159 @@
+// kelo-host with the module over HTTP, for what only the running program shows: many clients at once,
+// a restart, a merge between stored lists, the events stream, and the exact answers of a recorded session.
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <atomic>
+#include <thread>
+
+#include "EndToEndSupport.h"
+#include "EventReader.h"
+
+using namespace pltest;
+
+TEST_F(EndToEnd, ManyClientsAtOnceLeaveExactlyTheExpectedRows)
+{
+    constexpr int clients = 8;
+    constexpr int commandsEach = 12;
+    const int shared = createPlayList("Shared");
+    std::atomic<int> failures{0};
+    std::vector<std::thread> threads;
+    for (int c = 0; c < clients; ++c) {
+        threads.emplace_back([this, c, shared, &failures] {
+            for (int m = 0; m < commandsEach; ++m) {
+                const QString name = QStringLiteral("client%1-%2").arg(c).arg(m);
+                failures += createPlayList(name) < 0;
+                const QVariantList external{track(name).hash()};
+                failures += !succeeds("playlists:pl/addexternalitems", QVariantHash{{"plid", shared}, {"items", external}});
+                failures += !add(shared, {QStringLiteral("media:track/%1").arg(m + 1)});
+            }
+        });
+    }
+    for (std::thread& t : threads)
+        t.join();
+
+    EXPECT_EQ(failures.load(), 0);
+    EXPECT_EQ(store().number("SELECT COUNT(*) FROM playlists WHERE name LIKE 'client%'"), clients * commandsEach);
+    EXPECT_EQ(store().number("SELECT COUNT(DISTINCT uid) FROM playlists WHERE uid > 0"), clients * commandsEach + 1);
+    EXPECT_EQ(store().titles(shared).size(), 2 * clients * commandsEach);
+    EXPECT_TRUE(store().gaps().isEmpty());
+}
+
+TEST_F(EndToEnd, ARestartKeepsEverythingButThePlayQueue)
+{
+    const int a = createPlayList("Alpha");
+    const int b = createPlayList("Beta");
+    ASSERT_TRUE(add(a, {"media:album/3"}));
+    ASSERT_TRUE(add(b, {"media:track/5", "media:track/4"}));
+    ASSERT_TRUE(add(0, {"media:album/4"}));
+    ASSERT_TRUE(succeeds("playlists:pl/moveitems", QVariantHash{{"plid", a}, {"items", QVariantList{0, 1}}, {"to", 5}}));
+    ASSERT_TRUE(succeeds("playlists:pl/setshuffle", QVariantHash{{"plid", b}, {"mode", 1}}));
+    ASSERT_TRUE(succeeds("playlists:pl/setrepeat", QVariantHash{{"plid", a}, {"mode", "all"}}));
+    const int clid = result("playlists:cl/create", QVariantHash{{"name", "Both"}}).toInt();
+    ASSERT_TRUE(succeeds("playlists:cl/additem", QVariantHash{{"clid", clid}, {"plid", a}}));
+    const QString playlists = "SELECT uid, name, shuffle, repeatAll FROM playlists WHERE uid > 0 ORDER BY uid";
+    const QStringList before = store().rows(playlists);
+    const QStringList titlesA = store().titles(a);
+    const QStringList titlesB = store().titles(b);
+    EXPECT_FALSE(store().titles(0).isEmpty());
+
+    ASSERT_EQ(host.stop(), 0);
+    start();
+
+    EXPECT_EQ(store().rows(playlists), before);
+    EXPECT_EQ(store().titles(a), titlesA);
+    EXPECT_EQ(store().titles(b), titlesB);
+    EXPECT_EQ(store().rows("SELECT c.name, cp.playlist FROM collections c JOIN collections_playlists cp ON c.uid = cp.collection"),
+              QStringList{QStringLiteral("Both|%1").arg(a)});
+    EXPECT_EQ(store().titles(0), QStringList());
+    EXPECT_EQ(store().number("SELECT COUNT(*) FROM items"), titlesA.size() + titlesB.size());
+    // The restarted module works on what it loaded.
+    EXPECT_TRUE(succeeds("playlists:pl/removeitems", QVariantHash{{"plid", a}, {"items", QVariantList{0}}}));
+    EXPECT_EQ(store().titles(a), titlesA.mid(1));
+}
+
+TEST_F(EndToEnd, AMergeEmptiesTheSourceIntoTheTargetAndRemovesItButNeverItselfOrThePlayQueue)
+{
+    const int source = createPlayList("Source");
+    const int target = createPlayList("Target");
+    ASSERT_TRUE(add(source, {"media:album/2"}));
+    ASSERT_TRUE(add(target, {"media:track/1"}));
+    const QStringList expected = store().titles(target) + store().titles(source);
+    ASSERT_TRUE(succeeds("playlists:pl/additems", QVariantHash{{"plid", target}, {"fromPlid", source}}));
+    EXPECT_EQ(store().titles(target), expected);
+    EXPECT_EQ(store().playlistRow(source), QString());
+    EXPECT_EQ(store().number("SELECT COUNT(*) FROM items"), expected.size());
+
+    ASSERT_TRUE(succeeds("playlists:pl/additems", QVariantHash{{"plid", target}, {"fromPlid", target}}));
+    EXPECT_EQ(store().titles(target), expected + expected);
+    ASSERT_TRUE(add(0, {"media:track/9"}));
+    ASSERT_TRUE(succeeds("playlists:pl/additems", QVariantHash{{"plid", target}, {"fromPlid", 0}}));
+    EXPECT_EQ(store().titles(0).size(), 1);
+    EXPECT_EQ(store().titles(target).size(), 2 * expected.size() + 1);
+}
+
+TEST_F(EndToEnd, EveryEditReachesEveryOpenStreamOnceAndInOrder)
+{
+    std::vector<std::unique_ptr<EventReader>> readers;
+    for (int i = 0; i < 4; ++i) {
+        readers.push_back(std::make_unique<EventReader>(host.port()));
+        ASSERT_TRUE(readers.back()->waitConnected());
+    }
+    const int road = createPlayList("Road");
+    const QString items = "playlists:pl/getitems/" + QString::number(road);
+    readers.back()->close();  // gone before the next edits: the host forgets it and serves the others
+    readers.pop_back();
+    ASSERT_TRUE(add(road, {"media:track/1", "media:track/2", "media:track/3"}));
+    ASSERT_TRUE(succeeds("playlists:pl/moveitems", QVariantHash{{"plid", road}, {"items", QVariantList{2}}, {"to", 0}}));
+    ASSERT_TRUE(succeeds("playlists:pl/setname", QVariantHash{{"plid", road}, {"name", "Road trip"}}));
+    ASSERT_TRUE(succeeds("playlists:pl/setshuffle", QVariantHash{{"plid", road}, {"mode", "on"}}));
+    ASSERT_TRUE(succeeds("playlists:pl/delete", QVariantHash{{"plid", road}}));
+    const int marker = result("playlists:cl/create", QVariantHash{{"name", "Marker"}}).toInt();
+    ASSERT_TRUE(succeeds("playlists:cl/setname", QVariantHash{{"clid", marker}, {"name", "Marker 2"}}));  // its events come last
+
+    // clang-format off
+    const QStringList expected = {
+        "playlists: reset", "playlists:pl/addtoplaylist reset", "playlists:pl/getlist reset",  // created
+        items + " rows +0,+1,+2",                                                             // filled
+        items + " reset", "playlists:pl/trackcontextmenu reset",                              // moved
+        "playlists: reset", "playlists:pl/contextmenu reset",                                 // renamed
+        "playlists:pl/contextmenu reset",                                                     // shuffled
+        items + " close", "playlists: reset", "playlists:pl/addtoplaylist reset",             // deleted
+        "playlists: reset", "playlists:cl/addtocollection reset",                             // a collection
+        "playlists: reset", "playlists:cl/getitems reset", "playlists:cl/addtocollection reset",
+        "playlists:cl/contextmenu reset"};                                                    // renamed
+    // clang-format on
+    for (const auto& reader : readers) {
+        ASSERT_TRUE(reader->waitFor([](const QVariantHash& e) { return e.value("path") == "playlists:cl/contextmenu"; }));
+        QStringList got;
+        for (const QVariantHash& e : reader->events()) {
+            const QString path = e.value("path").toString();
+            if (path.startsWith("playlists:"))
+                got.append((path + " " + e.value("change").toString() + " " + e.value("rows").toStringList().join(',')).trimmed());
+        }
+        EXPECT_EQ(got, expected);
+    }
+}
+
+// data/api-exchanges.json holds requests with the answers they got when it was recorded with
+// data/record-api-answers.py (only after a change meant to change answers): every status and every
+// JSON value must come back the same, in order.
+TEST_F(EndToEnd, ARecordedSessionGetsTheRecordedAnswers)
+{
+    QFile file(QStringLiteral(KELO_SOURCE_DIR "/tests/modules/playlists/data/api-exchanges.json"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QJsonArray exchanges = QJsonDocument::fromJson(file.readAll()).array();
+    ASSERT_GT(exchanges.size(), 50);
+    const auto compact = [](const QJsonValue& v) { return QJsonDocument(QJsonArray{v}).toJson(QJsonDocument::Compact).toStdString(); };
+    const auto http = host.client();
+    for (int i = 0; i < exchanges.size(); ++i) {
+        const QJsonObject exchange = exchanges[i].toObject();
+        const std::string body = QJsonDocument(exchange["body"].toObject()).toJson(QJsonDocument::Compact).toStdString();
+        const httplib::Result answer = http->Post(exchange["endpoint"].toString().toStdString().c_str(), body, "application/json");
+        SCOPED_TRACE("request " + std::to_string(i) + " " + body);
+        ASSERT_TRUE(answer);
+        EXPECT_EQ(answer->status, exchange["status"].toInt());
+        EXPECT_EQ(compact(QJsonDocument::fromJson(QByteArray::fromStdString(answer->body)).object()), compact(exchange["answer"]));
+    }
+}
