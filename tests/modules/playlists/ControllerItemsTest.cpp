@@ -113,19 +113,6 @@ TEST_F(ControllerTest, ModuleEntriesAndPlaylistsArePreparedAsItems)
     EXPECT_EQ(titles, (QStringList{"c", "a", "b", "c"}));
 }
 
-TEST_F(ControllerTest, AnAddWithNothingToAddIsAnsweredAtOnce)
-{
-    const int uid = createPlayList("Target");
-    const int empty = createPlayList("Empty");
-    const QString nothing = QStringLiteral("Could not add items to playlist. Please select one or more items to add.");
-    EXPECT_EQ(send(KeloPlayListPlAddItemsPath(), args({{"plid", uid}})).message, nothing);
-    EXPECT_EQ(send(KeloPlayListPlAddItemsPath(), args({{"plid", uid}, {"fromPlid", empty}})).message, nothing);
-    EXPECT_EQ(send(KeloPlayListPlAddItemsPath(), args({{"plid", uid}, {"fromPlid", 4242}})).message,
-              QStringLiteral("Could not add items to playlist. There is no playlist with this ID. (4242)"));
-    EXPECT_EQ(send(KeloPlayListPlAddItemsPath(), args({{"items", QVariantList{"media:track/1"}}})).message,
-              QStringLiteral("Could not add items to playlist. Cannot find playlist with invalid ID."));
-}
-
 namespace {
 // Takes every request for "silent:" and never answers it.
 class SilentWorker : public CMAbstractWorker

@@ -1,20 +1,17 @@
 // The playlist and collection commands through the controller: validation order, the exact answers,
 // and what the store holds afterwards.
 #include <QSignalSpy>
+#include <functional>
 
 #include "Collection.h"
 #include "ControllerTestSupport.h"
 
 using namespace pltest;
 
-TEST_F(ControllerTest, MessagesKeepTheirTwoShapes)
+TEST_F(ControllerTest, SuccessMessagesNameTheirSubjectAsItIs)
 {
     EXPECT_EQ(controller->buildOkMsg("Playlist created successfully.", "Mix", ""),
               QStringLiteral("Playlist created successfully. (Mix)"));
-    EXPECT_EQ(controller->buildErrMsg("Could not create playlist.", "Create playlist error.", ""),
-              QStringLiteral("Could not create playlist. Create playlist error."));
-    EXPECT_EQ(controller->buildErrMsg("a", "b", "c"), QStringLiteral("a b (c)"));
-    // A name that looks like a placeholder is inserted as it is.
     EXPECT_EQ(controller->buildOkMsg("Saved.", "100%1 %2", ""), QStringLiteral("Saved. (100%1 %2)"));
 }
 
@@ -38,6 +35,7 @@ TEST_F(ControllerTest, EveryFailureNamesWhatCouldNotBeDoneAndWhy)
 {
     const int uid = playlistWith("Five", names(5))->getUid();
     const int empty = createPlayList("Quiet");
+    const QString noItems = QStringLiteral("Could not add items to playlist. Please select one or more items to add.");
     const int clid = send(KeloPlayListClCreatePath(), args({{"name", "Col"}})).value.i32_();
     struct Case
     {
@@ -64,6 +62,12 @@ TEST_F(ControllerTest, EveryFailureNamesWhatCouldNotBeDoneAndWhy)
         {KeloPlayListClSetNamePath(), args({{"clid", clid}, {"name", longName}}), "Could not set collection name. " + tooLong},
         {KeloPlayListPlSetNamePath(), args({{"plid", -5}, {"name", "X"}}),
          "Could not set playlist name. There is no playlist with this ID. (-5)"},
+        {KeloPlayListPlAddItemsPath(), args({{"plid", uid}}), noItems},
+        {KeloPlayListPlAddItemsPath(), args({{"plid", uid}, {"fromPlid", empty}}), noItems},
+        {KeloPlayListPlAddItemsPath(), args({{"plid", uid}, {"fromPlid", 4242}}),
+         "Could not add items to playlist. There is no playlist with this ID. (4242)"},
+        {KeloPlayListPlAddItemsPath(), args({{"items", QVariantList{"media:track/1"}}}),
+         "Could not add items to playlist. Cannot find playlist with invalid ID."},
         {KeloPlayListPlClearPath(), args({{"plid", 77}}), "Could not clear playlist. There is no playlist with this ID. (77)"},
         {KeloPlayListPlRemoveItemsPath(), args({{"plid", uid}, {"items", QVariantList()}}),
          "Could not remove items from playlist. Please select one or more items to remove."},
@@ -102,25 +106,30 @@ TEST_F(ControllerTest, ShuffleAndRepeatAcceptLooselyAndSwitchOnOnlyForOnAndAll)
 {
     const int uid = createPlayList("S");
     PlayListBase* pl = manager->getPlayListByUid(uid);
-    // mode, accepted, flag afterwards
-    const QList<std::tuple<QVariant, bool, bool>> shuffle = {
-        {1, true, true}, {-1, true, false}, {"on", true, true}, {2, false, true}, {"bogus", false, true},
-        {QVariant(), false, true}, {QVariant(qlonglong(4294967296)), false, true}, {0.4, false, true},
-        {"0", true, false}};
-    for (const auto& [mode, accepted, flag] : shuffle) {
-        const Answer answer = send(KeloPlayListPlSetShufflePath(), args({{"plid", uid}, {"mode", mode}}));
-        EXPECT_EQ(answer.ok, accepted) << mode.toString().toStdString();
-        EXPECT_EQ(answer.message, accepted ? QString() : QStringLiteral("Could not set shuffle mode on playlist. Invalid shuffle mode. (shuffle-mode)"));
-        EXPECT_EQ(pl->getShuffle(), flag) << mode.toString().toStdString();
-    }
-    const QList<std::tuple<QVariant, bool, bool>> repeat = {
-        {2, true, true}, {3, true, false}, {"all", true, true}, {"one", true, false}, {4, false, false},
-        {"All of them", false, false}, {1.5, false, false}, {QVariant(qlonglong(4294967298)), false, false}};
-    for (const auto& [mode, accepted, flag] : repeat) {
-        const Answer answer = send(KeloPlayListPlSetRepeatPath(), args({{"plid", uid}, {"mode", mode}}));
-        EXPECT_EQ(answer.ok, accepted) << mode.toString().toStdString();
-        EXPECT_EQ(answer.message, accepted ? QString() : QStringLiteral("Could not set repeat mode on playlist. Invalid repeat mode. (repeat-mode)"));
-        EXPECT_EQ(pl->getRepeatAll(), flag) << mode.toString().toStdString();
+    const QString badShuffle = QStringLiteral("Could not set shuffle mode on playlist. Invalid shuffle mode. (shuffle-mode)");
+    const QString badRepeat = QStringLiteral("Could not set repeat mode on playlist. Invalid repeat mode. (repeat-mode)");
+    const auto shuffle = [&] { return pl->getShuffle(); };
+    const auto repeat = [&] { return pl->getRepeatAll(); };
+    // path, mode, the refusal (empty when accepted), the flag afterwards
+    const QList<std::tuple<CMPath, QVariant, QString, std::function<bool()>, bool>> cases = {
+        {KeloPlayListPlSetShufflePath(), 1, "", shuffle, true}, {KeloPlayListPlSetShufflePath(), -1, "", shuffle, false},
+        {KeloPlayListPlSetShufflePath(), "on", "", shuffle, true}, {KeloPlayListPlSetShufflePath(), 2, badShuffle, shuffle, true},
+        {KeloPlayListPlSetShufflePath(), "bogus", badShuffle, shuffle, true},
+        {KeloPlayListPlSetShufflePath(), QVariant(), badShuffle, shuffle, true},
+        {KeloPlayListPlSetShufflePath(), qlonglong(4294967296), badShuffle, shuffle, true},
+        {KeloPlayListPlSetShufflePath(), 0.4, badShuffle, shuffle, true}, {KeloPlayListPlSetShufflePath(), "0", "", shuffle, false},
+        {KeloPlayListPlSetRepeatPath(), 2, "", repeat, true}, {KeloPlayListPlSetRepeatPath(), 3, "", repeat, false},
+        {KeloPlayListPlSetRepeatPath(), "all", "", repeat, true}, {KeloPlayListPlSetRepeatPath(), "one", "", repeat, false},
+        {KeloPlayListPlSetRepeatPath(), 4, badRepeat, repeat, false},
+        {KeloPlayListPlSetRepeatPath(), "All of them", badRepeat, repeat, false},
+        {KeloPlayListPlSetRepeatPath(), 1.5, badRepeat, repeat, false},
+        {KeloPlayListPlSetRepeatPath(), qlonglong(4294967298), badRepeat, repeat, false}};
+    for (const auto& [path, mode, refusal, flag, on] : cases) {
+        SCOPED_TRACE(path.toEncoded().toStdString() + " " + mode.toString().toStdString());
+        const Answer answer = send(path, args({{"plid", uid}, {"mode", mode}}));
+        EXPECT_EQ(answer.ok, refusal.isEmpty());
+        EXPECT_EQ(answer.message, refusal);
+        EXPECT_EQ(flag(), on);
     }
     EXPECT_EQ(store().playlistRow(uid), QStringLiteral("S|0|0|-1"));
 }
@@ -164,59 +173,36 @@ TEST_F(ControllerTest, ThePlayQueueCanBeClearedAndOtherPathsAreLeftUntouched)
 
 // A change the store could not keep is answered as an error and not shown: it would be gone after
 // a restart.
-TEST_F(ControllerTest, RenamesAndFlagsTheStoreRefusesAreAnsweredAsErrorsAndNotKept)
+TEST_F(ControllerTest, ChangesTheStoreRefusesAreAnsweredAsErrorsAndNotKept)
 {
     const int uid = createPlayList("Mix");
     PlayListBase* pl = manager->getPlayListByUid(uid);
-    const auto everyChangeIsRefused = [&] {
-        EXPECT_EQ(send(KeloPlayListPlSetNamePath(), args({{"plid", uid}, {"name", "Blues"}})).message,
-                  QStringLiteral("Could not set playlist name. The playlist could not be stored."));
-        EXPECT_EQ(send(KeloPlayListPlSetShufflePath(), args({{"plid", uid}, {"mode", "on"}})).message,
-                  QStringLiteral("Could not set shuffle mode on playlist. The playlist could not be stored."));
-        EXPECT_FALSE(send(KeloPlayListPlSetRepeatPath(), args({{"plid", uid}, {"mode", "all"}})).ok);
-        EXPECT_EQ(pl->getName(), QStringLiteral("Mix"));
-        EXPECT_FALSE(pl->getShuffle());
-        EXPECT_FALSE(pl->getRepeatAll());
-    };
-    {
-        ReadOnlyStoreFolder readOnly;
-        ASSERT_TRUE(readOnly.holds());
-        everyChangeIsRefused();
-    }
-    ASSERT_TRUE(execOnStore(QStringLiteral(
-        "CREATE TRIGGER fault BEFORE UPDATE ON playlists BEGIN SELECT RAISE(FAIL, 'disk full'); END;")));
-    everyChangeIsRefused();
-    ASSERT_TRUE(execOnStore(QStringLiteral("DROP TRIGGER fault;")));
-
-    reopenWithLimit(0);
-    EXPECT_EQ(store().playlistRow(uid), QStringLiteral("Mix|0|0|-1"));
-    EXPECT_TRUE(send(KeloPlayListPlSetNamePath(), args({{"plid", uid}, {"name", "Blues"}})).ok);
-    EXPECT_EQ(store().playlistRow(uid), QStringLiteral("Blues|0|0|-1"));
-}
-
-TEST_F(ControllerTest, RenamingACollectionKeepsItsMembersAndIsRefusedWhenTheStoreIs)
-{
-    const int uid = createPlayList("Mix");
     const int clid = send(KeloPlayListClCreatePath(), args({{"name", "Col"}})).value.i32_();
     ASSERT_TRUE(send(KeloPlayListClAddItemPath(), args({{"clid", clid}, {"plid", uid}})).ok);
     CollectionBase* collection = manager->getCollectionByUid(clid);
     QSignalSpy renamed(collection, &CollectionBase::nameChanged);
+    for (const char* table : {"playlists", "collections"})
+        ASSERT_TRUE(store().exec(QStringLiteral("CREATE TRIGGER fault_%1 BEFORE UPDATE ON %1 "
+                                                "BEGIN SELECT RAISE(FAIL, 'disk full'); END;").arg(table)));
 
-    ASSERT_TRUE(execOnStore(QStringLiteral(
-        "CREATE TRIGGER fault BEFORE UPDATE ON collections BEGIN SELECT RAISE(FAIL, 'disk full'); END;")));
+    EXPECT_EQ(send(KeloPlayListPlSetNamePath(), args({{"plid", uid}, {"name", "Blues"}})).message,
+              QStringLiteral("Could not set playlist name. The playlist could not be stored."));
+    EXPECT_EQ(send(KeloPlayListPlSetShufflePath(), args({{"plid", uid}, {"mode", "on"}})).message,
+              QStringLiteral("Could not set shuffle mode on playlist. The playlist could not be stored."));
+    EXPECT_FALSE(send(KeloPlayListPlSetRepeatPath(), args({{"plid", uid}, {"mode", "all"}})).ok);
     EXPECT_EQ(send(KeloPlayListClSetNamePath(), args({{"clid", clid}, {"name", "Evening"}})).message,
               QStringLiteral("Could not set collection name. The collection could not be stored."));
-    EXPECT_EQ(collection->getName(), QStringLiteral("Col"));
+    EXPECT_EQ(QStringList({pl->getName(), QString::number(pl->getShuffle()), QString::number(pl->getRepeatAll()),
+                           collection->getName()}),
+              QStringList({"Mix", "0", "0", "Col"}));
     EXPECT_TRUE(renamed.isEmpty());
-    ASSERT_TRUE(execOnStore(QStringLiteral("DROP TRIGGER fault;")));
+    ASSERT_TRUE(store().exec(QStringLiteral("DROP TRIGGER fault_playlists; DROP TRIGGER fault_collections;")));
 
     const Answer answer = send(KeloPlayListClSetNamePath(), args({{"clid", clid}, {"name", "Evening"}}));
     EXPECT_TRUE(answer.ok && answer.value.bool_());
     EXPECT_EQ(renamed, QList<QVariantList>{{QStringLiteral("Evening")}});
-    EXPECT_EQ(collection->getName(), QStringLiteral("Evening"));
-    EXPECT_EQ(collection->getPlayLists().size(), 1);
     reopenWithLimit(0);
-    EXPECT_EQ(store().rows("SELECT name FROM collections"), QStringList{"Evening"});
+    EXPECT_EQ(store().playlistRow(uid), QStringLiteral("Mix|0|0|-1"));
     EXPECT_EQ(manager->getCollectionByUid(clid)->getName(), QStringLiteral("Evening"));
     EXPECT_EQ(manager->getCollectionByUid(clid)->getPlayLists().size(), 1);
 }

@@ -1,4 +1,6 @@
-#include "DatabaseFixture.h"
+#include "PlayListTestSupport.h"
+
+using namespace pltest;
 
 namespace {
 const QStringList fiveTitles = {"a", "b", "c", "d", "e"};
@@ -36,7 +38,7 @@ TEST_F(DatabaseTest, PlayListRowsRoundTripAndListByName)
 TEST_F(DatabaseTest, ItemsKeepEveryFieldAndAreFoundByUid)
 {
     const PlayListRecord pl = playlistWith(QStringLiteral("p"), {"first"});
-    KeloPlayListItem item = makeItem(QStringLiteral("full"));
+    KeloPlayListItem item = track(QStringLiteral("full"));
     item.setArtist(QStringLiteral("Artist \u00e9"));
     item.setAlbum(QStringLiteral("Album"));
     item.setArtworkUrl(QStringLiteral("http://art/1.jpg"));
@@ -67,29 +69,28 @@ TEST_F(DatabaseTest, AddPositionsFollowTheLastPlayedEntry)
     // An empty playlist takes the items from 0 whatever the position, even an unknown one.
     for (int position : {0, 1, 2, 3}) {
         const PlayListRecord pl = db->createPlayList(QStringLiteral("empty %1").arg(position));
-        EXPECT_EQ(db->addItems(pl, position, makeItems({"x", "y", "z"})), 0);
+        EXPECT_EQ(db->addItems(pl, position, tracks({"x", "y", "z"})), 0);
         EXPECT_EQ(db->getNextSequenceNumber(pl), 3);
     }
 
     PlayListRecord pl = playlistWith(QStringLiteral("five"), fiveTitles);
     pl.lastPlayedIndex = 1;
     int added = -1;
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Now, makeItems({"N1", "N2"}), &added), 2);
+    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Now, tracks({"N1", "N2"}), &added), 2);
     EXPECT_EQ(added, 2);
-    SqlProbe probe;
-    EXPECT_EQ(probe.titles(pl.uid), QStringList({"a", "b", "N1", "N2", "c", "d", "e"}));
+    EXPECT_EQ(store().titles(pl.uid), QStringList({"a", "b", "N1", "N2", "c", "d", "e"}));
     pl.size = 7;
 
     pl.lastPlayedIndex = -1;
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::AfterCurrent, makeItems({"tail"})), 7);
+    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::AfterCurrent, tracks({"tail"})), 7);
     pl.size = 8;
     pl.lastPlayedIndex = 7;  // behind the last entry is the end
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Now, makeItems({"end"})), 8);
+    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Now, tracks({"end"})), 8);
     pl.size = 9;
 
-    EXPECT_EQ(db->addItems(pl, 3, makeItems({"refused"})), -1);
-    EXPECT_EQ(probe.titles(pl.uid), QStringList({"a", "b", "N1", "N2", "c", "d", "e", "tail", "end"}));
-    EXPECT_TRUE(probe.gaps().isEmpty());
+    EXPECT_EQ(db->addItems(pl, 3, tracks({"refused"})), -1);
+    EXPECT_EQ(store().titles(pl.uid), QStringList({"a", "b", "N1", "N2", "c", "d", "e", "tail", "end"}));
+    EXPECT_TRUE(store().gaps().isEmpty());
 }
 
 TEST_F(DatabaseTest, RemovingScatteredIndicesRenumbersTheSurvivorsInOrder)
@@ -97,32 +98,28 @@ TEST_F(DatabaseTest, RemovingScatteredIndicesRenumbersTheSurvivorsInOrder)
     PlayListRecord pl = playlistWith(QStringLiteral("seven"), {"0", "1", "2", "3", "4", "5", "6"});
     const PlayListRecord other = playlistWith(QStringLiteral("other"), {"o0", "o1"});
     EXPECT_EQ(db->removeItems(pl, {1, 2, 5}), 3);
-    SqlProbe probe;
-    EXPECT_EQ(probe.titles(pl.uid), QStringList({"0", "3", "4", "6"}));
-    EXPECT_EQ(probe.titles(other.uid), QStringList({"o0", "o1"}));
-    EXPECT_TRUE(probe.gaps().isEmpty());
+    EXPECT_EQ(store().titles(pl.uid), QStringList({"0", "3", "4", "6"}));
+    EXPECT_EQ(store().titles(other.uid), QStringList({"o0", "o1"}));
+    EXPECT_TRUE(store().gaps().isEmpty());
     EXPECT_EQ(db->countPlaylistsItems(), 6);
 
     // One index that names no entry undoes the whole removal.
     pl.size = 4;
     EXPECT_EQ(db->removeItems(pl, {0, 9}), -1);
-    EXPECT_EQ(probe.titles(pl.uid), QStringList({"0", "3", "4", "6"}));
+    EXPECT_EQ(store().titles(pl.uid), QStringList({"0", "3", "4", "6"}));
     EXPECT_EQ(db->countPlaylistsItems(), 6);
 }
 
 TEST_F(DatabaseTest, MovesSlideTheEntriesBetween)
 {
     const PlayListRecord pl = playlistWith(QStringLiteral("five"), fiveTitles);
-    SqlProbe probe;
-    ASSERT_TRUE(db->moveItem(pl, 0, 4));
-    EXPECT_EQ(probe.titles(pl.uid), QStringList({"b", "c", "d", "e", "a"}));
-    ASSERT_TRUE(db->moveItem(pl, 4, 0));
-    EXPECT_EQ(probe.titles(pl.uid), fiveTitles);
-    ASSERT_TRUE(db->moveItem(pl, 3, 1));
-    EXPECT_EQ(probe.titles(pl.uid), QStringList({"a", "d", "b", "c", "e"}));
-    ASSERT_TRUE(db->moveItem(pl, 2, 2));
-    EXPECT_EQ(probe.titles(pl.uid), QStringList({"a", "d", "b", "c", "e"}));
-    EXPECT_TRUE(probe.gaps().isEmpty());
+    const QList<std::tuple<int, int, QStringList>> moves = {
+        {0, 4, {"b", "c", "d", "e", "a"}}, {4, 0, fiveTitles}, {3, 1, {"a", "d", "b", "c", "e"}}, {2, 2, {"a", "d", "b", "c", "e"}}};
+    for (const auto& [from, to, titles] : moves) {
+        ASSERT_TRUE(db->moveItem(pl, from, to));
+        EXPECT_EQ(store().titles(pl.uid), titles) << from << " -> " << to;
+    }
+    EXPECT_TRUE(store().gaps().isEmpty());
 }
 
 TEST_F(DatabaseTest, ClearingAndDeletingTakeTheItemRowsOfThatPlayListOnly)
@@ -134,9 +131,8 @@ TEST_F(DatabaseTest, ClearingAndDeletingTakeTheItemRowsOfThatPlayListOnly)
     ASSERT_TRUE(db->deletePlayList(deleted));
     EXPECT_FALSE(db->deletePlayList(deleted));
 
-    SqlProbe probe;
-    EXPECT_EQ(probe.rows(QStringLiteral("SELECT title FROM items ORDER BY title")), QStringList({"k1", "k2"}));
-    EXPECT_EQ(probe.titles(keep.uid), QStringList({"k1", "k2"}));
+    EXPECT_EQ(store().rows(QStringLiteral("SELECT title FROM items ORDER BY title")), QStringList({"k1", "k2"}));
+    EXPECT_EQ(store().titles(keep.uid), QStringList({"k1", "k2"}));
     EXPECT_EQ(db->getNextSequenceNumber(cleared), 0);
     EXPECT_EQ(db->countPlaylists(), 2);
 }
@@ -147,21 +143,20 @@ TEST_F(DatabaseTest, TheItemsLimitCutsTheListFromTheBack)
     PlayListRecord pl = playlistWith(QStringLiteral("p"), {"0", "1", "2", "3", "4", "5"});
     const PlayListRecord other = playlistWith(QStringLiteral("q"), {"q0", "q1"});  // the limit counts every list
     int added = -1;
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, makeItems({"A", "B", "C", "D", "E"}), &added), 6);
+    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, tracks({"A", "B", "C", "D", "E"}), &added), 6);
     EXPECT_EQ(added, 2);
-    SqlProbe probe;
-    EXPECT_EQ(probe.titles(pl.uid), QStringList({"0", "1", "2", "3", "4", "5", "A", "B"}));
+    EXPECT_EQ(store().titles(pl.uid), QStringList({"0", "1", "2", "3", "4", "5", "A", "B"}));
     pl.size = 8;
 
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, makeItems({"F"}), &added), -2);
+    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, tracks({"F"}), &added), -2);
     EXPECT_EQ(added, 0);
     EXPECT_EQ(db->countPlaylistsItems(), 10);
 
     // A store already above a lowered limit is not cut at all.
     reopen(0);
-    ASSERT_EQ(db->addItems(other, KeloPlayListAddPosition::Append, makeItems({"q2", "q3"})), 2);
+    ASSERT_EQ(db->addItems(other, KeloPlayListAddPosition::Append, tracks({"q2", "q3"})), 2);
     reopen(10);
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, makeItems({"V", "W", "X", "Y", "Z"}), &added), 8);
+    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, tracks({"V", "W", "X", "Y", "Z"}), &added), 8);
     EXPECT_EQ(added, 5);
     EXPECT_EQ(db->countPlaylistsItems(), 17);
 
