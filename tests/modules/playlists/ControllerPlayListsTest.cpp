@@ -71,11 +71,11 @@ TEST_F(ControllerTest, EveryFailureNamesWhatCouldNotBeDoneAndWhy)
         {KeloPlayListPlClearPath(), args({{"plid", 77}}), "Could not clear playlist. There is no playlist with this ID. (77)"},
         {KeloPlayListPlRemoveItemsPath(), args({{"plid", uid}, {"items", QVariantList()}}),
          "Could not remove items from playlist. Please select one or more items to remove."},
-        {KeloPlayListPlRemoveItemsPath(), args({{"plid", uid}, {"items", intList({1, 9})}}),
+        {KeloPlayListPlRemoveItemsPath(), args({{"plid", uid}, {"items", QVariantList{1, 9}}}),
          "Could not remove items from playlist. Remove items failed"},
         {KeloPlayListPlMoveItemspath(), args({{"plid", uid}, {"items", QVariantList()}, {"to", 1}}),
          "Could not move items in playlist. Please select one or more items to move."},
-        {KeloPlayListPlMoveItemspath(), args({{"plid", uid}, {"items", intList({0})}}),
+        {KeloPlayListPlMoveItemspath(), args({{"plid", uid}, {"items", QVariantList{0}}}),
          "Could not move items in playlist. Cannot move items to negative position."},
         {KeloPlayListPlPlayPath(), args({{"plid", -1}}), "Could not start playback on playlist. Cannot find playlist with invalid ID."},
         {KeloPlayListPlPlayPath(), args({{"plid", empty}}),
@@ -139,20 +139,20 @@ TEST_F(ControllerTest, MovesStayInsideThePlaylistOrDoNothing)
     const int uid = playlistWith("M", names(5))->getUid();
     const QString outOfRange =
         QStringLiteral("Could not move items in playlist. Cannot move items, sequence number is not in valid range.");
-    QList<int> many;
+    QVariantList many;
     for (int i = 0; i < 100000; ++i)
         many.append(i);
     // Past the end; sources outside; blocks running over either end; a source named twice; 100,000.
-    const QList<std::pair<QList<int>, int>> refused = {{{0}, 5},      {{7}, 2},      {{-1}, 2}, {{4, 3, 2}, 3},
+    const QList<std::pair<QVariantList, int>> refused = {{{0}, 5},      {{7}, 2},      {{-1}, 2}, {{4, 3, 2}, 3},
                                                          {{0, 1, 2}, 1}, {{1, 1}, 3}, {many, 0}};
     for (const auto& [items, to] : refused)
-        EXPECT_EQ(send(KeloPlayListPlMoveItemspath(), args({{"plid", uid}, {"items", intList(items)}, {"to", to}})).message,
+        EXPECT_EQ(send(KeloPlayListPlMoveItemspath(), args({{"plid", uid}, {"items", items}, {"to", to}})).message,
                   outOfRange);
-    EXPECT_FALSE(send(KeloPlayListPlRemoveItemsPath(), args({{"plid", uid}, {"items", intList(many)}})).ok);
+    EXPECT_FALSE(send(KeloPlayListPlRemoveItemsPath(), args({{"plid", uid}, {"items", many}})).ok);
     EXPECT_EQ(store().titles(uid), names(5));
 
-    EXPECT_TRUE(send(KeloPlayListPlMoveItemspath(), args({{"plid", uid}, {"items", intList({0})}, {"to", 4}})).ok);
-    EXPECT_TRUE(send(KeloPlayListPlMoveItemspath(), args({{"plid", uid}, {"items", intList({3, 4})}, {"to", 0}})).ok);
+    EXPECT_TRUE(send(KeloPlayListPlMoveItemspath(), args({{"plid", uid}, {"items", QVariantList{0}}, {"to", 4}})).ok);
+    EXPECT_TRUE(send(KeloPlayListPlMoveItemspath(), args({{"plid", uid}, {"items", QVariantList{3, 4}}, {"to", 0}})).ok);
     EXPECT_EQ(store().titles(uid), (QStringList{"t4", "t0", "t1", "t2", "t3"}));
     EXPECT_TRUE(store().gaps().isEmpty());
 }
