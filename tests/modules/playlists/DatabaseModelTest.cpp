@@ -25,12 +25,6 @@ struct EditOp
     int from = 0, to = 0;  // Move
 };
 
-struct EditSizes
-{
-    int maxAdd, maxRemove;
-    int softSize;  // above this a list is more often shrunk than grown
-};
-
 // Playlist uid -> titles in order. The edits depend only on the model and the generator, so two
 // processes that start from the same state and seed make the same edits.
 class ListModel
@@ -38,21 +32,23 @@ class ListModel
 public:
     QMap<int, QStringList> lists;
 
-    EditOp randomEdit(std::mt19937& rng, const QString& tag, int& counter, const EditSizes& sizes) const
+    // At most maxBatch entries are added, half as many removed; above softSize a list is more often
+    // shrunk than grown.
+    EditOp randomEdit(std::mt19937& rng, const QString& tag, int& counter, int maxBatch, int softSize) const
     {
         EditOp op;
         op.playlist = lists.keys().at(static_cast<int>(rng() % lists.size()));
         const int size = lists.value(op.playlist).size();
         const int roll = static_cast<int>(rng() % 10);
-        if (size == 0 || roll < (size > sizes.softSize ? 2 : 4)) {
+        if (size == 0 || roll < (size > softSize ? 2 : 4)) {
             op.position = static_cast<int>(rng() % 3);
             op.lastPlayedIndex = (size > 0 && rng() % 2) ? static_cast<int>(rng() % size) : -1;
-            for (int i = 1 + static_cast<int>(rng() % sizes.maxAdd); i > 0; --i)
+            for (int i = 1 + static_cast<int>(rng() % maxBatch); i > 0; --i)
                 op.titles.append(tag + QString::number(counter++));
         } else if (roll < 7) {
             op.kind = EditOp::Remove;
             // Now and then one block, else scattered indices, so that single and long runs both occur.
-            const int count = 1 + static_cast<int>(rng() % std::min(sizes.maxRemove, size));
+            const int count = 1 + static_cast<int>(rng() % std::min(maxBatch / 2, size));
             const bool block = rng() % 4 == 0;
             const int start = static_cast<int>(rng() % (size - count + 1));
             for (int i = 0; i < size && op.indices.size() < count; ++i)
@@ -132,7 +128,7 @@ TEST_F(DatabaseTest, RandomEditsKeepTheOrderOfAPlainListModelAndDenseNumbers)
     std::mt19937 rng(20240611);
     int counter = 0;
     for (int step = 0; step < 3000; ++step) {
-        const EditOp op = model.randomEdit(rng, QStringLiteral("t"), counter, {6, 5, 40});
+        const EditOp op = model.randomEdit(rng, QStringLiteral("t"), counter, 10, 40);
         ASSERT_TRUE(model.applyTo(*db, op)) << "step " << step << " kind " << op.kind;
         model.apply(op);
 
@@ -153,7 +149,7 @@ TEST_F(DatabaseTest, RandomEditsKeepTheOrderOfAPlainListModelAndDenseNumbers)
 // Every edit it reported as committed must be in the file afterwards, at most one more (committed
 // but not yet reported) may be, and the file must be sound.
 namespace {
-const EditSizes batchSizes = {300, 150, 1500};
+const int batch = 300, softSize = 1500;
 
 [[noreturn]] void editUntilKilled(int reportFd, int round, ListModel model)
 {
@@ -161,7 +157,7 @@ const EditSizes batchSizes = {300, 150, 1500};
     std::mt19937 rng(round);
     int counter = 0;
     for (int done = 1;; ++done) {
-        const EditOp op = model.randomEdit(rng, QStringLiteral("r%1-").arg(round), counter, batchSizes);
+        const EditOp op = model.randomEdit(rng, QStringLiteral("r%1-").arg(round), counter, batch, softSize);
         if (!model.applyTo(db, op))
             _exit(3);
         model.apply(op);
@@ -179,7 +175,7 @@ QList<ListModel> possibleStates(ListModel model, int round, int reported)
     for (int i = 0; i <= reported + 1; ++i) {
         if (i >= reported)
             states.append(model);
-        model.apply(model.randomEdit(rng, QStringLiteral("r%1-").arg(round), counter, batchSizes));
+        model.apply(model.randomEdit(rng, QStringLiteral("r%1-").arg(round), counter, batch, softSize));
     }
     return states;
 }

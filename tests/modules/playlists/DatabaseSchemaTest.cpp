@@ -19,7 +19,7 @@ QStringList dumpAll()
 }
 }  // namespace
 
-TEST_F(DatabaseTest, AFreshStartMakesTheTablesAndThePlayQueueAndARestartChangesNothing)
+TEST_F(DatabaseTest, AFreshStartMakesTheTablesAndThePlayQueueARestartChangesNothingAndAClearLeavesTheQueue)
 {
     EXPECT_EQ(store().rows(QStringLiteral("SELECT type || ':' || name FROM sqlite_master "
                                           "WHERE name NOT LIKE 'sqlite_%' ORDER BY name")),
@@ -44,13 +44,6 @@ TEST_F(DatabaseTest, AFreshStartMakesTheTablesAndThePlayQueueAndARestartChangesN
     EXPECT_EQ(dumpAll(), before);
     EXPECT_EQ(db->getPlayQueue().size, 2);
     EXPECT_TRUE(db->getPlayQueue().shuffle);
-}
-
-TEST_F(DatabaseTest, ClearDatabaseLeavesOnlyTheEmptyPlayQueue)
-{
-    const PlayListRecord pl = playlistWith(QStringLiteral("a"), {"x", "y"});
-    ASSERT_EQ(db->addItems(db->getPlayQueue(), KeloPlayListAddPosition::Append, tracks({"q"})), 0);
-    db->addToCollection(db->createCollection(QStringLiteral("c")), pl.uid);
 
     db->clearDatabase();
     EXPECT_EQ(store().rows(QStringLiteral("SELECT * FROM playlists")), QStringList({"0|PlayQueue|0|0|-1"}));
