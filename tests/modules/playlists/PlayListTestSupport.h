@@ -153,15 +153,16 @@ protected:
             pl.size = titles.size();
         return pl;
     }
+    // A fresh look at the file, after the changes made so far.
     static StoreReader store() { return StoreReader(); }
 
     TempWorkDir workDir;
     std::unique_ptr<Database> db;
 };
 
-// A root (for the settings tree and routing) and a model on a fresh store in a temporary working
-// directory. reopen() starts the model again on the same file, as a restart does.
-class ModelTest : public testing::Test
+// A root (for the settings tree and routing) and a model on the fresh store. reopen() starts the
+// store and the model again on the same file, as a restart does.
+class ModelTest : public DatabaseTest
 {
 protected:
     void SetUp() override
@@ -173,13 +174,13 @@ protected:
 
     void open(int itemsLimit = 0)
     {
-        database = std::make_unique<Database>(itemsLimit, false);
-        manager = std::make_unique<PlayListManager>(database.get());
+        DatabaseTest::reopen(itemsLimit);
+        manager = std::make_unique<PlayListManager>(db.get());
     }
     void close()
     {
         manager.reset();
-        database.reset();
+        db.reset();
     }
     void reopen(int itemsLimit = 0)
     {
@@ -196,12 +197,7 @@ protected:
         return pl;
     }
 
-    // A fresh look at the file, after the changes made so far.
-    static StoreReader store() { return StoreReader(); }
-
-    TempWorkDir workDir;
     CMRootWorker root;
-    std::unique_ptr<Database> database;
     std::unique_ptr<PlayListManager> manager;
 };
 
