@@ -71,6 +71,7 @@ TEST_F(DatabaseAtomicity, AChangeThatFailsInAnyStepChangesNothingAndGoesThroughO
         EXPECT_EQ(probe->titles(pl.uid), c.titlesAfter);
         if (c.titlesAfter.isEmpty()) {  // the playlist is gone, and with it its items only
             EXPECT_EQ(probe->rows(QStringLiteral("SELECT title FROM items")), QStringList({"x"}));
+            EXPECT_FALSE(db->deletePlayList(pl));
             break;
         }
         ASSERT_TRUE(db->clearItems(pl));
@@ -84,6 +85,7 @@ TEST_F(DatabaseAtomicity, AClearWhoseCleanupFailsLeavesOrphansForTheNextCleanup)
     inject(QStringLiteral("DELETE ON items"), QStringLiteral("1"));
     EXPECT_TRUE(db->clearItems(pl));
     EXPECT_TRUE(probe->titles(pl.uid).isEmpty());
+    EXPECT_EQ(probe->titles(other.uid), QStringList({"x"}));
     EXPECT_EQ(db->countPlaylistsItems(), 6);
     heal();
     EXPECT_TRUE(db->clearItems(other));

@@ -78,21 +78,6 @@ TEST_F(DatabaseTest, AnUnknownAddPositionOnlyFillsAnEmptyListAndABadIndexUndoesT
     EXPECT_EQ(db->countPlaylistsItems(), 8);
 }
 
-TEST_F(DatabaseTest, ClearingAndDeletingTakeTheItemRowsOfThatPlayListOnly)
-{
-    const PlayListRecord keep = playlistWith(QStringLiteral("keep"), {"k1", "k2"});
-    const PlayListRecord cleared = playlistWith(QStringLiteral("cleared"), {"c1", "c2", "c3"});
-    const PlayListRecord deleted = playlistWith(QStringLiteral("deleted"), {"d1"});
-    ASSERT_TRUE(db->clearItems(cleared));
-    ASSERT_TRUE(db->deletePlayList(deleted));
-    EXPECT_FALSE(db->deletePlayList(deleted));
-
-    EXPECT_EQ(store().rows(QStringLiteral("SELECT title FROM items ORDER BY title")), QStringList({"k1", "k2"}));
-    EXPECT_EQ(store().titles(keep.uid), QStringList({"k1", "k2"}));
-    EXPECT_EQ(db->getNextSequenceNumber(cleared), 0);
-    EXPECT_EQ(db->countPlaylists(), 2);
-}
-
 TEST_F(DatabaseTest, TheItemsLimitCutsTheListFromTheBack)
 {
     reopen(10);
