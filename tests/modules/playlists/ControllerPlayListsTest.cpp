@@ -106,31 +106,28 @@ TEST_F(ControllerTest, ShuffleAndRepeatAcceptLooselyAndSwitchOnOnlyForOnAndAll)
 {
     const int uid = createPlayList("S");
     PlayListBase* pl = manager->getPlayListByUid(uid);
-    const QString badShuffle = QStringLiteral("Could not set shuffle mode on playlist. Invalid shuffle mode. (shuffle-mode)");
-    const QString badRepeat = QStringLiteral("Could not set repeat mode on playlist. Invalid repeat mode. (repeat-mode)");
-    const auto shuffle = [&] { return pl->getShuffle(); };
-    const auto repeat = [&] { return pl->getRepeatAll(); };
-    // path, mode, the refusal (empty when accepted), the flag afterwards
-    const QList<std::tuple<CMPath, QVariant, QString, std::function<bool()>, bool>> cases = {
-        {KeloPlayListPlSetShufflePath(), 1, "", shuffle, true}, {KeloPlayListPlSetShufflePath(), -1, "", shuffle, false},
-        {KeloPlayListPlSetShufflePath(), "on", "", shuffle, true}, {KeloPlayListPlSetShufflePath(), 2, badShuffle, shuffle, true},
-        {KeloPlayListPlSetShufflePath(), "bogus", badShuffle, shuffle, true},
-        {KeloPlayListPlSetShufflePath(), QVariant(), badShuffle, shuffle, true},
-        {KeloPlayListPlSetShufflePath(), qlonglong(4294967296), badShuffle, shuffle, true},
-        {KeloPlayListPlSetShufflePath(), 0.4, badShuffle, shuffle, true}, {KeloPlayListPlSetShufflePath(), "0", "", shuffle, false},
-        {KeloPlayListPlSetRepeatPath(), 2, "", repeat, true}, {KeloPlayListPlSetRepeatPath(), 3, "", repeat, false},
-        {KeloPlayListPlSetRepeatPath(), "all", "", repeat, true}, {KeloPlayListPlSetRepeatPath(), "one", "", repeat, false},
-        {KeloPlayListPlSetRepeatPath(), 4, badRepeat, repeat, false},
-        {KeloPlayListPlSetRepeatPath(), "All of them", badRepeat, repeat, false},
-        {KeloPlayListPlSetRepeatPath(), 1.5, badRepeat, repeat, false},
-        {KeloPlayListPlSetRepeatPath(), qlonglong(4294967298), badRepeat, repeat, false}};
-    for (const auto& [path, mode, refusal, flag, on] : cases) {
-        SCOPED_TRACE(path.toEncoded().toStdString() + " " + mode.toString().toStdString());
-        const Answer answer = send(path, args({{"plid", uid}, {"mode", mode}}));
-        EXPECT_EQ(answer.ok, refusal.isEmpty());
-        EXPECT_EQ(answer.message, refusal);
-        EXPECT_EQ(flag(), on);
-    }
+    // Each mode with the flag it leaves: 1 on, 0 off, -1 refused (the flag stays as it was).
+    const auto check = [&](const CMPath& path, const QString& refusal, const std::function<bool()>& flag,
+                           const QList<QPair<QVariant, int>>& modes) {
+        bool expected = flag();
+        for (const auto& [mode, after] : modes) {
+            SCOPED_TRACE(path.toEncoded().toStdString() + " " + mode.toString().toStdString());
+            expected = after < 0 ? expected : after == 1;
+            const Answer answer = send(path, args({{"plid", uid}, {"mode", mode}}));
+            EXPECT_EQ(answer.ok, after >= 0);
+            EXPECT_EQ(answer.message, after < 0 ? refusal : QString());
+            EXPECT_EQ(flag(), expected);
+        }
+    };
+    check(KeloPlayListPlSetShufflePath(),
+          QStringLiteral("Could not set shuffle mode on playlist. Invalid shuffle mode. (shuffle-mode)"),
+          [&] { return pl->getShuffle(); },
+          {{1, 1}, {-1, 0}, {"on", 1}, {2, -1}, {"bogus", -1}, {QVariant(), -1}, {qlonglong(4294967296), -1},
+           {0.4, -1}, {"0", 0}});
+    check(KeloPlayListPlSetRepeatPath(),
+          QStringLiteral("Could not set repeat mode on playlist. Invalid repeat mode. (repeat-mode)"),
+          [&] { return pl->getRepeatAll(); },
+          {{2, 1}, {3, 0}, {"all", 1}, {"one", 0}, {4, -1}, {"All of them", -1}, {1.5, -1}, {qlonglong(4294967298), -1}});
     EXPECT_EQ(store().playlistRow(uid), QStringLiteral("S|0|0|-1"));
 }
 
