@@ -1,5 +1,5 @@
 #pragma once
-// What the benchmarks share: a scratch working directory, generated entries, and the floor: the
+// What the benchmarks share: a scratch working directory (the tests' own), generated entries, and the floor: the
 // store's own statements run bare on its schema (same SQL, same transactions, statements prepared
 // once, texts already in UTF-8), to which the module's figures are compared.
 #include <sqlite3.h>
@@ -9,34 +9,16 @@
 #include <utility>
 #include <vector>
 
-#include <QDir>
-#include <QFileInfo>
-#include <QTemporaryDir>
-
 #include "Database.h"
+#include "TempWorkDir.h"
 
 namespace bench {
 
-// A fresh working directory for one benchmark, left again when it ends.
-class BenchDir
+// A fresh working directory for one benchmark, left again when it ends; in $KELO_BENCH_DIR when set.
+class BenchDir : public TempWorkDir
 {
 public:
-    BenchDir() : m_previous(QDir::currentPath()), m_dir(base() + QStringLiteral("/kelo-bench-XXXXXX"))
-    {
-        QDir::setCurrent(m_dir.path());
-    }
-    ~BenchDir() { QDir::setCurrent(m_previous); }
-
-private:
-    static QString base()
-    {
-        const QString configured = qEnvironmentVariable("KELO_BENCH_DIR");
-        if (!configured.isEmpty())
-            return configured;
-        return QFileInfo(QStringLiteral("/dev/shm")).isWritable() ? QStringLiteral("/dev/shm") : QDir::tempPath();
-    }
-    QString m_previous;
-    QTemporaryDir m_dir;
+    BenchDir() : TempWorkDir(qEnvironmentVariable("KELO_BENCH_DIR")) {}
 };
 
 inline KeloPlayListItem benchItem(int i)

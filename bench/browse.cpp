@@ -2,43 +2,14 @@
 // 1,000 playlists (a first page and all rows), each answered by the node as a user interface asks.
 #include <benchmark/benchmark.h>
 
-#include <QDir>
-#include <QTemporaryDir>
 #include <memory>
 
-#include "CMRoot.h"
-#include "Database.h"
-#include "KeloJson.h"
 #include "KeloPaths.h"
-#include "PlayList.h"
-#include "PlayListManager.h"
+#include "PlayListTestSupport.h"
 #include "playlistUI/RootNode.h"
 #include "playlistUI/playlist/PlayListGetItemsNode.h"
 
 namespace {
-
-KeloPlayListItem track(int n)
-{
-    const QString title = QStringLiteral("Track %1").arg(n);
-    KeloRoles roles;
-    roles.setTitle(title);
-    roles.setType(KeloRolesType::Audio);
-    roles.setArtist(QStringLiteral("Artist %1").arg(n % 37));
-    roles.setDuration(180 + n % 120);
-    KeloMediaResource resource;
-    resource.setUri(QStringLiteral("demo://track/%1").arg(n));
-    resource.setMimeType(QStringLiteral("audio/mpeg"));
-    KeloMediaData mediaData;
-    mediaData.setResources({resource});
-    mediaData.setMetaData(KeloMetaData());
-    roles.setMediaData(mediaData);
-    KeloPlayListItem item;
-    item.setTitle(title);
-    item.setUrl(resource.uri());
-    item.setServiceId(QStringLiteral("demo"));
-    item.setKeloRoles(KeloJson::stringify(roles.toVariant()));
-    return item;
-}
 
 // One store for all cases, built once: a 10,000-entry playlist among 1,000 playlists.
 class Library
@@ -57,14 +28,13 @@ public:
 private:
     Library()
     {
-        QDir::setCurrent(dir.path());
         database = std::make_unique<Database>(0, false);
         manager = std::make_unique<PlayListManager>(database.get());
         big = manager->createPlayList(QStringLiteral("Big"));
         for (int first = 0; first < 10000; first += 1000) {
             QList<KeloPlayListItem> batch;
             for (int n = first; n < first + 1000; ++n)
-                batch.append(track(n));
+                batch.append(pltest::track(QStringLiteral("Track %1").arg(n)));
             big->addItems(KeloPlayListAddPosition::Append, batch);
         }
         for (int n = 1; n < 1000; ++n)
@@ -73,7 +43,7 @@ private:
         items.reset(PlayListGetItemsNode::create(nullptr, KeloPlayListPlGetItemsPath() + big->getUid(), manager.get()));
     }
 
-    QTemporaryDir dir;
+    TempWorkDir dir;  // stays the working directory: the store's statements name its file relative to it
     CMRootWorker settings;
     std::unique_ptr<Database> database;
     std::unique_ptr<PlayListManager> manager;

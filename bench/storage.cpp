@@ -18,9 +18,6 @@
 #include <string>
 #include <vector>
 
-#include <QDir>
-#include <QFileInfo>
-#include <QTemporaryDir>
 
 #include "BenchSupport.h"
 #include "Database.h"

@@ -51,14 +51,6 @@ inline QVariantHash args(std::initializer_list<std::pair<const char*, QVariant>>
     return hash;
 }
 
-inline QVariantList intList(const QList<int>& values)
-{
-    QVariantList list;
-    for (int v : values)
-        list.append(v);
-    return list;
-}
-
 inline QVariantList itemList(const QList<KeloPlayListItem>& items)
 {
     QVariantList list;

@@ -1,19 +1,23 @@
-#include "DatabaseFixture.h"
-
 // A statement that fails halfway through a change of several statements (injected through a
 // trigger on a second connection) must leave the store exactly as it was, and the store must take
 // the same change once the fault is gone: a transaction left open would refuse the next BEGIN.
-class DatabaseAtomicityTest : public DatabaseTest
+#include <functional>
+
+#include "PlayListTestSupport.h"
+
+using namespace pltest;
+
+namespace {
+class DatabaseAtomicity : public DatabaseTest
 {
 protected:
     void SetUp() override
     {
         DatabaseTest::SetUp();
-        probe = std::make_unique<SqlProbe>();
         pl = playlistWith(QStringLiteral("p"), {"a", "b", "c", "d", "e"});
         pl.lastPlayedIndex = 1;
         other = playlistWith(QStringLiteral("o"), {"x"});
-        before = snapshot();
+        probe = std::make_unique<StoreReader>();
     }
     void inject(const QString& event, const QString& condition)
     {
@@ -22,67 +26,66 @@ protected:
                                    .arg(event, condition)));
     }
     void heal() { ASSERT_TRUE(probe->exec(QStringLiteral("DROP TRIGGER fault;"))); }
-    QStringList snapshot()
+    QStringList snapshot() const
     {
-        QStringList state = probe->rows(QStringLiteral("SELECT * FROM playlists_items ORDER BY playlist, sequenceNumber"));
-        state += probe->rows(QStringLiteral("SELECT * FROM items ORDER BY uid"));
-        state += probe->rows(QStringLiteral("SELECT * FROM playlists ORDER BY uid"));
-        return state;
+        return probe->rows(QStringLiteral("SELECT * FROM playlists_items ORDER BY playlist, sequenceNumber")) +
+               probe->rows(QStringLiteral("SELECT * FROM items ORDER BY uid")) +
+               probe->rows(QStringLiteral("SELECT * FROM playlists ORDER BY uid"));
     }
 
-    std::unique_ptr<SqlProbe> probe;  // made once the file exists
     PlayListRecord pl;
     PlayListRecord other;
-    QStringList before;
+    std::unique_ptr<StoreReader> probe;
 };
+}  // namespace
 
-TEST_F(DatabaseAtomicityTest, AnAddThatFailsAfterMakingRoomChangesNothing)
+TEST_F(DatabaseAtomicity, AChangeThatFailsInAnyStepChangesNothingAndGoesThroughOnceHealed)
 {
-    inject(QStringLiteral("INSERT ON items"), QStringLiteral("NEW.title = 'poison'"));
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Now, makeItems({"n1", "n2", "poison", "n3"})), -1);
-    EXPECT_EQ(snapshot(), before);
-    heal();
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Now, makeItems({"n1", "poison"})), 2);
-    EXPECT_EQ(probe->titles(pl.uid), QStringList({"a", "b", "n1", "poison", "c", "d", "e"}));
+    struct Case
+    {
+        const char* what;
+        QString event, condition;
+        std::function<bool()> change;
+        QStringList titlesAfter;
+    };
+    const Case cases[] = {
+        {"an add failing after making room", "INSERT ON items", "NEW.title = 'poison'",
+         [&] { return db->addItems(pl, KeloPlayListAddPosition::Now, tracks({"n1", "poison"})) == 2; },
+         {"a", "b", "n1", "poison", "c", "d", "e"}},
+        {"a removal failing while renumbering", "UPDATE ON playlists_items", "NEW.sequenceNumber = 2",
+         [&] { return db->removeItems(pl, {0, 1}) == 2; }, {"c", "d", "e"}},
+        // The third update brings the lifted block back down.
+        {"a move failing in its last step", "UPDATE ON playlists_items",
+         "OLD.sequenceNumber >= 5 AND NEW.sequenceNumber = 2", [&] { return db->moveItem(pl, 0, 4); },
+         {"b", "c", "d", "e", "a"}},
+        {"a deletion failing in its cleanup", "DELETE ON items", "1", [&] { return db->deletePlayList(pl); }, {}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const QStringList before = snapshot();
+        inject(c.event, c.condition);
+        EXPECT_FALSE(c.change());
+        EXPECT_EQ(snapshot(), before);
+        heal();
+        EXPECT_TRUE(c.change());
+        EXPECT_EQ(probe->titles(pl.uid), c.titlesAfter);
+        if (c.titlesAfter.isEmpty()) {  // the playlist is gone, and with it its items only
+            EXPECT_EQ(probe->rows(QStringLiteral("SELECT title FROM items")), QStringList({"x"}));
+            EXPECT_FALSE(db->deletePlayList(pl));
+            break;
+        }
+        ASSERT_TRUE(db->clearItems(pl));
+        ASSERT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, tracks({"a", "b", "c", "d", "e"})), 0);
+    }
 }
 
-TEST_F(DatabaseAtomicityTest, ARemovalThatFailsWhileRenumberingChangesNothing)
-{
-    inject(QStringLiteral("UPDATE ON playlists_items"), QStringLiteral("NEW.sequenceNumber = 2"));
-    EXPECT_EQ(db->removeItems(pl, {0, 1}), -1);
-    EXPECT_EQ(snapshot(), before);
-    heal();
-    EXPECT_EQ(db->removeItems(pl, {0, 1}), 2);
-    EXPECT_EQ(probe->titles(pl.uid), QStringList({"c", "d", "e"}));
-}
-
-TEST_F(DatabaseAtomicityTest, AMoveThatFailsInItsLastStepChangesNothing)
-{
-    // The third update brings the lifted block back down.
-    inject(QStringLiteral("UPDATE ON playlists_items"), QStringLiteral("OLD.sequenceNumber >= 5 AND NEW.sequenceNumber = 2"));
-    EXPECT_FALSE(db->moveItem(pl, 0, 4));
-    EXPECT_EQ(snapshot(), before);
-    heal();
-    EXPECT_TRUE(db->moveItem(pl, 0, 4));
-    EXPECT_EQ(probe->titles(pl.uid), QStringList({"b", "c", "d", "e", "a"}));
-}
-
-TEST_F(DatabaseAtomicityTest, ADeletionThatFailsInTheCleanupKeepsThePlayList)
-{
-    inject(QStringLiteral("DELETE ON items"), QStringLiteral("1"));
-    EXPECT_FALSE(db->deletePlayList(pl));
-    EXPECT_EQ(snapshot(), before);
-    heal();
-    EXPECT_TRUE(db->deletePlayList(pl));
-    EXPECT_EQ(probe->rows(QStringLiteral("SELECT title FROM items")), QStringList({"x"}));
-}
-
-TEST_F(DatabaseAtomicityTest, AClearWhoseCleanupFailsLeavesOrphansForTheNextCleanup)
+TEST_F(DatabaseAtomicity, AClearWhoseCleanupFailsLeavesOrphansForTheNextCleanup)
 {
     // Clearing has no transaction: the entries go, their item rows stay until a later cleanup.
     inject(QStringLiteral("DELETE ON items"), QStringLiteral("1"));
     EXPECT_TRUE(db->clearItems(pl));
     EXPECT_TRUE(probe->titles(pl.uid).isEmpty());
+    EXPECT_EQ(probe->titles(other.uid), QStringList({"x"}));
     EXPECT_EQ(db->countPlaylistsItems(), 6);
     heal();
     EXPECT_TRUE(db->clearItems(other));
@@ -90,46 +93,33 @@ TEST_F(DatabaseAtomicityTest, AClearWhoseCleanupFailsLeavesOrphansForTheNextClea
 }
 
 // A COMMIT that fails for good (here a deferred constraint, as a full disk would) is a failed
-// operation at once: rolled back, reported, and the store takes the change once the fault is gone.
-TEST_F(DatabaseAtomicityTest, ACommitThatFailsForGoodIsRolledBackAndReported)
+// operation at once; a reader holding the file makes the COMMIT wait a bounded time, then fail.
+// Either way the change is rolled back, reported, and taken once the cause is gone.
+TEST_F(DatabaseAtomicity, ACommitThatCannotFinishIsRolledBackAndReported)
 {
     ASSERT_TRUE(probe->exec(QStringLiteral(
         "CREATE TABLE fault_child(ref INTEGER REFERENCES playlists(uid) DEFERRABLE INITIALLY DEFERRED);"
         "CREATE TRIGGER fault AFTER INSERT ON playlists_items BEGIN INSERT INTO fault_child VALUES(-5); END;")));
-    before = snapshot();
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, makeItems({"n1", "n2"})), -1);
+    QStringList before = snapshot();
+    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, tracks({"n1", "n2"})), -1);
     EXPECT_EQ(snapshot(), before);
     heal();
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, makeItems({"n1"})), 5);
-}
+    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, tracks({"n1"})), 5);
+    pl.size = 6;
 
-// A reader that holds the file makes the COMMIT wait and try again for a bounded time, then the
-// operation fails whole; once the reader is gone the same change goes through.
-TEST_F(DatabaseAtomicityTest, AReaderHoldingTheFileMakesTheChangeFailAfterABoundedWait)
-{
+    before = snapshot();
     ASSERT_TRUE(probe->exec(QStringLiteral("BEGIN;")));
-    ASSERT_EQ(probe->intValue(QStringLiteral("SELECT count(*) FROM items")), 6);
-    EXPECT_FALSE(db->moveItem(pl, 0, 4));
+    ASSERT_EQ(probe->number(QStringLiteral("SELECT count(*) FROM items")), 7);
+    EXPECT_FALSE(db->moveItem(pl, 0, 5));
     ASSERT_TRUE(probe->exec(QStringLiteral("END;")));
     EXPECT_EQ(snapshot(), before);
-    EXPECT_TRUE(db->moveItem(pl, 0, 4));
-    EXPECT_EQ(probe->titles(pl.uid), QStringList({"b", "c", "d", "e", "a"}));
+    EXPECT_TRUE(db->moveItem(pl, 0, 5));
+    EXPECT_EQ(probe->titles(pl.uid), QStringList({"b", "c", "d", "e", "n1", "a"}));
 }
 
-TEST_F(DatabaseAtomicityTest, ABlockMoveThatFailsInItsSecondMoveChangesNothing)
-{
-    inject(QStringLiteral("UPDATE ON playlists_items"),
-           QStringLiteral("NEW.sequenceNumber = 1 AND NEW.item = (SELECT uid FROM items WHERE title = 'e')"));
-    EXPECT_FALSE(db->moveItems(pl, {{3, 0}, {4, 1}}));
-    EXPECT_EQ(snapshot(), before);
-    heal();
-    EXPECT_TRUE(db->moveItems(pl, {{3, 0}, {4, 1}}));
-    EXPECT_EQ(probe->titles(pl.uid), QStringList({"d", "e", "a", "b", "c"}));
-}
-
-TEST_F(DatabaseAtomicityTest, AnAddBehindAStaleLastPlayedIndexGoesToTheEnd)
+TEST_F(DatabaseAtomicity, AnAddBehindAStaleLastPlayedIndexGoesToTheEnd)
 {
     pl.lastPlayedIndex = pl.size;  // its entry was removed
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::AfterCurrent, makeItems({"n"})), 5);
+    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::AfterCurrent, tracks({"n"})), 5);
     EXPECT_TRUE(probe->gaps().isEmpty());
 }

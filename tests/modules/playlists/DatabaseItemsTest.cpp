@@ -1,15 +1,19 @@
-#include "DatabaseFixture.h"
+#include "PlayListTestSupport.h"
+
+using namespace pltest;
 
 namespace {
-const QStringList fiveTitles = {"a", "b", "c", "d", "e"};
+QString describe(const PlayListRecord& pl)
+{
+    return QStringLiteral("%1|%2|%3|%4|%5").arg(pl.name).arg(pl.shuffle).arg(pl.repeatAll).arg(pl.lastPlayedIndex).arg(pl.size);
 }
+}  // namespace
 
 TEST_F(DatabaseTest, PlayListRowsRoundTripAndListByName)
 {
     const PlayListRecord created = db->createPlayList(QStringLiteral("zebra"));
     EXPECT_GT(created.uid, 0);
-    EXPECT_EQ(created.lastPlayedIndex, -1);
-    EXPECT_EQ(created.size, 0);
+    EXPECT_EQ(describe(created), QStringLiteral("zebra|0|0|-1|0"));
     PlayListRecord other = playlistWith(QStringLiteral("apple"), {"x", "y"});
     other.shuffle = true;
     other.lastPlayedIndex = 1;
@@ -18,11 +22,7 @@ TEST_F(DatabaseTest, PlayListRowsRoundTripAndListByName)
 
     const QList<PlayListRecord> all = db->getPlayLists();
     ASSERT_EQ(all.size(), 2);
-    EXPECT_EQ(all[0].name, QStringLiteral("banana"));
-    EXPECT_TRUE(all[0].shuffle);
-    EXPECT_FALSE(all[0].repeatAll);
-    EXPECT_EQ(all[0].lastPlayedIndex, 1);
-    EXPECT_EQ(all[0].size, 2);
+    EXPECT_EQ(describe(all[0]), QStringLiteral("banana|1|0|1|2"));
     EXPECT_EQ(all[1].uid, created.uid);
     EXPECT_EQ(db->countPlaylists(), 2);
 
@@ -36,7 +36,7 @@ TEST_F(DatabaseTest, PlayListRowsRoundTripAndListByName)
 TEST_F(DatabaseTest, ItemsKeepEveryFieldAndAreFoundByUid)
 {
     const PlayListRecord pl = playlistWith(QStringLiteral("p"), {"first"});
-    KeloPlayListItem item = makeItem(QStringLiteral("full"));
+    KeloPlayListItem item = track(QStringLiteral("full"));
     item.setArtist(QStringLiteral("Artist \u00e9"));
     item.setAlbum(QStringLiteral("Album"));
     item.setArtworkUrl(QStringLiteral("http://art/1.jpg"));
@@ -62,83 +62,20 @@ TEST_F(DatabaseTest, ItemsKeepEveryFieldAndAreFoundByUid)
     EXPECT_FALSE(db->getItemByUid(back.uid() + 100).isValid());
 }
 
-TEST_F(DatabaseTest, AddPositionsFollowTheLastPlayedEntry)
+// Where adds land and how removals renumber is compared with a plain list model elsewhere;
+// here are the inputs that model never makes.
+TEST_F(DatabaseTest, AnUnknownAddPositionOnlyFillsAnEmptyListAndABadIndexUndoesTheWholeRemoval)
 {
-    // An empty playlist takes the items from 0 whatever the position, even an unknown one.
-    for (int position : {0, 1, 2, 3}) {
-        const PlayListRecord pl = db->createPlayList(QStringLiteral("empty %1").arg(position));
-        EXPECT_EQ(db->addItems(pl, position, makeItems({"x", "y", "z"})), 0);
-        EXPECT_EQ(db->getNextSequenceNumber(pl), 3);
-    }
+    const PlayListRecord empty = db->createPlayList(QStringLiteral("empty"));
+    EXPECT_EQ(db->addItems(empty, 3, tracks({"x", "y", "z"})), 0);
+    EXPECT_EQ(db->getNextSequenceNumber(empty), 3);
 
-    PlayListRecord pl = playlistWith(QStringLiteral("five"), fiveTitles);
+    PlayListRecord pl = playlistWith(QStringLiteral("five"), {"a", "b", "c", "d", "e"});
     pl.lastPlayedIndex = 1;
-    int added = -1;
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Now, makeItems({"N1", "N2"}), &added), 2);
-    EXPECT_EQ(added, 2);
-    SqlProbe probe;
-    EXPECT_EQ(probe.titles(pl.uid), QStringList({"a", "b", "N1", "N2", "c", "d", "e"}));
-    pl.size = 7;
-
-    pl.lastPlayedIndex = -1;
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::AfterCurrent, makeItems({"tail"})), 7);
-    pl.size = 8;
-    pl.lastPlayedIndex = 7;  // behind the last entry is the end
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Now, makeItems({"end"})), 8);
-    pl.size = 9;
-
-    EXPECT_EQ(db->addItems(pl, 3, makeItems({"refused"})), -1);
-    EXPECT_EQ(probe.titles(pl.uid), QStringList({"a", "b", "N1", "N2", "c", "d", "e", "tail", "end"}));
-    EXPECT_TRUE(probe.gaps().isEmpty());
-}
-
-TEST_F(DatabaseTest, RemovingScatteredIndicesRenumbersTheSurvivorsInOrder)
-{
-    PlayListRecord pl = playlistWith(QStringLiteral("seven"), {"0", "1", "2", "3", "4", "5", "6"});
-    const PlayListRecord other = playlistWith(QStringLiteral("other"), {"o0", "o1"});
-    EXPECT_EQ(db->removeItems(pl, {1, 2, 5}), 3);
-    SqlProbe probe;
-    EXPECT_EQ(probe.titles(pl.uid), QStringList({"0", "3", "4", "6"}));
-    EXPECT_EQ(probe.titles(other.uid), QStringList({"o0", "o1"}));
-    EXPECT_TRUE(probe.gaps().isEmpty());
-    EXPECT_EQ(db->countPlaylistsItems(), 6);
-
-    // One index that names no entry undoes the whole removal.
-    pl.size = 4;
+    EXPECT_EQ(db->addItems(pl, 3, tracks({"refused"})), -1);
     EXPECT_EQ(db->removeItems(pl, {0, 9}), -1);
-    EXPECT_EQ(probe.titles(pl.uid), QStringList({"0", "3", "4", "6"}));
-    EXPECT_EQ(db->countPlaylistsItems(), 6);
-}
-
-TEST_F(DatabaseTest, MovesSlideTheEntriesBetween)
-{
-    const PlayListRecord pl = playlistWith(QStringLiteral("five"), fiveTitles);
-    SqlProbe probe;
-    ASSERT_TRUE(db->moveItem(pl, 0, 4));
-    EXPECT_EQ(probe.titles(pl.uid), QStringList({"b", "c", "d", "e", "a"}));
-    ASSERT_TRUE(db->moveItem(pl, 4, 0));
-    EXPECT_EQ(probe.titles(pl.uid), fiveTitles);
-    ASSERT_TRUE(db->moveItem(pl, 3, 1));
-    EXPECT_EQ(probe.titles(pl.uid), QStringList({"a", "d", "b", "c", "e"}));
-    ASSERT_TRUE(db->moveItem(pl, 2, 2));
-    EXPECT_EQ(probe.titles(pl.uid), QStringList({"a", "d", "b", "c", "e"}));
-    EXPECT_TRUE(probe.gaps().isEmpty());
-}
-
-TEST_F(DatabaseTest, ClearingAndDeletingTakeTheItemRowsOfThatPlayListOnly)
-{
-    const PlayListRecord keep = playlistWith(QStringLiteral("keep"), {"k1", "k2"});
-    const PlayListRecord cleared = playlistWith(QStringLiteral("cleared"), {"c1", "c2", "c3"});
-    const PlayListRecord deleted = playlistWith(QStringLiteral("deleted"), {"d1"});
-    ASSERT_TRUE(db->clearItems(cleared));
-    ASSERT_TRUE(db->deletePlayList(deleted));
-    EXPECT_FALSE(db->deletePlayList(deleted));
-
-    SqlProbe probe;
-    EXPECT_EQ(probe.rows(QStringLiteral("SELECT title FROM items ORDER BY title")), QStringList({"k1", "k2"}));
-    EXPECT_EQ(probe.titles(keep.uid), QStringList({"k1", "k2"}));
-    EXPECT_EQ(db->getNextSequenceNumber(cleared), 0);
-    EXPECT_EQ(db->countPlaylists(), 2);
+    EXPECT_EQ(store().titles(pl.uid), QStringList({"a", "b", "c", "d", "e"}));
+    EXPECT_EQ(db->countPlaylistsItems(), 8);
 }
 
 TEST_F(DatabaseTest, TheItemsLimitCutsTheListFromTheBack)
@@ -147,21 +84,20 @@ TEST_F(DatabaseTest, TheItemsLimitCutsTheListFromTheBack)
     PlayListRecord pl = playlistWith(QStringLiteral("p"), {"0", "1", "2", "3", "4", "5"});
     const PlayListRecord other = playlistWith(QStringLiteral("q"), {"q0", "q1"});  // the limit counts every list
     int added = -1;
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, makeItems({"A", "B", "C", "D", "E"}), &added), 6);
+    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, tracks({"A", "B", "C", "D", "E"}), &added), 6);
     EXPECT_EQ(added, 2);
-    SqlProbe probe;
-    EXPECT_EQ(probe.titles(pl.uid), QStringList({"0", "1", "2", "3", "4", "5", "A", "B"}));
+    EXPECT_EQ(store().titles(pl.uid), QStringList({"0", "1", "2", "3", "4", "5", "A", "B"}));
     pl.size = 8;
 
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, makeItems({"F"}), &added), -2);
+    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, tracks({"F"}), &added), -2);
     EXPECT_EQ(added, 0);
     EXPECT_EQ(db->countPlaylistsItems(), 10);
 
     // A store already above a lowered limit is not cut at all.
     reopen(0);
-    ASSERT_EQ(db->addItems(other, KeloPlayListAddPosition::Append, makeItems({"q2", "q3"})), 2);
+    ASSERT_EQ(db->addItems(other, KeloPlayListAddPosition::Append, tracks({"q2", "q3"})), 2);
     reopen(10);
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, makeItems({"V", "W", "X", "Y", "Z"}), &added), 8);
+    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, tracks({"V", "W", "X", "Y", "Z"}), &added), 8);
     EXPECT_EQ(added, 5);
     EXPECT_EQ(db->countPlaylistsItems(), 17);
 

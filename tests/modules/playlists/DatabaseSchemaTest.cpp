@@ -1,133 +1,97 @@
 #include <QFile>
-#include <QFileInfo>
 #include <QSignalSpy>
 
-#include "DatabaseFixture.h"
+#include "PlayListTestSupport.h"
 #include "Sqlite3Statement.h"
 
+using namespace pltest;
+
 namespace {
-QStringList dumpAll(SqlProbe& probe)
+const char* const storeFile = "data-rw/playlists/playlists.sqlite";
+
+QStringList dumpAll()
 {
-    QStringList dump = probe.rows(QStringLiteral("SELECT type, name, sql FROM sqlite_master ORDER BY name"));
+    const StoreReader store;
+    QStringList dump = store.rows(QStringLiteral("SELECT type, name, sql FROM sqlite_master ORDER BY name"));
     for (const char* table : {"playlists", "items", "collections", "playlists_items", "collections_playlists"})
-        dump += probe.rows(QStringLiteral("SELECT * FROM %1 ORDER BY 1, 2").arg(QLatin1String(table)));
+        dump += store.rows(QStringLiteral("SELECT * FROM %1 ORDER BY 1, 2").arg(QLatin1String(table)));
     return dump;
 }
 }  // namespace
 
-TEST_F(DatabaseTest, AFreshStartCreatesTheFileTheTablesAndThePlayQueue)
+TEST_F(DatabaseTest, AFreshStartMakesTheTablesAndThePlayQueueARestartChangesNothingAndAClearLeavesTheQueue)
 {
-    EXPECT_TRUE(QFileInfo(QString::fromLatin1(databasePath())).isFile());
-    SqlProbe probe;
-    EXPECT_EQ(probe.rows(QStringLiteral("SELECT type || ':' || name FROM sqlite_master "
-                                        "WHERE name NOT LIKE 'sqlite_%' ORDER BY name")),
+    EXPECT_EQ(store().rows(QStringLiteral("SELECT type || ':' || name FROM sqlite_master "
+                                          "WHERE name NOT LIKE 'sqlite_%' ORDER BY name")),
               QStringList({"table:collections", "table:collections_playlists", "index:itemUrlIndex", "table:items",
                            "table:playlists", "table:playlists_items"}));
-    EXPECT_EQ(probe.rows(QStringLiteral("SELECT * FROM playlists")), QStringList({"0|PlayQueue|0|0|-1"}));
-    EXPECT_EQ(db->countPlaylists(), 0);
-    EXPECT_EQ(db->countPlaylistsItems(), 0);
-    EXPECT_EQ(db->countCollections(), 0);
-
-    const PlayListRecord queue = db->getPlayQueue();
-    EXPECT_EQ(queue.uid, 0);
-    EXPECT_EQ(queue.name, QStringLiteral("PlayQueue"));
-    EXPECT_EQ(queue.lastPlayedIndex, -1);
-    EXPECT_EQ(queue.size, 0);
+    EXPECT_EQ(store().rows(QStringLiteral("SELECT * FROM playlists")), QStringList({"0|PlayQueue|0|0|-1"}));
+    const PlayListRecord fresh = db->getPlayQueue();
+    EXPECT_EQ(QStringList({fresh.name, QString::number(fresh.uid), QString::number(fresh.lastPlayedIndex)}),
+              QStringList({"PlayQueue", "0", "-1"}));
     EXPECT_TRUE(db->getPlayLists().isEmpty());
-}
 
-TEST_F(DatabaseTest, ARestartChangesNothing)
-{
-    PlayListRecord queue = db->getPlayQueue();
+    PlayListRecord queue = fresh;
     queue.lastPlayedIndex = 1;
     queue.shuffle = true;
     ASSERT_TRUE(db->updatePlayList(queue));
-    ASSERT_EQ(db->addItems(queue, KeloPlayListAddPosition::Append, makeItems({"q1", "q2"})), 0);
+    ASSERT_EQ(db->addItems(queue, KeloPlayListAddPosition::Append, tracks({"q1", "q2"})), 0);
     const PlayListRecord pl = playlistWith(QStringLiteral("rock"), {"a", "b", "c"});
     ASSERT_TRUE(db->addToCollection(db->createCollection(QStringLiteral("mine")), pl.uid));
-    QStringList before;
-    {
-        SqlProbe probe;
-        before = dumpAll(probe);
-    }
+    const QStringList before = dumpAll();
 
     reopen(0);
-    SqlProbe probe;
-    EXPECT_EQ(dumpAll(probe), before);
+    EXPECT_EQ(dumpAll(), before);
     EXPECT_EQ(db->getPlayQueue().size, 2);
     EXPECT_TRUE(db->getPlayQueue().shuffle);
-}
-
-TEST_F(DatabaseTest, ClearDatabaseLeavesOnlyTheEmptyPlayQueue)
-{
-    const PlayListRecord pl = playlistWith(QStringLiteral("a"), {"x", "y"});
-    ASSERT_EQ(db->addItems(db->getPlayQueue(), KeloPlayListAddPosition::Append, makeItems({"q"})), 0);
-    db->addToCollection(db->createCollection(QStringLiteral("c")), pl.uid);
 
     db->clearDatabase();
-    SqlProbe probe;
-    EXPECT_EQ(probe.rows(QStringLiteral("SELECT * FROM playlists")), QStringList({"0|PlayQueue|0|0|-1"}));
+    EXPECT_EQ(store().rows(QStringLiteral("SELECT * FROM playlists")), QStringList({"0|PlayQueue|0|0|-1"}));
     for (const char* table : {"items", "collections", "playlists_items", "collections_playlists"})
-        EXPECT_EQ(probe.intValue(QStringLiteral("SELECT COUNT(*) FROM %1").arg(QLatin1String(table))), 0) << table;
+        EXPECT_EQ(store().number(QStringLiteral("SELECT COUNT(*) FROM %1").arg(QLatin1String(table))), 0) << table;
 }
 
-TEST_F(DatabaseTest, OnlyDeletingOperationsAnnounceAVacuumAndOnlyOnce)
+// Only deleting operations announce a vacuum, once; a vacuum due at start runs before anything else.
+TEST_F(DatabaseTest, OnlyDeletingOperationsAnnounceAVacuumOnceAndOneDueAtStartRunsFirst)
 {
-    PlayListRecord pl = playlistWith(QStringLiteral("a"), {"0", "1", "2", "3"});
+    const QStringList titles = names(2000, QStringLiteral("a rather long title so that the rows fill many pages "));
+    PlayListRecord pl = playlistWith(QStringLiteral("a"), titles);
     QSignalSpy spy(db.get(), &Database::vacuumNeeded);
     ASSERT_TRUE(db->moveItem(pl, 0, 3));
-    ASSERT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, makeItems({"4"})), 4);
-    pl.size = 5;
+    ASSERT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, tracks({"x"})), 2000);
+    pl.size = 2001;
     ASSERT_TRUE(db->updatePlayList(pl));
-    db->addToCollection(db->createCollection(QStringLiteral("c")), pl.uid);
     EXPECT_EQ(spy.count(), 0);
 
     ASSERT_EQ(db->removeItems(pl, {0}), 1);
     ASSERT_TRUE(db->clearItems(pl));
-    ASSERT_TRUE(db->deletePlayList(pl));
-    ASSERT_EQ(spy.count(), 1);
-    EXPECT_EQ(spy.takeFirst().value(0).toBool(), true);
-
     db->vacuum();
     db->vacuum();
-    ASSERT_EQ(spy.count(), 1);
-    EXPECT_EQ(spy.takeFirst().value(0).toBool(), false);
-
     db->setVacuumNeeded();
-    EXPECT_EQ(spy.count(), 1);
-}
+    EXPECT_EQ(spy, (QList<QVariantList>{{true}, {false}, {true}}));
 
-TEST_F(DatabaseTest, AVacuumDueAtStartRunsBeforeAnythingElse)
-{
-    PlayListRecord pl = playlistWith(QStringLiteral("big"), {});
-    QStringList titles;
-    for (int i = 0; i < 2000; ++i)
-        titles.append(QStringLiteral("a rather long title so that the rows fill many pages %1").arg(i));
-    ASSERT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, makeItems(titles)), 0);
+    pl.size = 0;
+    ASSERT_EQ(db->addItems(pl, KeloPlayListAddPosition::Append, tracks(titles)), 0);
     pl.size = titles.size();
     ASSERT_TRUE(db->clearItems(pl));
-    {
-        SqlProbe probe;
-        ASSERT_GT(probe.intValue(QStringLiteral("PRAGMA freelist_count")), 0);
-    }
-
+    ASSERT_GT(store().number(QStringLiteral("PRAGMA freelist_count")), 0);
     reopen(0, true);
-    SqlProbe probe;
-    EXPECT_EQ(probe.intValue(QStringLiteral("PRAGMA freelist_count")), 0);
-    QSignalSpy spy(db.get(), &Database::vacuumNeeded);
-    db->setVacuumNeeded();  // the flag was cleared by the start-up vacuum, so this is a transition again
-    EXPECT_EQ(spy.count(), 1);
+    EXPECT_EQ(store().number(QStringLiteral("PRAGMA freelist_count")), 0);
+    QSignalSpy afterStart(db.get(), &Database::vacuumNeeded);
+    db->setVacuumNeeded();  // the start-up vacuum cleared the flag, so this is a transition again
+    EXPECT_EQ(afterStart.count(), 1);
 }
 
-TEST_F(DatabaseTest, StatementScopesKeepBoundTextsAliveAndLeaveNothingBound)
+// Bound texts live as long as the scope and no longer; values that do not fit the parameters never run.
+TEST(Sqlite3Statement, ScopesKeepBoundTextsAliveLeaveNothingBoundAndRefuseMisfitValues)
 {
     sqlite3* connection = nullptr;
     ASSERT_EQ(sqlite3_open(":memory:", &connection), SQLITE_OK);
+    ASSERT_EQ(sqlite3_exec(connection, "CREATE TABLE t(a INTEGER, b INTEGER);", nullptr, nullptr, nullptr), SQLITE_OK);
     {
         EXPECT_EQ(Sqlite3Statement::create(connection, QStringLiteral("SELEC nonsense"), QStringLiteral("bad")), nullptr);
         auto echo = Sqlite3Statement::create(connection, QStringLiteral("SELECT ?1, ?2"), QStringLiteral("echo"));
         ASSERT_NE(echo, nullptr);
-        ASSERT_EQ(echo->parameterCount(), 2);
         {
             StatementScope scope(*echo);
             // Temporaries: the statement must hold the bytes itself.
@@ -138,27 +102,33 @@ TEST_F(DatabaseTest, StatementScopesKeepBoundTextsAliveAndLeaveNothingBound)
             EXPECT_FALSE(scope.step());
             EXPECT_TRUE(scope.finish());
         }
-        // The scope ended: nothing stays bound, so a raw step reads NULL, never the freed buffers.
         ASSERT_EQ(sqlite3_step(echo->handle()), SQLITE_ROW);
         EXPECT_EQ(sqlite3_column_type(echo->handle(), 0), SQLITE_NULL);
         sqlite3_reset(echo->handle());
-
-        // An early end of the scope, with a row still open, resets the statement all the same.
         {
-            StatementScope scope(*echo);
+            StatementScope scope(*echo);  // ends with a row still open
             ASSERT_TRUE(scope.bindAll(1, QStringLiteral("")).step());
-            EXPECT_TRUE(scope.columnText(1).isEmpty());
             EXPECT_FALSE(scope.columnText(1).isNull());  // an empty text binds '', not NULL
         }
         EXPECT_EQ(sqlite3_stmt_busy(echo->handle()), 0);
 
         auto failing = Sqlite3Statement::create(connection, QStringLiteral("SELECT abs(-9223372036854775807 - 1)"),
                                                 QStringLiteral("overflow"));
-        ASSERT_NE(failing, nullptr);
-        StatementScope scope(*failing);
-        EXPECT_FALSE(scope.run());
-        EXPECT_FALSE(scope.finish());
+        StatementScope failed(*failing);
+        EXPECT_FALSE(failed.run());
+        EXPECT_FALSE(failed.finish());
+
+        auto insert = Sqlite3Statement::create(connection, QStringLiteral("INSERT INTO t VALUES (?1, ?2)"),
+                                               QStringLiteral("insert"));
+        EXPECT_FALSE(StatementScope(*insert).bind(1).run());  // one value short
+        EXPECT_FALSE(StatementScope(*insert).bindAll(1, 2, 3).run());  // one too many
+        EXPECT_TRUE(StatementScope(*insert).bindAll(3, 4).run());
     }
+    sqlite3_stmt* sum = nullptr;
+    sqlite3_prepare_v2(connection, "SELECT COUNT(*) || '|' || SUM(a) || '|' || SUM(b) FROM t", -1, &sum, nullptr);
+    ASSERT_EQ(sqlite3_step(sum), SQLITE_ROW);
+    EXPECT_STREQ(reinterpret_cast<const char*>(sqlite3_column_text(sum, 0)), "1|3|4");
+    sqlite3_finalize(sum);
     sqlite3_close(connection);
 }
 
@@ -171,24 +141,23 @@ TEST_F(DatabaseTest, ADamagedFileAtStartIsKeptAsideWholeAndAFreshStoreIsMade)
     EXPECT_TRUE(db->damagedFileMovedTo().isEmpty());
     ASSERT_EQ(db->getPlayLists().size(), 1);
     db.reset();
-    QFile file(QString::fromLatin1(databasePath()));
+    QFile file(QString::fromLatin1(storeFile));
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     const QByteArray sound = file.readAll();
     file.close();
     ASSERT_GE(sound.size(), 3 * 4096);
-
     QByteArray scribbled = sound;
     scribbled.replace(4096, 600, QByteArray(600, '\x5a'));
     QFile::remove(file.fileName());
-    sqlite3* other = nullptr;
-    sqlite3_open(databasePath(), &other);
+    sqlite3* other = nullptr;  // a sound database, but not this store's
+    sqlite3_open(storeFile, &other);
     ASSERT_EQ(sqlite3_exec(other, "CREATE TABLE playlists(uid INTEGER PRIMARY KEY, label TEXT);", nullptr, nullptr,
-                           nullptr),
-              SQLITE_OK);
+                           nullptr), SQLITE_OK);
     sqlite3_close(other);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     const QByteArray otherSchema = file.readAll();
     file.close();
+
     const QList<QPair<const char*, QByteArray>> damages = {
         {"not a database", QByteArray("these are not the pages of a database\n").repeated(200)},
         {"cut short", sound.left(sound.size() / 2 + 1000)},
@@ -203,43 +172,13 @@ TEST_F(DatabaseTest, ADamagedFileAtStartIsKeptAsideWholeAndAFreshStoreIsMade)
         file.close();
 
         reopen(0);
-        const QString aside = db->damagedFileMovedTo();
-        ASSERT_TRUE(aside.startsWith(file.fileName() + QStringLiteral(".damaged-")));
-        QFile kept(aside);
+        QFile kept(db->damagedFileMovedTo());
+        ASSERT_TRUE(kept.fileName().startsWith(file.fileName() + QStringLiteral(".damaged-")));
         ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
         EXPECT_EQ(kept.readAll(), bytes);
         EXPECT_TRUE(db->getPlayLists().isEmpty());
         EXPECT_EQ(db->createPlayList(QStringLiteral("new")).uid, 1);
-        SqlProbe probe;
-        EXPECT_EQ(probe.rows(QStringLiteral("PRAGMA integrity_check")), QStringList({"ok"}));
+        EXPECT_EQ(store().rows(QStringLiteral("PRAGMA integrity_check")), QStringList({"ok"}));
         kept.remove();
     }
-}
-
-TEST_F(DatabaseTest, AStatementWhoseValuesDoNotFitItsParametersNeverRuns)
-{
-    sqlite3* connection = nullptr;
-    ASSERT_EQ(sqlite3_open(":memory:", &connection), SQLITE_OK);
-    ASSERT_EQ(sqlite3_exec(connection, "CREATE TABLE t(a INTEGER, b INTEGER);", nullptr, nullptr, nullptr), SQLITE_OK);
-    {
-        auto insert = Sqlite3Statement::create(connection, QStringLiteral("INSERT INTO t VALUES (?1, ?2)"),
-                                               QStringLiteral("insert"));
-        ASSERT_NE(insert, nullptr);
-        EXPECT_FALSE(StatementScope(*insert).bind(1).run());  // one value short
-        EXPECT_FALSE(StatementScope(*insert).bindAll(1, 2, 3).run());  // one too many
-        {
-            StatementScope scope(*insert);
-            scope.bindAll(1, 2);
-            EXPECT_TRUE(scope.run());
-        }
-        EXPECT_TRUE(StatementScope(*insert).bindAll(3, 4).run());
-    }
-    sqlite3_stmt* count = nullptr;
-    sqlite3_prepare_v2(connection, "SELECT COUNT(*), SUM(a), SUM(b) FROM t", -1, &count, nullptr);
-    ASSERT_EQ(sqlite3_step(count), SQLITE_ROW);
-    EXPECT_EQ(sqlite3_column_int(count, 0), 2);
-    EXPECT_EQ(sqlite3_column_int(count, 1), 4);
-    EXPECT_EQ(sqlite3_column_int(count, 2), 6);
-    sqlite3_finalize(count);
-    sqlite3_close(connection);
 }

@@ -1,16 +1,10 @@
 #pragma once
-// Shared pieces of the model, controller and worker tests: playable tracks, a read-only look at the
-// store's file, a model on a fresh store in a temporary working directory, and set-data requests.
+// Shared pieces of the store, model, controller and worker tests: playable tracks, a second connection
+// to the store's file, a store or a model on a fresh file in a temporary working directory, and the
+// answers of set-data requests.
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
-#include <fcntl.h>
-#include <linux/fs.h>
-#include <sys/ioctl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <QFile>
 #include <QStringList>
 #include <memory>
 #include <ostream>
@@ -64,77 +58,28 @@ inline QStringList names(int n, const QString& stem = QStringLiteral("t"))
     return result;
 }
 
-inline QStringList titlesOf(PlayListBase* pl)
+inline QStringList titlesOf(const QList<KeloPlayListItem>& items)
 {
     QStringList titles;
-    for (const KeloPlayListItem& item : pl->getItems(0, pl->getSize()))
+    for (const KeloPlayListItem& item : items)
         titles.append(item.title());
     return titles;
 }
 
-// Makes the store's folder read-only while it lives: no journal can be made there, so every write
-// transaction of the store fails while reads go on. Root ignores the mode bits, so for root the
-// folder is made immutable as well. holds() tells whether the folder really refuses a new file.
-class ReadOnlyStoreFolder
+inline QStringList titlesOf(PlayListBase* pl)
 {
-public:
-    explicit ReadOnlyStoreFolder(const QByteArray& folder = "data-rw/playlists") : m_folder(folder)
-    {
-        ::chmod(m_folder.constData(), 0555);
-        setImmutable(true);
-    }
-    ~ReadOnlyStoreFolder()
-    {
-        setImmutable(false);
-        ::chmod(m_folder.constData(), 0755);
-    }
-    ReadOnlyStoreFolder(const ReadOnlyStoreFolder&) = delete;
-    ReadOnlyStoreFolder& operator=(const ReadOnlyStoreFolder&) = delete;
-
-    bool holds() const
-    {
-        QFile probe(QString::fromUtf8(m_folder) + QStringLiteral("/probe"));
-        if (!probe.open(QIODevice::WriteOnly))
-            return true;
-        probe.remove();
-        return false;
-    }
-
-private:
-    void setImmutable(bool on)
-    {
-        if (::geteuid() != 0)
-            return;
-        const int fd = ::open(m_folder.constData(), O_RDONLY | O_DIRECTORY);
-        int flags = 0;
-        if (fd >= 0 && ::ioctl(fd, FS_IOC_GETFLAGS, &flags) == 0) {
-            flags = on ? (flags | FS_IMMUTABLE_FL) : (flags & ~FS_IMMUTABLE_FL);
-            ::ioctl(fd, FS_IOC_SETFLAGS, &flags);
-        }
-        if (fd >= 0)
-            ::close(fd);
-    }
-
-    QByteArray m_folder;
-};
-
-// A statement on its own writable connection to the store (a fault injected through a trigger).
-inline bool execOnStore(const QString& sql)
-{
-    sqlite3* db = nullptr;
-    sqlite3_open_v2("data-rw/playlists/playlists.sqlite", &db, SQLITE_OPEN_READWRITE, nullptr);
-    const bool ok = sqlite3_exec(db, sql.toUtf8().constData(), nullptr, nullptr, nullptr) == SQLITE_OK;
-    sqlite3_close(db);
-    return ok;
+    return titlesOf(pl->getItems(0, pl->getSize()));
 }
 
-// Its own read-only connection to the store file. Rows come back as texts, columns joined by '|'.
+// Its own connection to a store file, to look at it or to tamper with it (a fault injected through a
+// trigger, a read transaction that holds the file). Rows come back as texts, columns joined by '|'.
+// The first connection after a crash rolls the hot journal back, so it opens the file writable.
 class StoreReader
 {
 public:
     explicit StoreReader(const QString& file = QStringLiteral("data-rw/playlists/playlists.sqlite"))
     {
-        sqlite3_open_v2(file.toUtf8().constData(), &m_db, SQLITE_OPEN_READONLY, nullptr);
+        sqlite3_open_v2(file.toUtf8().constData(), &m_db, SQLITE_OPEN_READWRITE, nullptr);
         // The host may be committing at the moment a test reads: wait for it rather than fail.
         sqlite3_busy_timeout(m_db, 5000);
     }
@@ -142,6 +87,7 @@ public:
     StoreReader(const StoreReader&) = delete;
     StoreReader& operator=(const StoreReader&) = delete;
 
+    bool exec(const QString& sql) { return sqlite3_exec(m_db, sql.toUtf8().constData(), nullptr, nullptr, nullptr) == SQLITE_OK; }
     QStringList rows(const QString& sql) const  // a failure comes back as one row naming it
     {
         QStringList result;
@@ -184,9 +130,39 @@ private:
     sqlite3* m_db = nullptr;
 };
 
-// A root (for the settings tree and routing) and a model on a fresh store in a temporary working
-// directory. reopen() starts the model again on the same file, as a restart does.
-class ModelTest : public testing::Test
+// A Database on a fresh file in a temporary working directory. reopen() starts it again on the same
+// file, as a restart does.
+class DatabaseTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        ASSERT_TRUE(workDir.isValid());
+        reopen(0);
+    }
+    void reopen(int itemsLimit, bool vacuum = false)
+    {
+        db.reset();
+        db = std::make_unique<Database>(itemsLimit, vacuum);
+    }
+    // A new playlist holding tracks with these titles, its record brought up to date.
+    PlayListRecord playlistWith(const QString& name, const QStringList& titles)
+    {
+        PlayListRecord pl = db->createPlayList(name);
+        if (!titles.isEmpty() && db->addItems(pl, KeloPlayListAddPosition::Append, tracks(titles)) == 0)
+            pl.size = titles.size();
+        return pl;
+    }
+    // A fresh look at the file, after the changes made so far.
+    static StoreReader store() { return StoreReader(); }
+
+    TempWorkDir workDir;
+    std::unique_ptr<Database> db;
+};
+
+// A root (for the settings tree and routing) and a model on the fresh store. reopen() starts the
+// store and the model again on the same file, as a restart does.
+class ModelTest : public DatabaseTest
 {
 protected:
     void SetUp() override
@@ -198,13 +174,13 @@ protected:
 
     void open(int itemsLimit = 0)
     {
-        database = std::make_unique<Database>(itemsLimit, false);
-        manager = std::make_unique<PlayListManager>(database.get());
+        DatabaseTest::reopen(itemsLimit);
+        manager = std::make_unique<PlayListManager>(db.get());
     }
     void close()
     {
         manager.reset();
-        database.reset();
+        db.reset();
     }
     void reopen(int itemsLimit = 0)
     {
@@ -221,12 +197,7 @@ protected:
         return pl;
     }
 
-    // A fresh look at the file, after the changes made so far.
-    static StoreReader store() { return StoreReader(); }
-
-    TempWorkDir workDir;
     CMRootWorker root;
-    std::unique_ptr<Database> database;
     std::unique_ptr<PlayListManager> manager;
 };
 

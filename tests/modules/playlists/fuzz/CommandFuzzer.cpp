@@ -3,8 +3,6 @@
 // value as JSON text; text that is not JSON is sent as a plain string. Each input runs against a
 // fresh store on tmpfs holding two playlists and a collection. Besides the sanitizers, every input
 // must leave its request answered and every playlist's numbering dense.
-#include <sqlite3.h>
-
 #include <QCoreApplication>
 #include <QDir>
 #include <QTemporaryDir>
@@ -13,15 +11,11 @@
 #include <log4cplus/logger.h>
 #include <memory>
 
-#include "CMRoot.h"
 #include "Collection.h"
 #include "Controller.h"
-#include "Database.h"
-#include "KeloJson.h"
 #include "KeloLog.h"
 #include "KeloPaths.h"
-#include "PlayList.h"
-#include "PlayListManager.h"
+#include "PlayListTestSupport.h"
 
 namespace {
 const CMPath& commandPath(unsigned selector)
@@ -35,16 +29,6 @@ const CMPath& commandPath(unsigned selector)
         KeloPlayListClDeletePath(),       KeloPlayListClSetNamePath(),
     };
     return paths[selector % (sizeof(paths) / sizeof(paths[0]))];
-}
-
-KeloPlayListItem seedTrack(const QString& title)
-{
-    KeloPlayListItem item;
-    item.setTitle(title);
-    item.setUrl(QStringLiteral("http://seed/") + title);
-    item.setServiceId(QStringLiteral("seed"));
-    item.setKeloRoles(QStringLiteral(R"({"type":3,"title":"%1","mediaData":{"resources":[{"uri":"u"}]}})").arg(title));
-    return item;
 }
 
 struct Harness
@@ -68,7 +52,7 @@ struct Harness
         root = std::make_unique<CMRootWorker>();
         database = std::make_unique<Database>(200, false);
         QDir::setCurrent(started);
-        storeFile = (dir->path() + QStringLiteral("/data-rw/playlists/playlists.sqlite")).toUtf8();
+        storeFile = dir->path() + QStringLiteral("/data-rw/playlists/playlists.sqlite");
     }
 
     void seed()
@@ -76,32 +60,17 @@ struct Harness
         database->clearDatabase();
         for (const char* name : {"One", "Two"}) {
             const PlayListRecord record = database->createPlayList(QString::fromLatin1(name));
-            database->addItems(record, 2, {seedTrack("a"), seedTrack("b"), seedTrack("c")});
+            database->addItems(record, 2, pltest::tracks({"a", "b", "c"}));
         }
         const CollectionRecord collection = database->createCollection(QStringLiteral("Col"));
         database->addToCollection(collection, database->getPlayLists().value(0).uid);
-    }
-
-    bool numberingIsDense()
-    {
-        sqlite3* db = nullptr;
-        sqlite3_open_v2(storeFile.constData(), &db, SQLITE_OPEN_READONLY, nullptr);
-        sqlite3_stmt* query = nullptr;
-        sqlite3_prepare_v2(db,
-                           "SELECT playlist FROM playlists_items GROUP BY playlist "
-                           "HAVING MIN(sequenceNumber) != 0 OR MAX(sequenceNumber) != COUNT(*) - 1",
-                           -1, &query, nullptr);
-        const bool dense = query && sqlite3_step(query) == SQLITE_DONE;
-        sqlite3_finalize(query);
-        sqlite3_close(db);
-        return dense;
     }
 
     std::unique_ptr<QCoreApplication> app;
     std::unique_ptr<QTemporaryDir> dir;
     std::unique_ptr<CMRootWorker> root;
     std::unique_ptr<Database> database;
-    QByteArray storeFile;
+    QString storeFile;
 };
 }  // namespace
 
@@ -131,7 +100,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         std::fprintf(stderr, "request left unanswered\n");
         std::abort();
     }
-    if (!harness.numberingIsDense()) {
+    if (!pltest::StoreReader(harness.storeFile).gaps().isEmpty()) {
         std::fprintf(stderr, "numbering has a gap\n");
         std::abort();
     }
