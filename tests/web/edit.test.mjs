@@ -81,14 +81,7 @@ describe('removing and undo', () => {
     await waitForOrder(t(0, 1, 2, 3, 4, 5, 6, 7));
   });
 
-  test('a removal from the track menu and a clearing from the list menu are undone', async () => {
-    await row(page, 'playlists', tracks[4].title).click({ button: 'right' });
-    await menuItem(page, 'Remove track').click();
-    await waitForOrder(t(0, 1, 2, 3, 5, 6, 7));
-    await toast(page, 'Removed').waitFor();
-    await page.keyboard.press('Control+z');
-    await waitForOrder(t(0, 1, 2, 3, 4, 5, 6, 7));
-
+  test('clearing from the list menu is undone', async () => {
     await viewMenuButton(page).click();
     await menuItem(page, 'Clear playlist').click();
     await untilEqual(titles, [], 'the playlist to be cleared');

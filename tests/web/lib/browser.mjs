@@ -22,7 +22,6 @@ export class Browser {
   /** extraArgs: further Chromium switches, e.g. a host resolver rule. */
   constructor(extraArgs = []) {
     this.extraArgs = extraArgs;
-    this.errors = [];
   }
 
   async start() {
@@ -36,7 +35,6 @@ export class Browser {
       // download's non-ASCII name and calls it "download".
       env: { ...process.env, LANG: utf8Locale(process.env.LANG), ...(process.env.LC_ALL ? { LC_ALL: utf8Locale(process.env.LC_ALL) } : {}) },
     });
-    this.context.on('weberror', (e) => this.errors.push(String(e.error())));
     return this;
   }
 
@@ -44,7 +42,6 @@ export class Browser {
   async page(url, viewport = LAPTOP) {
     const page = await this.context.newPage();
     await page.setViewportSize(viewport);
-    page.on('pageerror', (e) => this.errors.push(e.message));
     await page.goto(url);
     // Polled from node: the page's Content-Security-Policy refuses the eval that waitForFunction
     // needs once it has to poll inside the page.
@@ -59,6 +56,9 @@ export class Browser {
     if (this.profile) rmSync(this.profile, { recursive: true, force: true });
   }
 }
+
+/** extraArgs: further Chromium switches. */
+export const launch = (extraArgs) => new Browser(extraArgs).start();
 
 /**
  * The host and the browser of one test file: both start before its tests (then `setUp` runs) and
@@ -91,8 +91,7 @@ export function useHostAndBrowser({ settings, chromiumArgs, setUp } = {}) {
   return { host, browser, open };
 }
 
-export const pane = (page, name) => page.locator(`#pane-${name}`);
-export const rows = (page, name) => pane(page, name).locator('[role="option"]');
+export const rows = (page, name) => page.locator(`#pane-${name} [role="option"]`);
 export const row = (page, name, title) => rows(page, name).filter({ has: page.locator('.title', { hasText: new RegExp(`^${escapeRe(title)}$`) }) });
 export const viewTitle = (page, title, name = 'playlists') => page.locator(`#pane-${name} .view-title`, { hasText: title });
 export const toast = (page, text) => page.locator('.toast', { hasText: text }).last();

@@ -144,3 +144,5 @@ export class Host {
     return (await this.api('getData', { path: 'player:state' })).value;
   }
 }
+
+export const startHost = (options) => new Host(options).start();
