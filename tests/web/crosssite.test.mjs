@@ -1,7 +1,6 @@
 // Another web site open in the same browser must not be able to use the host: a page served from a
-// second local port (another origin) tries every request a page may send without asking first, and
-// a name that resolves to the host (DNS rebinding) is not answered. The host's own page keeps
-// working, with a token too.
+// second local port (another origin) tries every request a page may send without asking first.
+// The host's own page keeps working, with a token too.
 import { test, after } from 'node:test';
 import assert from 'node:assert/strict';
 import http from 'node:http';
@@ -38,7 +37,6 @@ function attackerPage(target) {
 let attacker;
 let attackerUrl;
 const { host, browser } = useHostAndBrowser({
-  chromiumArgs: ['--host-resolver-rules=MAP rebound.example 127.0.0.1'],
   setUp: async () => {
     attacker = http.createServer((req, res) => {
       res.writeHead(200, { 'Content-Type': 'text/html' });
@@ -58,20 +56,6 @@ test('a page on another origin cannot change anything, however it sends its requ
   const outcomes = await page.evaluate(() => window.attacks);
   assert.equal(outcomes.length, 6, 'every attempt was made');
   assert.equal(await limit(), 10000, 'the items limit is untouched');
-  await page.close();
-});
-
-test('a name that resolves to the host is not answered, page or API', async () => {
-  const port = new URL(host.url).port;
-  const page = await browser.context.newPage();
-  const response = await page.goto(`http://rebound.example:${port}/`);
-  assert.equal(response.status(), 403);
-  const status = await page.evaluate(async (path) => {
-    const body = JSON.stringify({ path, value: { type: 'i32_', i32_: 17 } });
-    return (await fetch('/api/setData', { method: 'POST', headers: { 'Content-Type': 'application/json' }, body })).status;
-  }, LIMIT);
-  assert.equal(status, 403);
-  assert.equal(await limit(), 10000);
   await page.close();
 });
 

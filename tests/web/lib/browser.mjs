@@ -19,17 +19,12 @@ const ARGS = [
 const utf8Locale = (lang) => (lang && /utf-?8/i.test(lang) ? lang : 'C.UTF-8');
 
 export class Browser {
-  /** extraArgs: further Chromium switches, e.g. a host resolver rule. */
-  constructor(extraArgs = []) {
-    this.extraArgs = extraArgs;
-  }
-
   async start() {
     this.profile = mkdtempSync(path.join(tmpdir(), 'kelo-chromium-'));
     this.context = await chromium.launchPersistentContext(this.profile, {
       executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
       headless: true,
-      args: [...ARGS, ...this.extraArgs],
+      args: ARGS,
       viewport: LAPTOP,
       // A person's desktop has a UTF-8 locale; without one (a bare root, CI) Chromium cannot write a
       // download's non-ASCII name and calls it "download".
@@ -57,8 +52,7 @@ export class Browser {
   }
 }
 
-/** extraArgs: further Chromium switches. */
-export const launch = (extraArgs) => new Browser(extraArgs).start();
+export const launch = () => new Browser().start();
 
 /**
  * The host and the browser of one test file: both start before its tests (then `setUp` runs) and
@@ -66,9 +60,9 @@ export const launch = (extraArgs) => new Browser(extraArgs).start();
  * beforeEach closes after that test, one opened by `setUp` stays for the whole file. The file's
  * set-up goes in `setUp`, not in a top-level before(): node runs those side by side, not after this one.
  */
-export function useHostAndBrowser({ settings, chromiumArgs, setUp } = {}) {
+export function useHostAndBrowser({ settings, setUp } = {}) {
   const host = new Host({ settings });
-  const browser = new Browser(chromiumArgs);
+  const browser = new Browser();
   let testPages = null;
   before(async () => {
     await host.start();
