@@ -46,13 +46,10 @@ describe('moving tracks', () => {
     }
   });
 
-  test('one track is one command to its target, both ways', () => {
+  test('one track is one command to its target, and a block going down by one moves only the track it passes', () => {
     assert.deepEqual(planMove(10, [2], 7), [{ items: [2], to: 7 }]);
     assert.deepEqual(planMove(10, [7], 2), [{ items: [7], to: 2 }]);
     assert.deepEqual(planMove(10, [4], 4), []);
-  });
-
-  test('a block going down by one moves only the track it passes', () => {
     assert.deepEqual(planMove(100, [10, 11, 12], 11), [{ items: [13], to: 10 }]);
   });
 
@@ -132,15 +129,13 @@ describe('the row cache', () => {
 });
 
 describe('paths', () => {
-  test('parameters are read decoded, whatever their order', () => {
+  test('parameters are read decoded, whatever their order, and a playlist id from either place', () => {
     const parsed = parsePath('playlists:pl/selectaddmode?action=cmnode&itemid=media%3Atrack%2F12&plid=0');
     assert.equal(parsed.prefix, 'playlists');
     assert.equal(parsed.base, 'playlists:pl/selectaddmode');
     assert.equal(parsed.params.get('itemid'), 'media:track/12');
     assert.equal(parsePath(buildPath('a:b', { x: 'p:q/1', y: 2 })).params.get('x'), 'p:q/1');
-  });
-
-  test('a playlist id comes from plid or from the last segment of an items path', () => {
+    // A playlist id comes from plid or from the last segment of an items path.
     assert.equal(playlistIdOf('playlists:pl/getitems/17'), 17);
     assert.equal(playlistIdOf('playlists:pq/contextmenu?plid=0'), 0);
     assert.equal(playlistIdOf('playlists:pq/getitems'), undefined);

@@ -1,90 +1,66 @@
 // Playing: a chosen track plays within its list, the now-playing bar follows the player
-// (title, running time, next, pause, seek, play mode) and the playing row is marked.
-import { test, before, after, describe } from 'node:test';
+// (title, running time, next, pause, play mode) and the playing row is marked.
+import { test, describe } from 'node:test';
 import assert from 'node:assert/strict';
-import { startHost } from './lib/host.mjs';
-import { launch, row, openChain, until } from './lib/browser.mjs';
+import { useHostAndBrowser, row, openChain, viewTitle, focusedTitle, until, untilEqual } from './lib/browser.mjs';
 
-let host;
-let browser;
 let page;
 let tracks;
-
-before(async () => {
-  host = await startHost();
-  browser = await launch();
+const { host, open } = useHostAndBrowser({ setUp: async () => {
   tracks = (await host.mediaTracks(4)).tracks;
-  const plid = await host.createPlaylist('Listen');
-  await host.addByPath(plid, tracks.map((t) => t.path));
-  page = await browser.page(host.url);
+  await host.createPlaylist('Listen', tracks.map((t) => t.path));
+  page = await open();
   await openChain(page, 'playlists', ['Listen']);
-  await row(page, 'playlists', tracks[3].title).waitFor();
-});
-after(async () => {
-  await browser?.close();
-  await host?.close();
-});
+} });
 
-const barTitle = () => page.locator('.np-title').textContent();
-const playingRows = () => page.locator('#pane-playlists [role="option"].playing .title').allTextContents();
+const player = (check, message) => until(async () => check(await host.playerState()), { message });
+/** The bar shows this track, and its row alone is marked as playing. */
+const showsPlaying = async (title) => {
+  await untilEqual(() => page.locator('.np-title').textContent(), title, 'the bar to show the track');
+  await untilEqual(() => page.locator('#pane-playlists [role="option"].playing .title').allTextContents(), [title], 'the row to be marked');
+};
 const seconds = async () => {
   const [m, s] = (await page.locator('.np-time').textContent()).split(':').map(Number);
   return m * 60 + s;
 };
 
 describe('playing a list', () => {
-  test('double-clicking a track plays it and marks its row', async () => {
+  test('double-clicking a track plays it within its playlist and marks its row; next moves both on', async () => {
     await row(page, 'playlists', tracks[1].title).dblclick();
-    await until(async () => (await barTitle()) === tracks[1].title, { message: 'the bar to show the track' });
-    const state = await host.playerState();
-    assert.equal(state.state, 'playing');
-    assert.match(state.containerRoles.path, /^playlists:pl\/getitems\/\d+$/, 'it plays within its playlist');
-    await until(async () => JSON.stringify(await playingRows()) === JSON.stringify([tracks[1].title]), { message: 'the row to be marked' });
+    await showsPlaying(tracks[1].title);
+    assert.match((await host.playerState()).containerRoles.path, /^playlists:pl\/getitems\/\d+$/);
     assert.match(await page.locator('.np-len').textContent(), /^\d+:\d\d$/);
-  });
-
-  test('the play time runs in the page between reports of the player', async () => {
-    const first = await seconds();
-    await page.waitForTimeout(2200);
-    assert.ok((await seconds()) >= first + 1, 'the time moved on');
-  });
-
-  test('next moves the bar and the mark to the following track', async () => {
     await page.getByRole('button', { name: 'Next track' }).click();
-    await until(async () => (await barTitle()) === tracks[2].title, { message: 'the next track in the bar' });
-    await until(async () => JSON.stringify(await playingRows()) === JSON.stringify([tracks[2].title]), { message: 'the mark to move' });
+    await showsPlaying(tracks[2].title);
   });
 
-  test('pause stops the clock and play resumes it', async () => {
+  test('the play time runs in the page between reports of the player, and stops while paused', async () => {
+    const start = await seconds();
+    await page.waitForTimeout(2200);
+    assert.ok((await seconds()) >= start + 1, 'the time moved on');
     await page.getByRole('button', { name: 'Pause' }).click();
-    await until(async () => (await host.playerState()).state === 'paused', { message: 'the player to pause' });
-    await page.getByRole('button', { name: 'Play', exact: true }).waitFor();
+    await player((s) => s.state === 'paused', 'the player to pause');
     const paused = await seconds();
     await page.waitForTimeout(1200);
     assert.equal(await seconds(), paused);
     await page.getByRole('button', { name: 'Play', exact: true }).click();
-    await until(async () => (await host.playerState()).state === 'playing', { message: 'the player to resume' });
+    await player((s) => s.state === 'playing', 'the player to resume');
   });
 
-  test('seeking sets the player\'s time', async () => {
-    await page.keyboard.press(']');
-    await page.keyboard.press(']');
-    await until(async () => (await host.playerState()).playTime >= 19000, { message: 'the player to seek forward' });
-  });
-
-  test('the shuffle button asks the player for the shuffle mode', async () => {
-    await page.getByRole('button', { name: 'Shuffle' }).click();
-    await until(async () => (await host.playerState()).playMode % 2 === 1, { message: 'shuffle on' });
-    await until(async () => (await page.getByRole('button', { name: 'Shuffle' }).getAttribute('aria-pressed')) === 'true', { message: 'the button to show it' });
-    await page.getByRole('button', { name: 'Shuffle' }).click();
-    await until(async () => (await host.playerState()).playMode % 2 === 0, { message: 'shuffle off' });
+  test('the shuffle button switches the player\'s mode and shows it', async () => {
+    const shuffle = page.getByRole('button', { name: 'Shuffle' });
+    await shuffle.click();
+    await player((s) => s.playMode % 2 === 1, 'shuffle on');
+    await untilEqual(() => shuffle.getAttribute('aria-pressed'), 'true', 'the button to show it');
+    await shuffle.click();
+    await player((s) => s.playMode % 2 === 0, 'shuffle off');
   });
 
   test('one key jumps from anywhere to the playing track', async () => {
     await page.locator('#pane-playlists .crumb').first().click();
     await page.keyboard.press('j');
-    await page.locator('#pane-playlists .view-title', { hasText: 'Listen' }).waitFor();
+    await viewTitle(page, 'Listen').waitFor();
     const playing = (await host.playerState()).trackRoles.title;
-    await until(async () => (await page.locator('#pane-playlists [role="option"].focused .title').textContent()) === playing, { message: 'focus on the playing row' });
+    await untilEqual(() => focusedTitle(page), playing, 'focus on the playing row');
   });
 });

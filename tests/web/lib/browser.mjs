@@ -1,10 +1,11 @@
-// Debian's Chromium driven by Playwright, one fresh profile per test file, plus the few
-// page helpers that the browser tests share.
+// Debian's Chromium driven by Playwright, one fresh profile per test file, the set-up every
+// test file shares (one host and one browser), and the page helpers the tests share.
+import { before, after, afterEach } from 'node:test';
 import { chromium } from 'playwright-core';
 import { mkdtempSync, rmSync, mkdirSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import path from 'node:path';
-import { repoRoot } from './host.mjs';
+import { Host, repoRoot } from './host.mjs';
 
 export const LAPTOP = { width: 1366, height: 820 };
 export const PHONE = { width: 390, height: 844 };
@@ -15,50 +16,84 @@ const ARGS = [
   '--disable-background-networking', '--disable-component-update', '--disable-sync',
 ];
 
-/** extraArgs: further Chromium switches, e.g. a host resolver rule. */
 const utf8Locale = (lang) => (lang && /utf-?8/i.test(lang) ? lang : 'C.UTF-8');
 
-export async function launch(extraArgs = []) {
-  const profile = mkdtempSync(path.join(tmpdir(), 'kelo-chromium-'));
-  const context = await chromium.launchPersistentContext(profile, {
-    executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
-    headless: true,
-    args: [...ARGS, ...extraArgs],
-    viewport: LAPTOP,
-    // A person's desktop has a UTF-8 locale; without one (a bare root, CI) Chromium cannot write a
-    // download's non-ASCII name and calls it "download".
-    env: { ...process.env, LANG: utf8Locale(process.env.LANG), ...(process.env.LC_ALL ? { LC_ALL: utf8Locale(process.env.LC_ALL) } : {}) },
-  });
-  const errors = [];
-  context.on('weberror', (e) => errors.push(String(e.error())));
-  return {
-    context,
-    errors,
-    async page(url, viewport = LAPTOP) {
-      const page = await context.newPage();
-      await page.setViewportSize(viewport);
-      page.on('pageerror', (e) => errors.push(e.message));
-      await page.goto(url);
-      // Polled from node: the page's Content-Security-Policy refuses the eval that waitForFunction
-      // needs once it has to poll inside the page.
-      await until(() => page.evaluate(() => !!window.keloApp && document.querySelectorAll('#pane-playlists [role="option"]').length > 0), {
-        message: 'the page shows its playlists',
-      });
-      return page;
-    },
-    async close() {
-      await context.close();
-      rmSync(profile, { recursive: true, force: true });
-    },
-  };
+export class Browser {
+  async start() {
+    this.profile = mkdtempSync(path.join(tmpdir(), 'kelo-chromium-'));
+    this.context = await chromium.launchPersistentContext(this.profile, {
+      executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
+      headless: true,
+      args: ARGS,
+      viewport: LAPTOP,
+      // A person's desktop has a UTF-8 locale; without one (a bare root, CI) Chromium cannot write a
+      // download's non-ASCII name and calls it "download".
+      env: { ...process.env, LANG: utf8Locale(process.env.LANG), ...(process.env.LC_ALL ? { LC_ALL: utf8Locale(process.env.LC_ALL) } : {}) },
+    });
+    return this;
+  }
+
+  /** Opens the host's page and waits until it shows its playlists. */
+  async page(url, viewport = LAPTOP) {
+    const page = await this.context.newPage();
+    await page.setViewportSize(viewport);
+    await page.goto(url);
+    // Polled from node: the page's Content-Security-Policy refuses the eval that waitForFunction
+    // needs once it has to poll inside the page.
+    await until(() => page.evaluate(() => !!window.keloApp && document.querySelectorAll('#pane-playlists [role="option"]').length > 0), {
+      message: 'the page shows its playlists',
+    });
+    return page;
+  }
+
+  async close() {
+    await this.context?.close();
+    if (this.profile) rmSync(this.profile, { recursive: true, force: true });
+  }
 }
 
-export const pane = (page, name) => page.locator(`#pane-${name}`);
-export const rows = (page, name) => pane(page, name).locator('[role="option"]');
+export const launch = () => new Browser().start();
+
+/**
+ * The host and the browser of one test file: both start before its tests (then `setUp` runs) and
+ * close after them. `open(viewport)` opens the host's page; a page opened by a test or its
+ * beforeEach closes after that test, one opened by `setUp` stays for the whole file. The file's
+ * set-up goes in `setUp`, not in a top-level before(): node runs those side by side, not after this one.
+ */
+export function useHostAndBrowser({ settings, setUp } = {}) {
+  const host = new Host({ settings });
+  const browser = new Browser();
+  let testPages = null;
+  before(async () => {
+    await host.start();
+    await browser.start();
+    await setUp?.();
+    testPages = [];
+  });
+  afterEach(async () => {
+    for (const page of testPages.splice(0)) await page.close();
+  });
+  after(async () => {
+    await browser.close();
+    await host.close();
+  });
+  const open = async (viewport) => {
+    const page = await browser.page(host.url, viewport);
+    testPages?.push(page);
+    return page;
+  };
+  return { host, browser, open };
+}
+
+export const rows = (page, name) => page.locator(`#pane-${name} [role="option"]`);
 export const row = (page, name, title) => rows(page, name).filter({ has: page.locator('.title', { hasText: new RegExp(`^${escapeRe(title)}$`) }) });
+export const viewTitle = (page, title, name = 'playlists') => page.locator(`#pane-${name} .view-title`, { hasText: title });
+export const toast = (page, text) => page.locator('.toast', { hasText: text }).last();
 export const menu = (page) => page.locator('.menu-layer:not([hidden]) [role="menu"]');
 export const menuItem = (page, title) => menu(page).locator('[role^="menuitem"]').filter({ hasText: new RegExp(`^\\s*${escapeRe(title)}\\s*$`) });
-export const menuField = (page, title) => menu(page).getByRole('textbox', { name: title, exact: true });
+export const focusedTitle = (page, name = 'playlists') => page.locator(`#pane-${name} [role="option"].focused .title`).textContent();
+export const selectedTitles = (page) => page.locator('#pane-playlists [role="option"][aria-selected="true"] .title').allTextContents();
+export const viewMenuButton = (page) => page.locator('#pane-playlists .view-actions button[data-act="menu"]');
 
 export function escapeRe(text) {
   return text.replace(/[.*+?^${}()|[\]\\]/g, '\\$&');
@@ -78,7 +113,7 @@ export async function shownTitles(page, name) {
 export async function openChain(page, name, titles) {
   for (const title of titles) {
     await row(page, name, title).first().click();
-    await page.locator(`#pane-${name} .view-title`, { hasText: title }).waitFor();
+    await viewTitle(page, title, name).waitFor();
   }
 }
 
@@ -97,4 +132,9 @@ export async function until(fn, { timeout = 15000, message = 'condition' } = {})
     await new Promise((r) => setTimeout(r, 50));
   }
   throw new Error(`Timed out waiting for ${message} (last: ${JSON.stringify(last)})`);
+}
+
+/** Waits until `fn` (run in node) answers a value deeply equal to `expected`. */
+export function untilEqual(fn, expected, message = JSON.stringify(expected)) {
+  return until(async () => JSON.stringify(await fn()) === JSON.stringify(expected), { message });
 }

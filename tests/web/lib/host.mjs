@@ -12,14 +12,12 @@ export const webRoot = path.join(repoRoot, 'web');
 export const NO_ITEMS_LIMIT = 'settings:playlists/dbItemsLimit={"type":"i32_","i32_":0}';
 
 export class Host {
-  /** token: started with --token-file, and sent by api(); args: further options. */
-  constructor({ settings = [], listen = '127.0.0.1:0', dataDir, token, args = [] } = {}) {
+  /** token: started with --token-file, and sent by api(). */
+  constructor({ settings = [], token } = {}) {
     this.settings = settings;
     this.token = token;
-    this.args = args;
-    this.listen = listen;
-    this.dataDir = dataDir ?? mkdtempSync(path.join(tmpdir(), 'kelo-web-'));
-    this.ownsDataDir = !dataDir;
+    this.listen = '127.0.0.1:0';
+    this.dataDir = mkdtempSync(path.join(tmpdir(), 'kelo-web-'));
   }
 
   async start() {
@@ -27,32 +25,23 @@ export class Host {
     const args = ['--listen', this.listen, '--data-dir', this.dataDir, '--web-root', webRoot];
     for (const setting of this.settings) args.push('--set', setting);
     if (this.token) {
-      const tokenFile = path.join(this.dataDir, 'token');
-      writeFileSync(tokenFile, `${this.token}\n`);
-      args.push('--token-file', tokenFile);
+      writeFileSync(path.join(this.dataDir, 'token'), `${this.token}\n`);
+      args.push('--token-file', path.join(this.dataDir, 'token'));
     }
-    args.push(...this.args);
     this.child = spawn(hostBinary, args, { stdio: ['ignore', 'pipe', 'pipe'] });
     this.log = '';
-    this.child.stderr.on('data', (d) => {
-      this.log = (this.log + d).slice(-20000);
-    });
+    this.child.stderr.on('data', (d) => { this.log = (this.log + d).slice(-20000); });
+    let timer;
     this.url = await new Promise((resolve, reject) => {
       let out = '';
-      const timer = setTimeout(() => reject(new Error(`kelo-host did not start:\n${this.log}`)), 20000);
+      timer = setTimeout(() => reject(new Error(`kelo-host did not start:\n${this.log}`)), 20000);
       this.child.stdout.on('data', (d) => {
-        out += d;
-        const match = out.match(/kelo-host listening on (http:\/\/\S+)/);
-        if (match) {
-          clearTimeout(timer);
-          resolve(match[1].replace(/\/$/, ''));
-        }
+        const match = (out += d).match(/kelo-host listening on (http:\/\/\S+)/);
+        if (match) resolve(match[1].replace(/\/$/, ''));
       });
-      this.child.on('exit', (code) => {
-        clearTimeout(timer);
-        reject(new Error(`kelo-host exited with ${code}:\n${this.log}`));
-      });
-    });
+      this.child.on('exit', (code) => reject(new Error(`kelo-host exited with ${code}:\n${this.log}`)));
+    }).finally(() => clearTimeout(timer));
+    // A restart listens where the page already looks.
     this.listen = new URL(this.url).host;
     return this;
   }
@@ -69,39 +58,43 @@ export class Host {
 
   async close() {
     await this.stop();
-    if (this.ownsDataDir) rmSync(this.dataDir, { recursive: true, force: true });
+    rmSync(this.dataDir, { recursive: true, force: true });
   }
 
   async api(endpoint, body) {
-    const response = await fetch(`${this.url}/api/${endpoint}`, {
-      method: 'POST',
-      headers: {
-        'Content-Type': 'application/json',
-        ...(this.token ? { Authorization: `Bearer ${this.token}` } : {}),
-      },
-      body: JSON.stringify(body),
-    });
-    return response.json();
+    const headers = { 'Content-Type': 'application/json', ...(this.token && { Authorization: `Bearer ${this.token}` }) };
+    return (await fetch(`${this.url}/api/${endpoint}`, { method: 'POST', headers, body: JSON.stringify(body) })).json();
   }
 
   rows(path, fromRow = 0, toRow = 499, roles) {
-    return this.api('getRows', roles ? { path, fromRow, toRow, roles } : { path, fromRow, toRow });
+    return this.api('getRows', { path, fromRow, toRow, ...(roles && { roles }) });
   }
 
   set(path, value) {
     return this.api('setData', { path, value });
   }
 
-  // ---- fixtures through the module's commands ------------------------------------------
-
-  async createPlaylist(name) {
-    const answer = await this.set('playlists:pl/create', { name });
-    if (answer.error) throw new Error(answer.error.message);
-    return answer.value.result.value.i32_;
+  /** Sends a command that must succeed, and answers its result. */
+  async command(path, value) {
+    const answer = await this.set(path, value);
+    if (answer.error) throw new Error(`${path}: ${answer.error.message}`);
+    return answer.value?.result?.value;
   }
 
-  /** The first `count` tracks of the media library, and the titles that lead to their list. */
-  async mediaTracks(count = 10) {
+  // ---- fixtures through the module's commands ------------------------------------------
+
+  /** Creates a playlist, with these media paths in it when given, and answers its id. */
+  async createPlaylist(name, paths = []) {
+    const plid = (await this.command('playlists:pl/create', { name })).i32_;
+    if (paths.length) await this.addByPath(plid, paths);
+    return plid;
+  }
+
+  /**
+   * The first `count` tracks of the media library (`distinct`: of different titles), and the
+   * titles that lead to their list.
+   */
+  async mediaTracks(count = 10, { distinct = false } = {}) {
     const queue = [{ path: 'media:', chain: [] }];
     const found = [];
     let chain = null;
@@ -109,7 +102,7 @@ export class Host {
       const { path: at, chain: here } = queue.shift();
       const answer = await this.rows(at, 0, 499);
       for (const row of answer.rows ?? []) {
-        if (row.type === 3 && found.length < count) {
+        if (row.type === 3 && found.length < count && !(distinct && found.some((t) => t.title === row.title))) {
           found.push(row);
           chain ??= here;
         } else if (row.type === 1 && row.path) {
@@ -122,26 +115,24 @@ export class Host {
 
   /**
    * Appends one external entry per title to a playlist, each a copy of the library's first track
-   * under that title, a thousand per command.
+   * under that title (with `roles` over its own), a thousand per command.
    */
-  async addTitled(plid, titles) {
+  async addTitled(plid, titles, roles = {}) {
     const base = (await this.mediaTracks(1)).tracks[0];
     const entry = (title) => {
-      const roles = { ...base, title };
-      delete roles.path;
-      delete roles.id;
-      return { title, artist: base.artist ?? '', album: base.album ?? '', artworkUrl: '', genre: '', durationSeconds: base.duration ?? 0, url: base.mediaData.resources[0].uri, serviceId: '', keloRoles: JSON.stringify(roles) };
+      const own = { ...base, title, ...roles };
+      delete own.path;
+      delete own.id;
+      return { title, artist: base.artist ?? '', album: base.album ?? '', artworkUrl: '', genre: '', durationSeconds: base.duration ?? 0, url: base.mediaData.resources[0].uri, serviceId: '', keloRoles: JSON.stringify(own) };
     };
     for (let from = 0; from < titles.length; from += 1000) {
-      const answer = await this.set('playlists:pl/addexternalitems', { plid, items: titles.slice(from, from + 1000).map(entry), mode: 2 });
-      if (answer.error) throw new Error(answer.error.message);
+      await this.command('playlists:pl/addexternalitems', { plid, items: titles.slice(from, from + 1000).map(entry), mode: 2 });
     }
   }
 
   /** Adds media tracks to a playlist by path (appended). */
-  async addByPath(plid, paths, mode = 2) {
-    const answer = await this.set('playlists:pl/additems', { plid, items: paths, mode, fromPlid: -1 });
-    if (answer.error) throw new Error(answer.error.message);
+  addByPath(plid, paths) {
+    return this.command('playlists:pl/additems', { plid, items: paths, mode: 2, fromPlid: -1 });
   }
 
   async titles(path) {
@@ -154,6 +145,4 @@ export class Host {
   }
 }
 
-export async function startHost(options) {
-  return new Host(options).start();
-}
+export const startHost = (options) => new Host(options).start();
