@@ -134,7 +134,8 @@ bool KeloJson::members(const QByteArray& utf8, int longestText, QHash<QString, Q
     KeloJsonPrivate::Reader reader(utf8);
     reader.setLongestText(longestText);
     reader.skipSpace();
-    const bool read = reader.object(1, [&](const QString& key) {
+    const bool read = reader.object(1, [&](const KeloJsonPrivate::Reader::Text& text) {
+        const QString key = KeloJsonPrivate::Reader::keyString(text);
         const char* begin = reader.position();
         if (out->contains(key) || !reader.value(nullptr, 1))
             return false;

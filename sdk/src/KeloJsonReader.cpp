@@ -49,13 +49,14 @@ bool Reader::value(QVariant* out, int depth)
     switch (*m_p) {
     case '{': {
         QVariantHash hash;
-        const bool read = object(depth + 1, [&](const QString& key) {
+        const bool read = object(depth + 1, [&](const Text& key) {
             if (!out)
                 return value(nullptr, depth + 1);
             QVariant member;
-            if (!value(&member, depth + 1) || hash.contains(key))
+            const QString name = keyString(key);
+            if (!value(&member, depth + 1) || hash.contains(name))
                 return false;  // a repeated key is the document parser's to settle
-            hash.insert(key, member);
+            hash.insert(name, member);
             return true;
         });
         if (read && out)
@@ -114,37 +115,22 @@ bool Reader::separator(char closing, bool* done)
     return true;
 }
 
-bool Reader::key(QString* out)
-{
-    if (!opens('"') || !(plainKey(out) || string(out)))
-        return false;
-    return out->size() <= m_longestText;
-}
-
-// A key of plain ASCII (no escape, no quote) seen before is shared rather than built again: an
-// array of records, and the roles texts of a playlist's entries, repeat the same few keys
+// An array of records, and the roles texts of a playlist's entries, repeat the same few keys
 // thousands of times. The keys seen are kept per thread, so no lock is needed.
-bool Reader::plainKey(QString* out)
+QString Reader::keyString(const Text& key)
 {
-    const char* start = m_p + 1;
-    const char* p = start;
-    while (p < m_end && *p != '"' && *p != '\\' && static_cast<unsigned char>(*p) >= 0x20 &&
-           static_cast<unsigned char>(*p) < 0x80)
-        ++p;
-    if (p == m_end || *p != '"')
-        return false;
+    if (!key.ascii)
+        return key.escaped ? QString::fromUtf8(key.unescaped)
+                           : QString::fromUtf8(key.begin, static_cast<int>(key.end - key.begin));
     static thread_local QVarLengthArray<QString, keysKept> keys;
-    const QLatin1String key(start, static_cast<int>(p - start));
-    auto known = std::find_if(keys.cbegin(), keys.cend(), [&](const QString& k) { return k == key; });
-    if (known != keys.cend()) {
-        *out = *known;
-    } else {
-        *out = QString(key);
-        if (keys.size() < keysKept)
-            keys.append(*out);
-    }
-    m_p = p + 1;
-    return true;
+    const QLatin1String latin1(key.begin, static_cast<int>(key.end - key.begin));
+    auto known = std::find_if(keys.cbegin(), keys.cend(), [&](const QString& k) { return k == latin1; });
+    if (known != keys.cend())
+        return *known;
+    const QString built(latin1);
+    if (keys.size() < keysKept)
+        keys.append(built);
+    return built;
 }
 
 bool Reader::number(QVariant* out)
@@ -232,46 +218,50 @@ bool Reader::readText(bool keep, Text* text)
     if (!opens('"'))
         return false;
     const char* start = ++m_p;
-    const char* copiedUpTo = start;
     qint64 units = 0;  // UTF-16 units, as QString counts a text's length
     while (m_p < m_end) {
         const auto c = static_cast<unsigned char>(*m_p);
         if (c == '"') {
             if (units > m_longestText)
                 return false;
-            if (keep && text->escaped)
-                text->unescaped.append(copiedUpTo, static_cast<int>(m_p - copiedUpTo));
             text->begin = start;
             text->end = m_p++;
+            if (keep && text->escaped)
+                text->unescaped = unescape(text->begin, text->end);
             return true;
         }
         ++units;
         if (c < 0x20)
             return false;
         if (c == '\\') {
-            if (m_end - m_p < 2)
-                return false;
-            const char replacement = unescapedChar(m_p[1]);
-            if (!replacement)
+            if (m_end - m_p < 2 || !unescapedChar(m_p[1]))
                 return false;  // \u escapes included: surrogate pairs are the document parser's
             text->escaped = true;
-            if (keep) {
-                text->unescaped.append(copiedUpTo, static_cast<int>(m_p - copiedUpTo));
-                text->unescaped.append(replacement);
-            }
+            text->ascii = false;
             m_p += 2;
-            copiedUpTo = m_p;
         } else if (c < 0x80) {
             ++m_p;
         } else {
             const int length = utf8Sequence(reinterpret_cast<const unsigned char*>(m_p));
             if (length == 0)
                 return false;
+            text->ascii = false;
             units += length == 4 ? 1 : 0;  // a surrogate pair in UTF-16
             m_p += length;
         }
     }
     return false;
+}
+
+// The bytes of a text already checked by readText(), its escapes replaced.
+QByteArray Reader::unescape(const char* begin, const char* end)
+{
+    QByteArray out(static_cast<int>(end - begin), Qt::Uninitialized);
+    char* d = out.data();
+    for (const char* p = begin; p < end; ++p)
+        *d++ = *p == '\\' ? unescapedChar(*++p) : *p;
+    out.resize(static_cast<int>(d - out.constData()));
+    return out;
 }
 
 bool readCommon(const QByteArray& utf8, QVariant* out)

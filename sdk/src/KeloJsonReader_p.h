@@ -8,6 +8,7 @@
 #include <QByteArray>
 #include <QString>
 #include <QVariant>
+#include <algorithm>
 #include <limits>
 
 namespace KeloJsonPrivate {
@@ -15,6 +16,24 @@ namespace KeloJsonPrivate {
 class Reader
 {
 public:
+    // A text's bytes between its quotes, and its unescaped bytes when it holds an escape. Object
+    // keys reach a member reader this way, so a record compares them without building a QString.
+    struct Text
+    {
+        const char* begin = nullptr;
+        const char* end = nullptr;
+        bool escaped = false;
+        bool ascii = true;  // no escape and no byte above 0x7f
+        QByteArray unescaped;
+
+        bool is(QLatin1String name) const
+        {
+            const char* b = escaped ? unescaped.constData() : begin;
+            const char* e = escaped ? b + unescaped.size() : end;
+            return e - b == name.size() && std::equal(b, e, name.data());
+        }
+    };
+
     // Deeper documents are rare and left to the document parser, which has its own limit.
     static constexpr int DeepestNesting = 256;
 
@@ -33,7 +52,11 @@ public:
     // True when the value at the current position opens with c ('{', '[' or '"').
     bool opens(char c) const { return m_p < m_end && *m_p == c; }
 
-    // The members of the object at the current position: member(key) reads each member's value.
+    // A key as a QString; the plain ASCII keys seen before are shared, not built again.
+    static QString keyString(const Text& key);
+
+    // The members of the object at the current position: member(const Text& key) reads each
+    // member's value.
     template <typename Member>
     bool object(int depth, Member member);
     // The elements of the array at the current position: element() reads each.
@@ -50,19 +73,10 @@ public:
 
 private:
     bool word(const char* text, int length);
-    bool key(QString* out);
-    bool plainKey(QString* out);
     bool number(QVariant* out);
     bool string(QString* out);
-    // A text's bytes between its quotes, and its unescaped bytes when it holds an escape (and keep).
-    struct Text
-    {
-        const char* begin = nullptr;
-        const char* end = nullptr;
-        bool escaped = false;
-        QByteArray unescaped;
-    };
     bool readText(bool keep, Text* text);
+    static QByteArray unescape(const char* begin, const char* end);
     int utf8Sequence(const unsigned char* p) const;
     bool separator(char closing, bool* done);
 
@@ -83,8 +97,8 @@ bool Reader::object(int depth, Member member)
         return true;
     }
     for (bool done = false; !done;) {
-        QString name;
-        if (!key(&name))
+        Text name;
+        if (!readText(true, &name))
             return false;
         skipSpace();
         if (m_p == m_end || *m_p != ':')

@@ -36,7 +36,7 @@ constexpr Text allTexts[] = {Text::Title, Text::Artist,    Text::Album,    Text:
 
 using KeloJsonPrivate::Reader;
 
-// The numbers of an item, in the order their bits follow the texts' in readItem().
+// The numbers of an item, in the order of their keys in itemKeys.
 enum class Number { SequenceNumber, Uid, DurationSeconds };
 
 bool readNumber(Reader& reader, int depth, Number number, KeloPlayListItem* item)
@@ -53,34 +53,31 @@ bool readNumber(Reader& reader, int depth, Number number, KeloPlayListItem* item
     return true;
 }
 
+// The JSON keys of an item: the texts in the order of KeloPlayListItem::Text, then the numbers.
+constexpr const char* itemKeys[] = {"title",     "artist",    "album",     "artworkUrl",     "genre",          "url",
+                                    "serviceId", "keloRoles", "sequenceNumber", "uid", "durationSeconds"};
+constexpr int textCount = static_cast<int>(std::size(allTexts));
+
 // One item object, read as the constructor from a hash reads it: a text field holding anything but
 // a text is set and empty, a number field anything but a whole number is set to its fallback.
 bool readItem(Reader& reader, int depth, KeloPlayListItem* item)
 {
     unsigned seen = 0;
-    return reader.object(depth, [&](const QString& key) {
-        const auto* text = std::find_if(std::begin(allTexts), std::end(allTexts),
-                                        [&](Text t) { return textKey(t) == key; });
-        int bit = static_cast<int>(text - std::begin(allTexts));
-        Number number = Number::SequenceNumber;
-        if (text == std::end(allTexts)) {
-            if (key == QLatin1String("durationSeconds"))
-                number = Number::DurationSeconds;
-            else if (key == QLatin1String("uid"))
-                number = Number::Uid;
-            else if (key != QLatin1String("sequenceNumber"))
-                return reader.value(nullptr, depth);
-            bit = std::size(allTexts) + static_cast<int>(number);
-        }
-        if (seen & (1u << bit))
+    return reader.object(depth, [&](const Reader::Text& key) {
+        const auto* found = std::find_if(std::begin(itemKeys), std::end(itemKeys),
+                                         [&](const char* name) { return key.is(QLatin1String(name)); });
+        if (found == std::end(itemKeys))
+            return reader.value(nullptr, depth);
+        const int field = static_cast<int>(found - std::begin(itemKeys));
+        if (seen & (1u << field))
             return false;  // which of the two counts is the document parser's to settle
-        seen |= 1u << bit;
-        if (text == std::end(allTexts))
-            return readNumber(reader, depth, number, item);
+        seen |= 1u << field;
+        if (field >= textCount)
+            return readNumber(reader, depth, static_cast<Number>(field - textCount), item);
         QByteArray utf8;
         if (!(reader.opens('"') ? reader.utf8Text(&utf8) : reader.value(nullptr, depth)))
             return false;
-        item->setUtf8(*text, utf8);
+        item->setUtf8(allTexts[field], utf8);
         return true;
     });
 }
@@ -177,7 +174,8 @@ bool KeloPlayListPlAddExternalItems::readJson(const QByteArray& utf8)
     QVariantHash members;
     QList<KeloPlayListItem> items;
     bool itemsRead = false;
-    const bool read = reader.object(1, [&](const QString& key) {
+    const bool read = reader.object(1, [&](const Reader::Text& text) {
+        const QString key = Reader::keyString(text);
         if (members.contains(key) || (itemsRead && key == kItems))
             return false;
         if (key == kItems && reader.opens('[')) {

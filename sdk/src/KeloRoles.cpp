@@ -32,10 +32,10 @@ bool wantedMembers(Reader& reader, int depth, std::initializer_list<const char*>
     if (!reader.opens('{'))
         return reader.value(nullptr, depth);
     unsigned seen = 0;
-    return reader.object(depth + 1, [&](const QString& key) {
+    return reader.object(depth + 1, [&](const Reader::Text& key) {
         int index = 0;
         for (const char* name : wanted) {
-            if (key == QLatin1String(name)) {
+            if (key.is(QLatin1String(name))) {
                 if (seen & (1u << index))
                     return false;
                 seen |= 1u << index;
