@@ -56,7 +56,8 @@ public:
     static QString keyString(const Text& key);
 
     // The members of the object at the current position: member(const Text& key) reads each
-    // member's value.
+    // member's value. depth is the object's own nesting (1 for a top-level object); deeper
+    // than DeepestNesting is declined, as for arrays.
     template <typename Member>
     bool object(int depth, Member member);
     // The elements of the array at the current position: element() reads each.

@@ -3,7 +3,6 @@
 #include <QVarLengthArray>
 #include <algorithm>
 #include <charconv>
-#include <limits>
 
 #include "CMError.h"
 #include "CMPath.h"
