@@ -215,7 +215,8 @@ QJsonArray jsonOf(const QList<int>& numbers)
 // The bodies of an add of items, each under the host's body limit.
 QList<QByteArray> addBodies(int plid, const QList<KeloPlayListItem>& items)
 {
-    const int perBody = items.size() <= 50000 ? items.size() : 50000;
+    // 25,000 entries take ~6 MB of JSON, under the host's 8 MiB body limit.
+    const int perBody = items.size() <= 25000 ? items.size() : 25000;
     QList<QByteArray> bodies;
     for (int first = 0; first < items.size(); first += perBody)
         bodies.append(Client::body(QStringLiteral("playlists:pl/addexternalitems"),
@@ -306,7 +307,7 @@ private:
         Row& r = row("add n in one request");
         const QList<QByteArray> probe = addBodies(1, m_items);
         if (probe.size() > 1)
-            r.note = std::to_string(probe.size()) + " requests: the body limit is 16 MiB";
+            r.note = std::to_string(probe.size()) + " requests: the body limit is 8 MiB";
         const std::vector<RawItem> raw = rawItems(m_items);
         for (int rep = 0; rep < m_repeats.add; ++rep) {
             const int plid = createPlayList(QStringLiteral("bench %1").arg(rep));
@@ -570,7 +571,11 @@ bool checkGoals()
         const Row* stored = find(std::string(edit) + "stored list", n);
         const Row* idle = find(std::string(edit) + "play queue, nothing playing", n);
         const Row* playing = find(std::string(edit) + "play queue, playing", n);
-        goal(std::string(edit) + "play queue idle / stored list", idle->endToEnd.p50() / stored->endToEnd.p50(), 1.0);
+        // Each over its own floor: the queue's rows sit elsewhere in the store's index, so the same
+        // statements alone take a few percent more or less on the queue than on the stored list.
+        const auto overFloor = [](const Row* r) { return r->endToEnd.p50() / r->floor.p50(); };
+        goal(std::string(edit) + "play queue idle / stored list, each over its floor",
+             overFloor(idle) / overFloor(stored), 1.0);
         goal(std::string(edit) + "play queue playing / idle", playing->endToEnd.p50() / idle->endToEnd.p50(), 1.1);
     }
     return allMet;

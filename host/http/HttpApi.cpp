@@ -91,7 +91,7 @@ void HttpApi::setData(const std::string& requestBody, httplib::Response& res) co
         return HttpErrors::answer(res, error);
     CMVoidReply reply;
     // The request is let go at once: if its handler drops it too, the reply ends as NoAnswer.
-    CMRoot()->sendSetData(CMSetDataRequest(CMPath(path), body.value(QStringLiteral("value")), reply));
+    CMRoot()->sendSetData(CMSetDataRequest(CMPath(path), body.valueAsSent(QStringLiteral("value")), reply));
     if (!awaitValue(reply, res))
         return;
     HttpErrors::answerJson(res, QVariantHash{{QStringLiteral("value"), reply.variant()}});

@@ -72,11 +72,15 @@ bool RequestBody::parse(const std::string& body, CMError* error)
         *error = badRequest(QStringLiteral("The request holds more than %1 JSON values.").arg(MaxValues));
         return false;
     }
+    const QByteArray utf8 = QByteArray::fromRawData(body.data(), static_cast<int>(body.size()));
+    m_fields.clear();
+    // The members are copied out of the body: a value sent on may outlive it.
+    if (KeloJson::members(utf8, MaxTextChars, &m_texts))
+        return true;
     bool ok = false;
     QString parseError;
     // parse already gives whole numbers as int.
-    const QVariant json =
-        KeloJson::parse(QByteArray::fromRawData(body.data(), static_cast<int>(body.size())), &ok, &parseError);
+    const QVariant json = KeloJson::parse(utf8, &ok, &parseError);
     if (!ok) {
         *error = badRequest(QStringLiteral("The request body is not JSON: %1").arg(parseError));
         return false;
@@ -97,9 +101,21 @@ bool RequestBody::parse(const std::string& body, CMError* error)
     return true;
 }
 
+QVariant RequestBody::value(const QString& key) const
+{
+    const auto text = m_texts.constFind(key);
+    return text == m_texts.cend() ? m_fields.value(key) : KeloJson::parse(*text);
+}
+
+QVariant RequestBody::valueAsSent(const QString& key) const
+{
+    const auto text = m_texts.constFind(key);
+    return text == m_texts.cend() ? m_fields.value(key) : QVariant::fromValue(KeloJsonText{*text});
+}
+
 bool RequestBody::requiredPath(const QString& key, QString* out, CMError* error) const
 {
-    const QVariant v = m_fields.value(key);
+    const QVariant v = value(key);
     if (v.type() != QVariant::String || v.toString().isEmpty()) {
         *error = badRequest(QStringLiteral("\"%1\" must be a non-empty string.").arg(key));
         return false;
@@ -110,7 +126,7 @@ bool RequestBody::requiredPath(const QString& key, QString* out, CMError* error)
 
 bool RequestBody::requiredInt(const QString& key, int* out, CMError* error) const
 {
-    const QVariant v = m_fields.value(key);
+    const QVariant v = value(key);
     if (v.type() != QVariant::Int) {
         *error = badRequest(QStringLiteral("\"%1\" must be a whole number.").arg(key));
         return false;
@@ -122,7 +138,7 @@ bool RequestBody::requiredInt(const QString& key, int* out, CMError* error) cons
 bool RequestBody::optionalStringList(const QString& key, QStringList* out, CMError* error) const
 {
     out->clear();
-    const QVariant v = m_fields.value(key);
+    const QVariant v = value(key);
     if (!v.isValid() || v.isNull() || v.userType() == QMetaType::Nullptr)
         return true;
     bool ok = v.type() == QVariant::List;

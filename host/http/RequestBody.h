@@ -4,6 +4,8 @@
 // the fields as int. A body is at most MaxBodyBytes (decoded JSON takes many times its text's
 // memory) and every text in it, names of fields included, at most MaxTextChars characters: room
 // for a track's stored roles, far beyond a name a person types. A plain value: any thread.
+#include <QByteArray>
+#include <QHash>
 #include <QStringList>
 #include <QVariantHash>
 #include <string>
@@ -29,8 +31,14 @@ public:
     // A list of strings that may be missing or null (then *out is empty).
     bool optionalStringList(const QString& key, QStringList* out, CMError* error) const;
     // Any value, invalid when missing.
-    QVariant value(const QString& key) const { return m_fields.value(key); }
+    QVariant value(const QString& key) const;
+    // The same value, or its JSON text as a KeloJsonText when the body was read without decoding it:
+    // for a value that crosses to another thread, which decodes it (CMSetDataRequest::value()).
+    QVariant valueAsSent(const QString& key) const;
 
 private:
+    // A body in the common JSON forms keeps each member as its JSON text (m_texts), checked but not
+    // decoded; any other body is decoded whole into m_fields.
+    QHash<QString, QByteArray> m_texts;
     QVariantHash m_fields;
 };

@@ -59,6 +59,12 @@ QString describe(const QList<KeloPlayListItem>& items)
 // Whether a stored role text describes a playable audio track.
 bool rolesArePlayable(const QByteArray& rolesText)
 {
+    // Most roles texts are read for the four facts alone; the others are decoded whole.
+    KeloTrackFacts facts;
+    if (KeloRoles::readTrackFacts(rolesText, &facts)) {
+        return facts.type == KeloRolesType::Audio && !facts.title.isEmpty() &&
+               (!facts.firstResourceUri.isEmpty() || !CMPath(facts.prePlayPath).isEmpty());
+    }
     const KeloRoles roles(KeloHash(KeloJson::parse(rolesText).toHash()));
     if (roles.type() != KeloRolesType::Audio || roles.title().isEmpty())
         return false;
@@ -67,6 +73,16 @@ bool rolesArePlayable(const QByteArray& rolesText)
     if (!resources.isEmpty() && !resources.first().uri().isEmpty())
         return true;
     return !mediaData.metaData().prePlayPath().isEmpty();
+}
+
+// The add request's record, its items read straight from the request's JSON text when it came as text.
+KeloPlayListPlAddExternalItems addExternalItemsArgs(const CMSetDataRequest& request)
+{
+    KeloPlayListPlAddExternalItems args;
+    const QByteArray text = request.valueText();
+    if (text.isEmpty() || !args.readJson(text))
+        args = KeloPlayListPlAddExternalItems(KeloHash(request.value().toHash()));
+    return args;
 }
 }  // namespace
 
@@ -318,7 +334,7 @@ bool Controller::plAddExternalItems(CMSetDataRequest request, QString& msg)
 {
     KELO_TRACE_SCOPE(PlayListsLogger);
     const QString what = KELO_TR("Could not add external items to playlist.");
-    const KeloPlayListPlAddExternalItems args(KeloHash(request.value().toHash()));
+    const KeloPlayListPlAddExternalItems args = addExternalItemsArgs(request);
     const int plid = args.plid();
     if (!checkPlayListId(plid, what, msg))
         return false;

@@ -29,8 +29,13 @@ class CMSetDataRequest : public CMRequest
 {
 public:
     CMSetDataRequest() = default;  // invalid
+    // value may be a KeloJsonText: the value as JSON text, decoded only by whoever reads it.
     CMSetDataRequest(const CMPath& path, const QVariant& value, const CMVoidReply& reply = CMVoidReply());
+    // The value; one given as JSON text is decoded on each call (call it once).
     QVariant value() const;
+    // The value's JSON text when it was given as text, empty otherwise: for a handler that reads
+    // the text straight into its own values.
+    QByteArray valueText() const;
     CMVoidReply reply() const;
 };
 

@@ -1,8 +1,18 @@
 #pragma once
 // JSON text <-> variants. Objects become QVariantHash, arrays QVariantList, numbers that are whole
 // become int (or qlonglong when they do not fit), others double. Any thread.
+#include <QHash>
+#include <QMetaType>
 #include <QString>
 #include <QVariant>
+
+// A JSON value still as its UTF-8 text, already checked to be JSON: a large value crosses threads
+// this way, and whoever reads it decodes it (KeloJson::parse), or reads it straight into values.
+struct KeloJsonText
+{
+    QByteArray utf8;
+};
+Q_DECLARE_METATYPE(KeloJsonText)
 
 class KeloJson
 {
@@ -14,6 +24,11 @@ public:
     static QString stringify(const QVariant& value);
     // The same text in UTF-8, as it goes on the wire.
     static QByteArray stringifyUtf8(const QVariant& value);
+    // The members of a JSON object text, each value kept as its own JSON text, after checking the
+    // whole text. False when the text is not a JSON object in the common forms the direct reader takes
+    // (no repeated keys, no \u escapes, no fractions or exponents, nesting up to 256) or holds a text,
+    // keys included, longer than longestText UTF-16 units; parse() then settles it.
+    static bool members(const QByteArray& utf8, int longestText, QHash<QString, QByteArray>* out);
     // Turns JSON numbers that are whole into int, recursively, so that typed accessors read them.
     static QVariant normalize(const QVariant& value);
 };

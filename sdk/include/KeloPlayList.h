@@ -168,6 +168,15 @@ public:
     bool hasMode() const { return contains(modeKey()); }
     int mode() const { return KeloPlayListAddPosition::fromVariant(get(modeKey())); }
     void setMode(int v) { set(modeKey(), KeloPlayListAddPosition::toString(v)); }
+
+    // Reads the record from its JSON object text, the items straight into values (no hash for them
+    // on the way), reading exactly what the hash would give. False, with the record unchanged, when
+    // the text is not in the common JSON forms or an item repeats a key: decode it and read the hash.
+    bool readJson(const QByteArray& utf8);
+
+private:
+    QList<KeloPlayListItem> m_items;  // the items as read from JSON text, when m_itemsRead
+    bool m_itemsRead = false;
 };
 
 class KeloPlayListClCreate : public KeloPlayListArgs

@@ -70,11 +70,25 @@ public:
     void setMetaData(const KeloMetaData& m) { set(QStringLiteral("metaData"), m.toVariant()); }
 };
 
+// What tells a track's roles apart as playable, as the roles' accessors read it (fallbacks included):
+// type(), title(), the uri of mediaData().resources().first(), mediaData().metaData().prePlayPath().
+struct KeloTrackFacts
+{
+    int type = 0;
+    QString title;
+    QString firstResourceUri;
+    QString prePlayPath;
+};
+
 class KeloRoles : public KeloHash
 {
 public:
     KeloRoles() = default;
     KeloRoles(const KeloHash& h) : KeloHash(h) {}  // NOLINT: roles are read from any variant hash
+
+    // Reads the track facts straight from a roles JSON text, decoding nothing else. False when the
+    // text is not a JSON object in the common forms or repeats one of those keys: decode it then.
+    static bool readTrackFacts(const QByteArray& utf8, KeloTrackFacts* out);
 
     // Role names, as they appear in JSON and in a request's role list.
     static QString Title() { return QStringLiteral("title"); }

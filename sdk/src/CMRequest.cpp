@@ -2,6 +2,7 @@
 
 #include <variant>
 
+#include "KeloJson.h"
 #include "KeloLog.h"
 
 // Shared by every copy of a request. Everything is set at construction and never changed, so copies
@@ -61,7 +62,18 @@ CMSetDataRequest::CMSetDataRequest(const CMPath& path, const QVariant& value, co
 
 QVariant CMSetDataRequest::value() const
 {
-    return d ? d->value : QVariant();
+    if (!d)
+        return QVariant();
+    if (d->value.userType() == qMetaTypeId<KeloJsonText>())
+        return KeloJson::parse(static_cast<const KeloJsonText*>(d->value.constData())->utf8);
+    return d->value;
+}
+
+QByteArray CMSetDataRequest::valueText() const
+{
+    if (!d || d->value.userType() != qMetaTypeId<KeloJsonText>())
+        return QByteArray();
+    return static_cast<const KeloJsonText*>(d->value.constData())->utf8;
 }
 
 CMVoidReply CMSetDataRequest::reply() const

@@ -11,6 +11,7 @@
 #include "CMError.h"
 #include "CMPath.h"
 #include "KeloHash.h"
+#include "KeloJsonReader_p.h"
 #include "KeloJson_p.h"
 #include "KeloPlayList.h"
 #include "KeloRoles.h"
@@ -125,6 +126,26 @@ QJsonValue KeloJsonPrivate::toJsonValue(const QVariant& value)
     default:
         return recordToJson(value);
     }
+}
+
+bool KeloJson::members(const QByteArray& utf8, int longestText, QHash<QString, QByteArray>* out)
+{
+    out->clear();
+    KeloJsonPrivate::Reader reader(utf8);
+    reader.setLongestText(longestText);
+    reader.skipSpace();
+    const bool read = reader.object(1, [&](const KeloJsonPrivate::Reader::Text& text) {
+        const QString key = KeloJsonPrivate::Reader::keyString(text);
+        const char* begin = reader.position();
+        if (out->contains(key) || !reader.value(nullptr, 1))
+            return false;
+        out->insert(key, QByteArray(begin, static_cast<int>(reader.position() - begin)));
+        return true;
+    });
+    if (read && reader.atEnd())
+        return true;
+    out->clear();
+    return false;
 }
 
 QVariant KeloJson::parse(const QByteArray& utf8, bool* ok, QString* error)

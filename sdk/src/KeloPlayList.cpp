@@ -4,6 +4,7 @@
 #include <iterator>
 
 #include "KeloHash_p.h"
+#include "KeloJsonReader_p.h"
 
 namespace {
 const QString kItems = QStringLiteral("items");
@@ -32,6 +33,54 @@ const QString& textKey(Text field)
 
 constexpr Text allTexts[] = {Text::Title, Text::Artist,    Text::Album,    Text::ArtworkUrl,
                              Text::Genre, Text::Url, Text::ServiceId, Text::KeloRoles};
+
+using KeloJsonPrivate::Reader;
+
+// The numbers of an item, in the order of their keys in itemKeys.
+enum class Number { SequenceNumber, Uid, DurationSeconds };
+
+bool readNumber(Reader& reader, int depth, Number number, KeloPlayListItem* item)
+{
+    QVariant v;
+    if (!reader.value(&v, depth))
+        return false;
+    if (number == Number::SequenceNumber)
+        item->setSequenceNumber(intOf(v, -1));
+    else if (number == Number::Uid)
+        item->setUid(intOf(v, -1));
+    else
+        item->setDurationSeconds(intOf(v, 0));
+    return true;
+}
+
+// The JSON keys of an item: the texts in the order of KeloPlayListItem::Text, then the numbers.
+constexpr const char* itemKeys[] = {"title",     "artist",    "album",     "artworkUrl",     "genre",          "url",
+                                    "serviceId", "keloRoles", "sequenceNumber", "uid", "durationSeconds"};
+constexpr int textCount = static_cast<int>(std::size(allTexts));
+
+// One item object, read as the constructor from a hash reads it: a text field holding anything but
+// a text is set and empty, a number field anything but a whole number is set to its fallback.
+bool readItem(Reader& reader, int depth, KeloPlayListItem* item)
+{
+    unsigned seen = 0;
+    return reader.object(depth, [&](const Reader::Text& key) {
+        const auto* found = std::find_if(std::begin(itemKeys), std::end(itemKeys),
+                                         [&](const char* name) { return key.is(QLatin1String(name)); });
+        if (found == std::end(itemKeys))
+            return reader.value(nullptr, depth);
+        const int field = static_cast<int>(found - std::begin(itemKeys));
+        if (seen & (1u << field))
+            return false;  // which of the two counts is the document parser's to settle
+        seen |= 1u << field;
+        if (field >= textCount)
+            return readNumber(reader, depth, static_cast<Number>(field - textCount), item);
+        QByteArray utf8;
+        if (!(reader.opens('"') ? reader.utf8Text(&utf8) : reader.value(nullptr, depth)))
+            return false;
+        item->setUtf8(allTexts[field], utf8);
+        return true;
+    });
+}
 }  // namespace
 
 KeloPlayListItem::KeloPlayListItem(const KeloHash& h)
@@ -108,10 +157,47 @@ void KeloPlayListPlRemoveItems::setItems(const QList<int>& v)
 
 QList<KeloPlayListItem> KeloPlayListPlAddExternalItems::items() const
 {
-    return KeloHashPrivate::recordsOf<KeloPlayListItem>(listOf(kItems));
+    return m_itemsRead ? m_items : KeloHashPrivate::recordsOf<KeloPlayListItem>(listOf(kItems));
 }
 
 void KeloPlayListPlAddExternalItems::setItems(const QList<KeloPlayListItem>& items)
 {
+    m_items.clear();
+    m_itemsRead = false;
     set(kItems, KeloHashPrivate::variantsOf(items));
+}
+
+bool KeloPlayListPlAddExternalItems::readJson(const QByteArray& utf8)
+{
+    Reader reader(utf8);
+    reader.skipSpace();
+    QVariantHash members;
+    QList<KeloPlayListItem> items;
+    bool itemsRead = false;
+    const bool read = reader.object(1, [&](const Reader::Text& text) {
+        const QString key = Reader::keyString(text);
+        if (members.contains(key) || (itemsRead && key == kItems))
+            return false;
+        if (key == kItems && reader.opens('[')) {
+            itemsRead = true;
+            // Elements that are not objects are left out, as items() leaves them out of a hash.
+            return reader.array(2, [&]() {
+                if (!reader.opens('{'))
+                    return reader.value(nullptr, 2);
+                items.append(KeloPlayListItem());
+                return readItem(reader, 3, &items.last());
+            });
+        }
+        QVariant v;
+        if (!reader.value(&v, 1))
+            return false;
+        members.insert(key, v);
+        return true;
+    });
+    if (!read || !reader.atEnd())
+        return false;
+    *static_cast<KeloHash*>(this) = KeloHash(members);
+    m_items = items;
+    m_itemsRead = itemsRead;
+    return true;
 }

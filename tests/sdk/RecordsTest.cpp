@@ -76,6 +76,19 @@ TEST(ArgumentRecords, ListsLeaveOutElementsOfTheWrongType)
     EXPECT_EQ(items.at(0).title(), "A");
     EXPECT_EQ(items.at(1).uid(), 2);
     EXPECT_EQ(external.mode(), KeloPlayListAddPosition::Now);
+
+    // Read straight from its text, the record gives what its hash gives, wrong types included.
+    const char* text = R"({"plid": 5, "items": [{"uid": "7", "title": 5, "artist": null, "url": "a\"b",
+        "durationSeconds": true, "extra": [1]}, "x", {"sequenceNumber": 4, "keloRoles": "{\"t\":1}"}], "mode": 2})";
+    KeloPlayListPlAddExternalItems direct;
+    ASSERT_TRUE(direct.readJson(text));
+    const KeloPlayListPlAddExternalItems decoded(fromJsonText(text));
+    EXPECT_EQ(direct.items(), decoded.items());
+    EXPECT_EQ(direct.items().at(0).url(), "a\"b");
+    EXPECT_EQ(direct.plid(), 5);
+    EXPECT_EQ(direct.mode(), KeloPlayListAddPosition::Append);
+    EXPECT_FALSE(direct.readJson(R"({"items": [{"title": "a", "title": "b"}]})"));
+    EXPECT_FALSE(direct.readJson(R"({"items": [{"title": "\u00e9"}]})"));
 }
 
 TEST(PlayListItems, WriteOnlyTheFieldsThatWereSetAndReadWrongTypesAsTheirFallbacks)
@@ -160,6 +173,27 @@ TEST(RoleRecords, RowsRolesTakeTheTitleOfTheirRoles)
     EXPECT_EQ(rows.roles(), roles);
     rows.setRoles(KeloRoles());
     EXPECT_EQ(rows.title(), "Queue") << "untitled roles keep the title";
+}
+
+TEST(RoleRecords, TrackFactsReadFromTextAreWhatTheDecodedRolesSay)
+{
+    for (const char* text :
+         {R"({"type": 3, "title": "T", "mediaData": {"resources": [{"uri": "u"}]}, "x": [{"y": 1}]})",
+          R"({"type": "3", "title": 7, "mediaData": {"resources": [1, {"mime": "a"}, {"uri": "v"}]}})",
+          R"({"type": 3, "title": "T", "mediaData": {"resources": {"uri": "u"}, "metaData": {"prePlayPath": "p:q"}}})",
+          R"({"type": 2147483648, "title": "T", "mediaData": [{"resources": []}]})", R"({})"}) {
+        KeloTrackFacts facts;
+        ASSERT_TRUE(KeloRoles::readTrackFacts(text, &facts)) << text;
+        const KeloRoles roles(fromJsonText(text));
+        const QList<KeloMediaResource> resources = roles.mediaData().resources();
+        EXPECT_EQ(facts.type, roles.type()) << text;
+        EXPECT_EQ(facts.title, roles.title()) << text;
+        EXPECT_EQ(facts.firstResourceUri, resources.isEmpty() ? QString() : resources.first().uri()) << text;
+        EXPECT_EQ(CMPath(facts.prePlayPath), roles.mediaData().metaData().prePlayPath()) << text;
+    }
+    KeloTrackFacts facts;
+    for (const char* declined : {R"({"title": "a", "title": "b"})", R"([3])", R"({"title": "\u00e9"})", "{"})
+        EXPECT_FALSE(KeloRoles::readTrackFacts(declined, &facts)) << declined;
 }
 
 TEST(RecordTypes, AreRegisteredSoThatTheyCrossThreads)

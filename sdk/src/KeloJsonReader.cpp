@@ -1,0 +1,272 @@
+#include "KeloJsonReader_p.h"
+
+#include <QVarLengthArray>
+#include <algorithm>
+
+namespace KeloJsonPrivate {
+namespace {
+
+// Fifteen decimal digits are always below 2^53, so such a number is the same as int, qlonglong or
+// double, whichever way the document parser reads it.
+constexpr int longestNumber = 15;
+// How many keys a thread keeps for sharing: the keys of the records it reads, not of every document.
+constexpr int keysKept = 48;
+
+char unescapedChar(char escape)
+{
+    switch (escape) {
+    case '"':
+    case '\\':
+    case '/':
+        return escape;
+    case 'b':
+        return '\b';
+    case 'f':
+        return '\f';
+    case 'n':
+        return '\n';
+    case 'r':
+        return '\r';
+    case 't':
+        return '\t';
+    default:
+        return 0;
+    }
+}
+
+}  // namespace
+
+bool Reader::document(QVariant* out)
+{
+    skipSpace();
+    return value(out, 0) && atEnd();
+}
+
+bool Reader::value(QVariant* out, int depth)
+{
+    if (m_p == m_end)
+        return false;
+    switch (*m_p) {
+    case '{': {
+        QVariantHash hash;
+        const bool read = object(depth + 1, [&](const Text& key) {
+            if (!out)
+                return value(nullptr, depth + 1);
+            QVariant member;
+            const QString name = keyString(key);
+            if (!value(&member, depth + 1) || hash.contains(name))
+                return false;  // a repeated key is the document parser's to settle
+            hash.insert(name, member);
+            return true;
+        });
+        if (read && out)
+            *out = hash;
+        return read;
+    }
+    case '[': {
+        QVariantList list;
+        const bool read = array(depth + 1, [&]() {
+            if (!out)
+                return value(nullptr, depth + 1);
+            list.append(QVariant());
+            return value(&list.last(), depth + 1);
+        });
+        if (read && out)
+            *out = list;
+        return read;
+    }
+    case '"': {
+        QString text;
+        if (!string(out ? &text : nullptr))
+            return false;
+        if (out)
+            *out = text;
+        return true;
+    }
+    case 't':
+        return word("true", 4) && (!out || (*out = true, true));
+    case 'f':
+        return word("false", 5) && (!out || (*out = false, true));
+    case 'n':
+        return word("null", 4) && (!out || (*out = QVariant::fromValue(nullptr), true));
+    default:
+        return number(out);
+    }
+}
+
+bool Reader::word(const char* text, int length)
+{
+    if (m_end - m_p < length || !std::equal(text, text + length, m_p))
+        return false;
+    m_p += length;
+    return true;
+}
+
+bool Reader::separator(char closing, bool* done)
+{
+    skipSpace();
+    if (m_p == m_end)
+        return false;
+    const char c = *m_p++;
+    *done = c == closing;
+    if (!*done && c != ',')
+        return false;
+    skipSpace();
+    return true;
+}
+
+// An array of records, and the roles texts of a playlist's entries, repeat the same few keys
+// thousands of times. The keys seen are kept per thread, so no lock is needed.
+QString Reader::keyString(const Text& key)
+{
+    if (!key.ascii)
+        return key.escaped ? QString::fromUtf8(key.unescaped)
+                           : QString::fromUtf8(key.begin, static_cast<int>(key.end - key.begin));
+    static thread_local QVarLengthArray<QString, keysKept> keys;
+    const QLatin1String latin1(key.begin, static_cast<int>(key.end - key.begin));
+    auto known = std::find_if(keys.cbegin(), keys.cend(), [&](const QString& k) { return k == latin1; });
+    if (known != keys.cend())
+        return *known;
+    const QString built(latin1);
+    if (keys.size() < keysKept)
+        keys.append(built);
+    return built;
+}
+
+bool Reader::number(QVariant* out)
+{
+    const bool negative = *m_p == '-';
+    const char* digits = negative ? m_p + 1 : m_p;
+    const char* p = digits;
+    qint64 magnitude = 0;
+    while (p < m_end && *p >= '0' && *p <= '9' && p - digits <= longestNumber)
+        magnitude = magnitude * 10 + (*p++ - '0');
+    const auto length = p - digits;
+    if (length == 0 || length > longestNumber || (*digits == '0' && length > 1))
+        return false;
+    if (p < m_end && (*p == '.' || *p == 'e' || *p == 'E'))
+        return false;  // fractions and exponents: the document parser's rounding decides
+    m_p = p;
+    if (!out)
+        return true;
+    const qint64 n = negative ? -magnitude : magnitude;
+    if (n >= std::numeric_limits<int>::min() && n <= std::numeric_limits<int>::max())
+        *out = static_cast<int>(n);
+    else
+        *out = static_cast<qlonglong>(n);
+    return true;
+}
+
+// Length of the well-formed UTF-8 sequence at p (2 to 4 bytes), 0 when it is not one or encodes a
+// noncharacter (left to the document parser).
+int Reader::utf8Sequence(const unsigned char* p) const
+{
+    const auto* end = reinterpret_cast<const unsigned char*>(m_end);
+    const unsigned char b = *p;
+    int length = 0;
+    char32_t c = 0;
+    if (b >= 0xC2 && b <= 0xDF) {
+        length = 2;
+        c = b & 0x1F;
+    } else if (b >= 0xE0 && b <= 0xEF) {
+        length = 3;
+        c = b & 0x0F;
+    } else if (b >= 0xF0 && b <= 0xF4) {
+        length = 4;
+        c = b & 0x07;
+    } else {
+        return 0;
+    }
+    if (end - p < length)
+        return 0;
+    for (int i = 1; i < length; ++i) {
+        if ((p[i] & 0xC0) != 0x80)
+            return 0;
+        c = (c << 6) | (p[i] & 0x3F);
+    }
+    const char32_t lowest[] = {0, 0, 0x80, 0x800, 0x10000};
+    const bool surrogate = c >= 0xD800 && c <= 0xDFFF;
+    const bool nonCharacter = (c >= 0xFDD0 && c <= 0xFDEF) || (c & 0xFFFE) == 0xFFFE;
+    if (c < lowest[length] || c > 0x10FFFF || surrogate || nonCharacter)
+        return 0;
+    return length;
+}
+
+bool Reader::string(QString* out)
+{
+    Text text;
+    if (!readText(out != nullptr, &text))
+        return false;
+    if (out)
+        *out = text.escaped ? QString::fromUtf8(text.unescaped)
+                            : QString::fromUtf8(text.begin, static_cast<int>(text.end - text.begin));
+    return true;
+}
+
+bool Reader::utf8Text(QByteArray* out)
+{
+    Text text;
+    if (!readText(out != nullptr, &text))
+        return false;
+    if (out)
+        *out = text.escaped ? text.unescaped : QByteArray(text.begin, static_cast<int>(text.end - text.begin));
+    return true;
+}
+
+bool Reader::readText(bool keep, Text* text)
+{
+    if (!opens('"'))
+        return false;
+    const char* start = ++m_p;
+    qint64 units = 0;  // UTF-16 units, as QString counts a text's length
+    while (m_p < m_end) {
+        const auto c = static_cast<unsigned char>(*m_p);
+        if (c == '"') {
+            if (units > m_longestText)
+                return false;
+            text->begin = start;
+            text->end = m_p++;
+            if (keep && text->escaped)
+                text->unescaped = unescape(text->begin, text->end);
+            return true;
+        }
+        ++units;
+        if (c < 0x20)
+            return false;
+        if (c == '\\') {
+            if (m_end - m_p < 2 || !unescapedChar(m_p[1]))
+                return false;  // \u escapes included: surrogate pairs are the document parser's
+            text->escaped = true;
+            text->ascii = false;
+            m_p += 2;
+        } else if (c < 0x80) {
+            ++m_p;
+        } else {
+            const int length = utf8Sequence(reinterpret_cast<const unsigned char*>(m_p));
+            if (length == 0)
+                return false;
+            text->ascii = false;
+            units += length == 4 ? 1 : 0;  // a surrogate pair in UTF-16
+            m_p += length;
+        }
+    }
+    return false;
+}
+
+// The bytes of a text already checked by readText(), its escapes replaced.
+QByteArray Reader::unescape(const char* begin, const char* end)
+{
+    QByteArray out(static_cast<int>(end - begin), Qt::Uninitialized);
+    char* d = out.data();
+    for (const char* p = begin; p < end; ++p)
+        *d++ = *p == '\\' ? unescapedChar(*++p) : *p;
+    out.resize(static_cast<int>(d - out.constData()));
+    return out;
+}
+
+bool readCommon(const QByteArray& utf8, QVariant* out)
+{
+    return Reader(utf8).document(out);
+}
+
+}  // namespace KeloJsonPrivate

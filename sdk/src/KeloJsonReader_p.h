@@ -1,0 +1,133 @@
+#pragma once
+// The direct JSON text reader behind KeloJson and the records that read themselves from JSON text;
+// not part of the SDK's API. It takes the common forms only (objects without repeated keys, arrays,
+// texts without \u escapes or control characters, whole numbers of up to 15 digits, true, false,
+// null) and declines (returns false) on anything else, valid JSON or not: the caller then hands the
+// text to the document parser, which settles it. A value can be read into a variant, or only checked
+// (out null), which builds nothing. One reader per text, on one thread.
+#include <QByteArray>
+#include <QString>
+#include <QVariant>
+#include <algorithm>
+#include <limits>
+
+namespace KeloJsonPrivate {
+
+class Reader
+{
+public:
+    // A text's bytes between its quotes, and its unescaped bytes when it holds an escape. Object
+    // keys reach a member reader this way, so a record compares them without building a QString.
+    struct Text
+    {
+        const char* begin = nullptr;
+        const char* end = nullptr;
+        bool escaped = false;
+        bool ascii = true;  // no escape and no byte above 0x7f
+        QByteArray unescaped;
+
+        bool is(QLatin1String name) const
+        {
+            const char* b = escaped ? unescaped.constData() : begin;
+            const char* e = escaped ? b + unescaped.size() : end;
+            return e - b == name.size() && std::equal(b, e, name.data());
+        }
+    };
+
+    // Deeper documents are rare and left to the document parser, which has its own limit.
+    static constexpr int DeepestNesting = 256;
+
+    Reader(const char* begin, const char* end) : m_p(begin), m_end(end) {}
+    explicit Reader(const QByteArray& utf8) : Reader(utf8.constData(), utf8.constData() + utf8.size()) {}
+
+    // Texts (keys included) longer than this many UTF-16 units are declined.
+    void setLongestText(int units) { m_longestText = units; }
+
+    // The whole text is one value.
+    bool document(QVariant* out);
+    // One value at the current position, read into *out or only checked (out null).
+    bool value(QVariant* out, int depth);
+    // A text at the current position as its unescaped UTF-8 bytes; false when there is none.
+    bool utf8Text(QByteArray* out);
+    // True when the value at the current position opens with c ('{', '[' or '"').
+    bool opens(char c) const { return m_p < m_end && *m_p == c; }
+
+    // A key as a QString; the plain ASCII keys seen before are shared, not built again.
+    static QString keyString(const Text& key);
+
+    // The members of the object at the current position: member(const Text& key) reads each
+    // member's value. depth is the object's own nesting (1 for a top-level object); deeper
+    // than DeepestNesting is declined, as for arrays.
+    template <typename Member>
+    bool object(int depth, Member member);
+    // The elements of the array at the current position: element() reads each.
+    template <typename Element>
+    bool array(int depth, Element element);
+
+    const char* position() const { return m_p; }
+    bool atEnd() { skipSpace(); return m_p == m_end; }
+    void skipSpace()
+    {
+        while (m_p < m_end && (*m_p == ' ' || *m_p == '\n' || *m_p == '\r' || *m_p == '\t'))
+            ++m_p;
+    }
+
+private:
+    bool word(const char* text, int length);
+    bool number(QVariant* out);
+    bool string(QString* out);
+    bool readText(bool keep, Text* text);
+    static QByteArray unescape(const char* begin, const char* end);
+    int utf8Sequence(const unsigned char* p) const;
+    bool separator(char closing, bool* done);
+
+    const char* m_p;
+    const char* m_end;
+    int m_longestText = std::numeric_limits<int>::max();
+};
+
+template <typename Member>
+bool Reader::object(int depth, Member member)
+{
+    if (depth > DeepestNesting || !opens('{'))
+        return false;
+    ++m_p;
+    skipSpace();
+    if (m_p < m_end && *m_p == '}') {
+        ++m_p;
+        return true;
+    }
+    for (bool done = false; !done;) {
+        Text name;
+        if (!readText(true, &name))
+            return false;
+        skipSpace();
+        if (m_p == m_end || *m_p != ':')
+            return false;
+        ++m_p;
+        skipSpace();
+        if (!member(name) || !separator('}', &done))
+            return false;
+    }
+    return true;
+}
+
+template <typename Element>
+bool Reader::array(int depth, Element element)
+{
+    if (depth > DeepestNesting || !opens('['))
+        return false;
+    ++m_p;
+    skipSpace();
+    if (m_p < m_end && *m_p == ']') {
+        ++m_p;
+        return true;
+    }
+    for (bool done = false; !done;) {
+        if (!element() || !separator(']', &done))
+            return false;
+    }
+    return true;
+}
+
+}  // namespace KeloJsonPrivate
