@@ -48,32 +48,31 @@ public:
     QList<QVariantHash> values;
 };
 
-// An entry: a track of 200 s at uri (its own demo uri when null; no resources when empty).
-inline KeloPlayListItem numberedTrack(int n, const QString& uri = QString())
+// "Track n" at demo://track/n; without resources (which the play logic skips) unless playable.
+inline KeloPlayListItem numberedTrack(int n, bool playable = true)
 {
-    const QString url = uri.isNull() ? QStringLiteral("demo://track/%1").arg(n) : uri;
-    const QVariantList resources = url.isEmpty() ? QVariantList() : QVariantList{QVariantHash{{"uri", url}}};
-    const QVariantHash roles{{"type", 3}, {"title", QStringLiteral("Track %1").arg(n)}, {"duration", 200},
-                             {"mediaData", QVariantHash{{"resources", resources}, {"metaData", QVariantHash()}}}};
+    const QString uri = QStringLiteral("demo://track/%1").arg(n);
+    const QVariantList resources = playable ? QVariantList{QVariantHash{{"uri", uri}}} : QVariantList();
     KeloPlayListItem item;
-    item.setTitle(roles.value("title").toString());
-    item.setUrl(url.isEmpty() ? QStringLiteral("demo://none") : url);
-    item.setKeloRoles(KeloJson::stringify(roles));
+    item.setTitle(QStringLiteral("Track %1").arg(n));
+    item.setUrl(uri);
+    item.setKeloRoles(KeloJson::stringify(QVariantHash{
+        {"type", 3}, {"title", item.title()}, {"mediaData", QVariantHash{{"resources", resources}, {"metaData", QVariantHash()}}}}));
     return item;
+}
+
+inline QList<KeloPlayListItem> numberedTracks(int first, int count, const QSet<int>& unplayable = {})
+{
+    QList<KeloPlayListItem> items;
+    for (int n = first; n < first + count; ++n)
+        items << numberedTrack(n, !unplayable.contains(n));
+    return items;
 }
 
 // The entry's sequence number in a track's roles; -1 when none.
 inline int sequenceNumberOf(const KeloRoles& roles)
 {
     return roles.value().isI32_() ? roles.value().i32_() : -1;
-}
-
-inline QList<KeloPlayListItem> numberedTracks(int first, int count, const QSet<int>& withoutResources = {})
-{
-    QList<KeloPlayListItem> items;
-    for (int n = first; n < first + count; ++n)
-        items << numberedTrack(n, withoutResources.contains(n) ? QStringLiteral("") : QString());
-    return items;
 }
 
 class PlayLogicTest : public ::testing::Test
@@ -87,7 +86,6 @@ protected:
         player = std::make_unique<RecordingPlayer>();
         root->addWorker(player.get());
         worker = std::make_unique<PlayListWorker>(QHash<QString, QVariant>());
-        root->addWorker(worker.get());
         logic = worker->getPlayLogic();
         manager = worker->getManager();
     }
@@ -98,10 +96,10 @@ protected:
         root.reset();
     }
 
-    PlayListBase* playlist(int count, const QSet<int>& withoutResources = {})
+    PlayListBase* playlist(int count, const QSet<int>& unplayable = {})
     {
         PlayListBase* pl = manager->createPlayList(QStringLiteral("Test"));
-        pl->addItems(KeloPlayListAddPosition::Append, numberedTracks(0, count, withoutResources));
+        pl->addItems(KeloPlayListAddPosition::Append, numberedTracks(0, count, unplayable));
         return pl;
     }
     // A call of the player, as it arrives at the play logic's node.
@@ -123,15 +121,20 @@ protected:
     void play(PlayListBase* pl, int index) { play(KeloPlayListPlGetItemsPath() + pl->getUid(), index); }
     void previous(qint64 playTime) { call(PlayLogicWire::Previous(), {{PlayLogicWire::PlayTime(), playTime}}); }
     void changePlayMode(int mode) { call(PlayLogicWire::ChangePlayMode(), {{"playMode", mode}}); }
-    // The player confirms the start of the track it was last told to play.
-    void confirmStart()
+    void prepareNext() { call(PlayLogicWire::PrepareNextMedia(), {{PlayLogicWire::Serial(), 1}}); }
+    // The player starts the track named by its last command of that name ("play" or "setNextMedia").
+    void start(const QString& command = QStringLiteral("play"))
     {
-        call(PlayLogicWire::MediaPlaybackStarted(), {{PlayLogicWire::NewRoles(), player->last("play").value("roles")}});
+        call(PlayLogicWire::MediaPlaybackStarted(), {{PlayLogicWire::NewRoles(), player->last(command).value("roles")}});
     }
 
     static int seqOf(const KeloRoles& roles) { return sequenceNumberOf(roles); }
-    // The sequence number of the track named by the last command of that name; -1 when none.
+    // The sequence number and title of the track named by the last command of that name.
     int seqOf(const QString& command) const { return seqOf(KeloHash(player->last(command).value("roles").toHash())); }
+    QString titleOf(const QString& command) const
+    {
+        return player->last(command).value("roles").toHash().value("title").toString();
+    }
     int playCount() const { return player->names.count(PlayLogicWire::Play()); }
 
     TempWorkDir dir;
