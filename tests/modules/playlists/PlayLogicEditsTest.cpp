@@ -67,9 +67,9 @@ TEST_F(PlayLogicEdits, RemovingThePlayingLastEntryClearingOrDeletingTheListStops
         PlayListBase* pl = playlist(3);
         play(pl, 2);
         start();
-        player->clear();
+        const int before = player->names.size();
         endings[i](pl);
-        EXPECT_EQ(player->names, QStringList{"control:stop"}) << "ending " << i;
+        EXPECT_EQ(player->names.mid(before), QStringList{"control:stop"}) << "ending " << i;
     }
 }
 

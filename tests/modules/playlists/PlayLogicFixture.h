@@ -1,10 +1,11 @@
 #pragma once
 // A worker with a real store in a temporary directory, its play logic, and a player that only records
 // what it is told. Everything runs in the test's thread, so each call is handled inside the call.
-#include <QMutex>
 #include <QSet>
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <memory>
+#include <numeric>
 
 #include "CMRoot.h"
 #include "KeloJson.h"
@@ -15,7 +16,8 @@
 #include "PlayListWorker.h"
 #include "TempWorkDir.h"
 
-// Records the play logic's commands ("play", "setNextMedia", ...) and controls ("control:stop").
+// Records the play logic's commands ("play", "setNextMedia", ...) and controls ("control:stop"). It is
+// called in the test's thread only.
 class RecordingPlayer : public CMAbstractWorker
 {
 public:
@@ -23,27 +25,18 @@ public:
     bool setDataRequest(const CMSetDataRequest& request) override
     {
         const QVariantHash value = request.value().toHash();
-        QMutexLocker lock(&mutex);
         names << (value.contains("control") ? "control:" + value.value("control").toString()
                                             : value.value(PlayLogicWire::Command()).toString());
         values << value;
         request.reply().setValue(QVariant());
         return true;
     }
-    void clear()
-    {
-        QMutexLocker lock(&mutex);
-        names.clear();
-        values.clear();
-    }
     QVariantHash last(const QString& name) const
     {
-        QMutexLocker lock(&mutex);
         const int i = names.lastIndexOf(name);
         return i < 0 ? QVariantHash() : values.at(i);
     }
 
-    mutable QMutex mutex;
     QStringList names;
     QList<QVariantHash> values;
 };
@@ -69,10 +62,13 @@ inline QList<KeloPlayListItem> numberedTracks(int first, int count, const QSet<i
     return items;
 }
 
-// The entry's sequence number in a track's roles; -1 when none.
-inline int sequenceNumberOf(const KeloRoles& roles)
+// Whether a shuffle order holds each of 0 ... size-1 once.
+inline bool isPermutation(QVector<int> order, int size)
 {
-    return roles.value().isI32_() ? roles.value().i32_() : -1;
+    std::sort(order.begin(), order.end());
+    QVector<int> identity(size);
+    std::iota(identity.begin(), identity.end(), 0);
+    return order == identity;
 }
 
 class PlayLogicTest : public ::testing::Test
@@ -128,7 +124,8 @@ protected:
         call(PlayLogicWire::MediaPlaybackStarted(), {{PlayLogicWire::NewRoles(), player->last(command).value("roles")}});
     }
 
-    static int seqOf(const KeloRoles& roles) { return sequenceNumberOf(roles); }
+    // The entry's sequence number in a track's roles; -1 when none.
+    static int seqOf(const KeloRoles& roles) { return roles.value().isI32_() ? roles.value().i32_() : -1; }
     // The sequence number and title of the track named by the last command of that name.
     int seqOf(const QString& command) const { return seqOf(KeloHash(player->last(command).value("roles").toHash())); }
     QString titleOf(const QString& command) const

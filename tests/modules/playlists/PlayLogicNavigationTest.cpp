@@ -78,13 +78,11 @@ TEST_F(PlayLogicNavigation, TheSixthStreamErrorInARowEndsPlayback)
     call(PlayLogicWire::StreamError(), failed);
     start();  // a track that starts ends the run
     call(PlayLogicWire::Next());
-    player->clear();
-    for (int failure = 1; failure <= 5; ++failure)
+    const int before = player->names.size();
+    for (int failure = 1; failure <= 6; ++failure)
         call(PlayLogicWire::StreamError(), failed);
-    EXPECT_EQ(player->names, QStringList({"play", "play", "play", "play", "play"}));
+    EXPECT_EQ(player->names.mid(before), QStringList({"play", "play", "play", "play", "play", "playbackEnded"}));
     EXPECT_EQ(seqOf("play"), 8);
-    call(PlayLogicWire::StreamError(), failed);
-    EXPECT_EQ(player->names.mid(5), QStringList{"playbackEnded"});
 }
 
 TEST_F(PlayLogicNavigation, AnItemsPathWithoutAPlaylistIsRefused)

@@ -1,7 +1,4 @@
 // The shuffle order on a real playlist: drawn once, walked both ways, kept whole across edits.
-#include <algorithm>
-#include <numeric>
-
 #include "PlayLogicFixture.h"
 
 class PlayLogicShuffle : public PlayLogicTest
@@ -22,13 +19,6 @@ protected:
             heard << seqOf("play");
         }
         return heard;
-    }
-    static bool isPermutation(QVector<int> order, int size)
-    {
-        std::sort(order.begin(), order.end());
-        QVector<int> identity(size);
-        std::iota(identity.begin(), identity.end(), 0);
-        return order == identity;
     }
     const QVector<int>& order() const { return logic->shuffleSequence(); }
 };

@@ -1,19 +1,20 @@
-// The worker in its own thread: a command from another thread runs in the worker's thread, the
-// permission answer, unknown paths, the power-target vacuum and the vacuum flag.
+// The worker in its own thread, driven through the root as the host drives it: a command from another
+// thread runs in the worker's thread, edits, player calls and controls from many threads at once, the
+// permission answer, unknown paths, and what the store's vacuum and recovery tell the settings tree.
 #include <QFile>
 #include <QMutex>
 #include <QSemaphore>
 #include <QThread>
 #include <atomic>
+#include <thread>
 
 #include "CMWorkerThread.h"
 #include "ControllerTestSupport.h"
-#include "PlayListWorker.h"
+#include "PlayLogicFixture.h"
 
 using namespace pltest;
 
 namespace {
-// The plug-in's worker in a thread of its own, driven through the root as the host drives it.
 class WorkerTest : public testing::Test
 {
 protected:
@@ -26,13 +27,17 @@ protected:
     void TearDown() override { playlists.reset(); }
 
     PlayListWorker* worker() const { return static_cast<PlayListWorker*>(playlists->worker()); }
-
+    // Runs f in the worker's thread and returns when it is done, after everything queued before it.
+    void inWorker(const std::function<void()>& f)
+    {
+        QMetaObject::invokeMethod(worker(), f, Qt::BlockingQueuedConnection);
+    }
     // Sends a command through the root from the calling thread and waits for its answer.
     Answer command(const CMPath& path, const QVariant& value)
     {
         CMSetDataRequest request(path, value);
         root.sendSetData(request);
-        request.reply().waitForFinished(30000);
+        EXPECT_TRUE(request.reply().waitForFinished(30000)) << "no answer: " << path.toEncoded().toStdString();
         return answerOf(request.reply());
     }
     int playlistWith(const QString& name, const QStringList& titles)
@@ -41,20 +46,51 @@ protected:
         command(KeloPlayListPlAddExternalItemsPath(), args({{"plid", uid}, {"items", itemList(tracks(titles))}}));
         return uid;
     }
-    // How many playlists the model holds, read in the worker's thread.
+    // Everything queued to the worker, and what it sent the root, has been handled when it returns.
+    void drainWorker() { command(KeloPlayListPlClearPath(), args({{"plid", 999999}})); }
     int playlistCount()
     {
         int count = -1;
-        QMetaObject::invokeMethod(
-            worker(), [&] { count = worker()->getManager()->getAllPlayList().size(); }, Qt::BlockingQueuedConnection);
+        inWorker([&] { count = worker()->getManager()->getAllPlayList().size(); });
         return count;
     }
-    // Everything queued to the worker before this call has been handled when it returns.
-    void drainWorker() { command(KeloPlayListPlClearPath(), args({{"plid", 999999}})); }
 
     TempWorkDir workDir;
     CMRootWorker root;
     std::unique_ptr<CMWorkerThread> playlists;
+};
+
+// Acts as a player would, at once: starts whatever it is told to play or announced, and turns the
+// user's controls into the play logic's calls.
+class EchoPlayer : public CMAbstractWorker
+{
+public:
+    EchoPlayer() : CMAbstractWorker(QHash<QString, QVariant>(), QStringLiteral("Player")) {}
+    bool setDataRequest(const CMSetDataRequest& request) override
+    {
+        const QVariantHash value = request.value().toHash();
+        const QString command = value.value(PlayLogicWire::Command()).toString();
+        const QString control = value.value(QStringLiteral("control")).toString();
+        if (command == PlayLogicWire::Play() || command == PlayLogicWire::SetNextMedia())
+            call(PlayLogicWire::MediaPlaybackStarted(), {{PlayLogicWire::NewRoles(), value.value(PlayLogicWire::Roles())}});
+        else if (control == QLatin1String("playContainer"))
+            call(PlayLogicWire::Play(), {{PlayLogicWire::Args(), QVariantHash{{"mediaRoles", value.value("containerRoles")},
+                                                                               {"index", value.value("index")},
+                                                                               {"type", 1}}}});
+        else if (control == QLatin1String("playMode"))
+            call(PlayLogicWire::ChangePlayMode(), value);
+        else if (!control.isEmpty())
+            call(control, value);  // next, previous and stop are calls of the same name
+        request.reply().setValue(QVariant());
+        return true;
+    }
+
+private:
+    static void call(const QString& name, QVariantHash fields)
+    {
+        fields.insert(PlayLogicWire::Call(), name);
+        CMRoot()->sendSetData(CMSetDataRequest(KeloPlayListsPlayLogicPath(), fields));
+    }
 };
 }  // namespace
 
@@ -76,7 +112,57 @@ TEST_F(WorkerTest, ACommandFromAForeignThreadRunsInTheWorkerThreadAfterTheCall)
     EXPECT_EQ(handledIn.load(), playlists->thread());
 }
 
-TEST_F(WorkerTest, OnlyThePlayPathAnswersThePermissionItself)
+// Edits of the playing list, the player's calls and the user's controls, each from a thread of its
+// own: every command is answered, no edit is lost, and the shuffle order stays whole.
+TEST_F(WorkerTest, EditsPlayerCallsAndControlsAtOnceLoseNothingAndNeverHang)
+{
+    CMWorkerThread playerThread([] { return new EchoPlayer; });
+    const int plid = playlistWith("Busy", names(20));
+    ASSERT_TRUE(command(KeloPlayListPlPlayPath(), args({{"plid", plid}})).ok);
+    ASSERT_TRUE(command(KeloPlayerControlPath(), args({{"control", "playMode"}, {"playMode", 5}})).ok);
+
+    constexpr int rounds = 40;
+    std::atomic<int> added{0}, removed{0};
+    std::thread editor([&] {
+        const QStringList modes{"append", "afterCurrent", "now"};
+        for (int i = 0; i < rounds; ++i) {
+            added += command(KeloPlayListPlAddExternalItemsPath(),
+                             args({{"plid", plid}, {"items", itemList({track("x")})}, {"mode", modes.at(i % 3)}})).ok;
+            if (i % 2)
+                removed += command(KeloPlayListPlRemoveItemsPath(), args({{"plid", plid}, {"items", QVariantList{i % 7}}})).ok;
+            command(KeloPlayListPlMoveItemspath(), args({{"plid", plid}, {"items", QVariantList{i % 5}}, {"to", 9 - i % 4}}));
+        }
+    });
+    std::thread user([&] {
+        const QStringList controls{"next", "previous", "next", "next"};
+        for (int i = 0; i < rounds; ++i) {
+            command(KeloPlayerControlPath(), args({{"control", controls.at(i % 4)}}));
+            if (i % 8 == 0)
+                command(KeloPlayerControlPath(), args({{"control", "playMode"}, {"playMode", 5 - (i / 8) % 2}}));
+        }
+    });
+    std::thread player([&] {
+        for (int i = 0; i < rounds; ++i)
+            command(KeloPlayListsPlayLogicPath(), args({{"call", "prepareNextMedia"}, {"serial", i}, {"playTime", 0}}));
+    });
+    editor.join();
+    user.join();
+    player.join();
+
+    EXPECT_EQ(added, rounds);
+    EXPECT_EQ(removed, rounds / 2);
+    inWorker([&] {
+        PlayListBase* pl = worker()->getManager()->getPlayListByUid(plid);
+        PlayListPlayLogic* logic = worker()->getPlayLogic();
+        EXPECT_EQ(pl->getSize(), 20 + added - removed);
+        EXPECT_TRUE(pl->getLastSequenceNumber() >= 0 && pl->getLastSequenceNumber() < pl->getSize());
+        ASSERT_TRUE(logic->isShuffleEnabled() && logic->getCurrentPlayList() == pl);
+        EXPECT_TRUE(isPermutation(logic->shuffleSequence(), pl->getSize()));
+        EXPECT_TRUE(logic->shuffleCurrentIndex() >= -1 && logic->shuffleCurrentIndex() < pl->getSize());
+    });
+}
+
+TEST_F(WorkerTest, OnlyThePlayPathAnswersThePermissionItselfAndUnknownPathsAreNotFound)
 {
     const auto ask = [this](const CMPath& path, const QStringList& roles) {
         CMGetDataRequest request(path, roles);
@@ -87,19 +173,14 @@ TEST_F(WorkerTest, OnlyThePlayPathAnswersThePermissionItself)
     const CMReply<QVariant> play = ask(KeloPlayListPlPlayPath(), {KeloRoles::Permission()});
     ASSERT_FALSE(play.hasError());
     EXPECT_EQ(play.value(), QVariant(QVariantList{QStringLiteral("publicReadWrite")}));
-
     EXPECT_TRUE(ask(KeloPlayListPlCreatePath(), {KeloRoles::Permission()}).hasError());
     EXPECT_TRUE(ask(KeloPlayListPlPlayPath(), {KeloRoles::Permission(), KeloRoles::Title()}).hasError());
-}
 
-TEST_F(WorkerTest, PathsNobodyTakesAreAnsweredNotFound)
-{
     CMSetDataRequest request(CMPath("playlists:no/such/node"), args({{"name", "x"}}));
     root.sendSetData(request);
     ASSERT_TRUE(request.reply().waitForFinished(30000));
     EXPECT_EQ(request.reply().error().Name(), CMError::NotFoundName());
 }
-
 TEST_F(WorkerTest, GoingFromOnlineToStandbyVacuumsAndTheFlagFollows)
 {
     QMutex mutex;
