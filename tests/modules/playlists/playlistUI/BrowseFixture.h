@@ -92,18 +92,13 @@ protected:
         return request.reply().value();
     }
     static KeloRoles row(const KeloRowsRoles& reply, int index) { return KeloHash(reply.rows().value(index).toHash()); }
-    // One role of every row, as text: "title", "type", "path", or "context" (the context's path).
+    // One role of every row, as text ("title", "type", "path"); "context" gives the context's path.
     static QStringList column(const KeloRowsRoles& reply, const QString& role)
     {
         QStringList result;
         for (const QVariant& r : reply.rows()) {
-            const KeloRoles roles(KeloHash(r.toHash()));
-            if (role == QLatin1String("context"))
-                result.append(roles.contains(role) ? roles.context().path().toEncoded() : QString());
-            else if (role == QLatin1String("path"))
-                result.append(roles.contains(role) ? roles.path().toEncoded() : QString());
-            else
-                result.append(roles.get(role).toString());
+            const QVariant value = r.toHash().value(role);
+            result.append((role == QLatin1String("context") ? value.toHash().value("path") : value).toString());
         }
         return result;
     }
