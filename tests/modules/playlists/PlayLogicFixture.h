@@ -85,12 +85,6 @@ protected:
         logic = worker->getPlayLogic();
         manager = worker->getManager();
     }
-    void TearDown() override
-    {
-        worker.reset();
-        player.reset();
-        root.reset();
-    }
 
     PlayListBase* playlist(int count, const QSet<int>& unplayable = {})
     {
@@ -134,6 +128,7 @@ protected:
     }
     int playCount() const { return player->names.count(PlayLogicWire::Play()); }
 
+    // Declared in the order they are made; they go in the reverse order.
     TempWorkDir dir;
     std::unique_ptr<CMRootWorker> root;
     std::unique_ptr<RecordingPlayer> player;

@@ -6,10 +6,13 @@
 #include <vector>
 
 #include "CMNode.h"
+#include "CMNodes.h"
+#include "CMSubscribe.h"
 #include "CMWorker.h"
 #include "Collection.h"
 #include "KeloPaths.h"
 #include "PlayListTestSupport.h"
+#include "playlistUI/PlayListUI.h"
 
 namespace browsetest {
 
@@ -56,12 +59,15 @@ protected:
     }
     void TearDown() override
     {
+        ui.reset();
         owned.clear();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         recorder.reset();
         pltest::ModelTest::TearDown();
     }
 
+    // The whole tree, made and registered as its owner makes it.
+    void startTree() { ui = std::make_unique<PlayListUI>(nullptr, &registry, &subscribe, manager.get()); }
     // Nodes read these when they are made.
     void setVisibility(bool playqueue, bool collections)
     {
@@ -114,6 +120,9 @@ protected:
 
     std::unique_ptr<RecordingWorker> recorder;
     std::vector<std::unique_ptr<CMNode>> owned;
+    CMNodes registry;
+    CMSubscribe subscribe;
+    std::unique_ptr<PlayListUI> ui;
 };
 
 }  // namespace browsetest

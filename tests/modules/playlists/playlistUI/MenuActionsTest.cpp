@@ -2,10 +2,7 @@
 #include <QTest>
 
 #include "BrowseFixture.h"
-#include "CMNodes.h"
-#include "CMSubscribe.h"
 #include "ReplyTimeout.h"
-#include "playlistUI/PlayListUI.h"
 
 using namespace browsetest;
 
@@ -17,21 +14,12 @@ protected:
     void SetUp() override
     {
         BrowseTest::SetUp();
-        ui = std::make_unique<PlayListUI>(nullptr, &registry, &subscribe, manager.get());
-    }
-    void TearDown() override
-    {
-        ui.reset();
-        BrowseTest::TearDown();
+        startTree();
     }
     CMVoidReply send(const QString& path, const QVariant& value = {}, bool* taken = nullptr)
     {
         return set(registry.find(CMPath(path)), path, value, taken);
     }
-
-    CMNodes registry;
-    CMSubscribe subscribe;
-    std::unique_ptr<PlayListUI> ui;
 };
 }  // namespace
 

@@ -4,10 +4,7 @@
 
 #include "BrowseFixture.h"
 #include "CMEventHub.h"
-#include "CMNodes.h"
-#include "CMSubscribe.h"
 #include "Collection.h"
-#include "playlistUI/PlayListUI.h"
 
 using namespace browsetest;
 
@@ -19,14 +16,8 @@ protected:
     {
         BrowseTest::SetUp();
         jazz = playlist("Jazz", 8);
-        ui = std::make_unique<PlayListUI>(nullptr, &registry, &subscribe, manager.get());
+        startTree();
         events = CMEventHub::instance().subscribe();
-    }
-    void TearDown() override
-    {
-        events.reset();
-        ui.reset();
-        BrowseTest::TearDown();
     }
     // The events since the last call as "path change rows", deferred deletions done first.
     QStringList published()
@@ -42,9 +33,6 @@ protected:
     }
 
     PlayListBase* jazz = nullptr;
-    CMNodes registry;
-    CMSubscribe subscribe;
-    std::unique_ptr<PlayListUI> ui;
     std::shared_ptr<CMEventSubscriber> events;
 };
 }  // namespace
