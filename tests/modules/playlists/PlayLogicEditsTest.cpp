@@ -22,6 +22,8 @@ TEST_F(PlayLogicEdits, TheTrackThatStartsAfterAnEditShowsItsNewNumberAndNothingI
         {"removing an earlier entry", 2, [](PlayListBase* pl) { pl->removeItems({0}); }, "setNextMedia", 3, 2, 4},
         {"removing the announced entry", 1, [](PlayListBase* pl) { pl->removeItems({2}); }, "setNextMedia", 3, 2, 4},
         {"removing the playing entry", 2, [](PlayListBase* pl) { pl->removeItems({2}); }, "play", 3, 2, 4},
+        {"removing the playing last entry of a repeated list", 4,
+         [this](PlayListBase* pl) { changePlayMode(KeloPlayerPlayMode::RepeatAll), pl->removeItems({4}); }, "play", 0, 0, 1},
         {"moving the last entry to the front", 1, [](PlayListBase* pl) { pl->moveItems({4}, 0); }, "setNextMedia", 2, 3, 3},
         {"moving the first entry to the end", 2, [](PlayListBase* pl) { pl->moveItems({0}, 4); }, "setNextMedia", 3, 2, 4},
         {"moving an entry behind the playing one", 1, [](PlayListBase* pl) { pl->moveItems({4}, 2); }, "setNextMedia", 4, 2, 2},

@@ -41,7 +41,7 @@ public:
     QList<QVariantHash> values;
 };
 
-// "Track n" at demo://track/n; without resources (which the play logic skips) unless playable.
+// "Track n" at demo://track/n, seekable; without resources (which the play logic skips) unless playable.
 inline KeloPlayListItem numberedTrack(int n, bool playable = true)
 {
     const QString uri = QStringLiteral("demo://track/%1").arg(n);
@@ -50,7 +50,7 @@ inline KeloPlayListItem numberedTrack(int n, bool playable = true)
     item.setTitle(QStringLiteral("Track %1").arg(n));
     item.setUrl(uri);
     item.setKeloRoles(KeloJson::stringify(QVariantHash{
-        {"type", 3}, {"title", item.title()}, {"mediaData", QVariantHash{{"resources", resources}, {"metaData", QVariantHash()}}}}));
+        {"type", 3}, {"title", item.title()}, {"mediaData", QVariantHash{{"resources", resources}, {"metaData", QVariantHash{{"AllowSeekTime", true}}}}}}));
     return item;
 }
 

@@ -36,12 +36,12 @@ TEST_F(PlayLogicNavigation, PreviousGoesBackEarlyInATrackAndRestartsItLater)
     EXPECT_EQ(playCount(), 3);
 }
 
-TEST_F(PlayLogicNavigation, AStartedTrackOffersTheControlsOfAPlaylist)
+TEST_F(PlayLogicNavigation, AStartedTrackOffersTheControlsOfAPlaylistAndSeeksWhenItAllowsIt)
 {
     play(playlist(2), 0);
     start();
     const KeloPlayLogicControls controls = logic->data().controls();
-    EXPECT_TRUE(controls.pause() && controls.next() && controls.previous());
+    EXPECT_TRUE(controls.pause() && controls.next() && controls.previous() && controls.seekTime());
     EXPECT_TRUE(controls.playModes().shuffle() && controls.playModes().repeatAll());
 }
 

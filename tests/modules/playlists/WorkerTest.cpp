@@ -59,8 +59,7 @@ protected:
     std::unique_ptr<CMWorkerThread> playlists;
 };
 
-// Acts as a player would, at once: starts whatever it is told to play or announced, and turns the
-// user's controls into the play logic's calls.
+// Acts as a player would, at once: starts whatever it is told to play, announced or to play from.
 class EchoPlayer : public CMAbstractWorker
 {
 public:
@@ -69,25 +68,18 @@ public:
     {
         const QVariantHash value = request.value().toHash();
         const QString command = value.value(PlayLogicWire::Command()).toString();
-        const QString control = value.value(QStringLiteral("control")).toString();
         if (command == PlayLogicWire::Play() || command == PlayLogicWire::SetNextMedia())
-            call(PlayLogicWire::MediaPlaybackStarted(), {{PlayLogicWire::NewRoles(), value.value(PlayLogicWire::Roles())}});
-        else if (control == QLatin1String("playContainer"))
-            call(PlayLogicWire::Play(), {{PlayLogicWire::Args(), QVariantHash{{"mediaRoles", value.value("containerRoles")},
-                                                                               {"index", value.value("index")},
-                                                                               {"type", 1}}}});
-        else if (control == QLatin1String("playMode"))
-            call(PlayLogicWire::ChangePlayMode(), value);
-        else if (!control.isEmpty())
-            call(control, value);  // next, previous and stop are calls of the same name
+            call({{PlayLogicWire::Call(), PlayLogicWire::MediaPlaybackStarted()},
+                  {PlayLogicWire::NewRoles(), value.value(PlayLogicWire::Roles())}});
+        else if (value.value("control") == "playContainer")
+            call({{PlayLogicWire::Call(), PlayLogicWire::Play()},
+                  {PlayLogicWire::Args(), QVariantHash{{"mediaRoles", value.value("containerRoles")},
+                                                       {"index", value.value("index")}, {"type", 1}}}});
         request.reply().setValue(QVariant());
         return true;
     }
-
-private:
-    static void call(const QString& name, QVariantHash fields)
+    static void call(const QVariantHash& fields)
     {
-        fields.insert(PlayLogicWire::Call(), name);
         CMRoot()->sendSetData(CMSetDataRequest(KeloPlayListsPlayLogicPath(), fields));
     }
 };
@@ -111,14 +103,18 @@ TEST_F(WorkerTest, ACommandFromAForeignThreadRunsInTheWorkerThreadAfterTheCall)
     EXPECT_EQ(handledIn.load(), playlists->thread());
 }
 
-// Edits of the playing list, the player's calls and the user's controls, each from a thread of its
-// own: every command is answered, no edit is lost, and the shuffle order stays whole.
+// Edits of the playing list, the player's calls and the user's next, previous and play modes, each
+// from a thread of its own: every command is answered, no edit is lost, and the order stays whole.
 TEST_F(WorkerTest, EditsPlayerCallsAndControlsAtOnceLoseNothingAndNeverHang)
 {
     CMWorkerThread playerThread([] { return new EchoPlayer; });
     const int plid = playlistWith("Busy", names(20));
     ASSERT_TRUE(command(KeloPlayListPlPlayPath(), args({{"plid", plid}})).ok);
-    ASSERT_TRUE(command(KeloPlayerControlPath(), args({{"control", "playMode"}, {"playMode", 5}})).ok);
+    const auto call = [&](const char* name, QVariantHash fields) {
+        fields.insert(PlayLogicWire::Call(), name);
+        return command(KeloPlayListsPlayLogicPath(), fields).ok;
+    };
+    ASSERT_TRUE(call("changePlayMode", {{"playMode", 5}}));
 
     constexpr int rounds = 40;
     std::atomic<int> added{0}, removed{0};
@@ -133,16 +129,15 @@ TEST_F(WorkerTest, EditsPlayerCallsAndControlsAtOnceLoseNothingAndNeverHang)
         }
     });
     std::thread user([&] {
-        const QStringList controls{"next", "previous", "next", "next"};
         for (int i = 0; i < rounds; ++i) {
-            command(KeloPlayerControlPath(), args({{"control", controls.at(i % 4)}}));
+            call(i % 4 == 1 ? "previous" : "next", {{"playTime", 0}});
             if (i % 8 == 0)
-                command(KeloPlayerControlPath(), args({{"control", "playMode"}, {"playMode", 5 - (i / 8) % 2}}));
+                call("changePlayMode", {{"playMode", 5 - (i / 8) % 2}});
         }
     });
     std::thread player([&] {
         for (int i = 0; i < rounds; ++i)
-            command(KeloPlayListsPlayLogicPath(), args({{"call", "prepareNextMedia"}, {"serial", i}, {"playTime", 0}}));
+            call("prepareNextMedia", {{"serial", i}, {"playTime", 0}});
     });
     editor.join();
     user.join();

@@ -108,15 +108,6 @@ protected:
         }
         return result;
     }
-    // Sets path on node; *taken: what the node returned.
-    static CMVoidReply set(CMNode* node, const QString& path, const QVariant& value = {}, bool* taken = nullptr)
-    {
-        CMSetDataRequest request{CMPath(path), value};
-        const bool result = node->setDataRequest(request);
-        if (taken)
-            *taken = result;
-        return request.reply();
-    }
 
     std::unique_ptr<RecordingWorker> recorder;
     std::vector<std::unique_ptr<CMNode>> owned;

@@ -16,9 +16,14 @@ protected:
         BrowseTest::SetUp();
         startTree();
     }
+    // Sets path on the node registered for it; *taken: what the node returned.
     CMVoidReply send(const QString& path, const QVariant& value = {}, bool* taken = nullptr)
     {
-        return set(registry.find(CMPath(path)), path, value, taken);
+        CMSetDataRequest request{CMPath(path), value};
+        const bool result = registry.find(CMPath(path))->setDataRequest(request);
+        if (taken)
+            *taken = result;
+        return request.reply();
     }
 };
 }  // namespace
