@@ -71,9 +71,8 @@ TEST_F(PlayLogicNavigation, EntriesWithoutResourcesAreSkippedInListOrderEvenUnde
 
 TEST_F(PlayLogicNavigation, TheSixthStreamErrorInARowEndsPlayback)
 {
-    PlayListBase* pl = playlist(12);
     const QVariantHash failed{{PlayLogicWire::Error(), QVariantHash{{"code", 1}}}};
-    play(pl, 0);
+    play(playlist(12), 0);
     call(PlayLogicWire::StreamError(), failed);
     call(PlayLogicWire::StreamError(), failed);
     start();  // a track that starts ends the run

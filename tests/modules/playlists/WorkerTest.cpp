@@ -23,7 +23,6 @@ protected:
         playlists = std::make_unique<CMWorkerThread>([] { return worker_create(nullptr, {}); });
         ASSERT_NE(playlists->worker(), nullptr);
     }
-    void TearDown() override { playlists.reset(); }
 
     PlayListWorker* worker() const { return static_cast<PlayListWorker*>(playlists->worker()); }
     // Runs f in the worker's thread and returns when it is done, after everything queued before it.
@@ -54,6 +53,7 @@ protected:
         return count;
     }
 
+    // Declared in the order they are made; the worker goes first.
     TempWorkDir workDir;
     CMRootWorker root;
     std::unique_ptr<CMWorkerThread> playlists;
