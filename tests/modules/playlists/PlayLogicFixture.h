@@ -100,13 +100,12 @@ protected:
         logic->setDataRequest(CMSetDataRequest(KeloPlayListsPlayLogicPath(), fields, reply));
         return reply;
     }
+    // The player is asked to play the container at containerPath from entry index.
     CMVoidReply play(const CMPath& containerPath, int index)
     {
-        KeloPlayLogicPlayArgs args;
-        args.setMediaRoles(KeloRoles(KeloHash({{"type", 1}, {"path", containerPath.toEncoded()}})));
-        args.setIndex(index);
-        args.setType(KeloRolesType::Container);
-        return call(PlayLogicWire::Play(), {{PlayLogicWire::Args(), args.toVariant()}});
+        const QVariantHash container{{"type", KeloRolesType::Container}, {"path", containerPath.toEncoded()}};
+        const QVariantHash args{{"mediaRoles", container}, {"index", index}, {"type", KeloRolesType::Container}};
+        return call(PlayLogicWire::Play(), {{PlayLogicWire::Args(), args}});
     }
     void play(PlayListBase* pl, int index) { play(KeloPlayListPlGetItemsPath() + pl->getUid(), index); }
     void previous(qint64 playTime) { call(PlayLogicWire::Previous(), {{PlayLogicWire::PlayTime(), playTime}}); }
