@@ -62,22 +62,15 @@ TEST_F(NodeRows, TrackListsReadOnlyTheirPageAndGiveEachTrackItsMenu)
 {
     PlayListBase* mix = playlist("Mix", 12);
     const QString path = "playlists:pl/getitems/" + uid(mix);
-    PlayListGetItemsNode* node = make<PlayListGetItemsNode>(path);
-    KeloRowsRoles reply = rows(node, path, 10, 19);
-    EXPECT_EQ(reply.rowsCount(), 12);
-    EXPECT_EQ(reply.title(), QStringLiteral("Playlist - Mix"));
+    const KeloRowsRoles reply = rows(make<PlayListGetItemsNode>(path), path, 10, 19);
     EXPECT_EQ(column(reply, "title"), (QStringList{"Mix-10", "Mix-11"}));
-    const QString item = row(reply, 1).id();
-    EXPECT_EQ(column(reply, "context").value(1),
-              QString("playlists:pl/trackcontextmenu?action=cmnode&plid=%1&itemid=%2&seqnum=11").arg(uid(mix), item));
-    EXPECT_TRUE(rows(node, path, 5, 2).rows().isEmpty()) << "the range goes to the playlist as it stands";
-    EXPECT_EQ(node->mediaData().metaData().playLogicPath().toEncoded(), QStringLiteral("playlists:playlogic"));
+    EXPECT_EQ(column(reply, "context").value(1), QString("playlists:pl/trackcontextmenu?action=cmnode&plid=%1&itemid=%2&seqnum=11")
+                                                     .arg(uid(mix), row(reply, 1).id()));
     for (const char* unknown : {"playlists:pl/getitems/999", "playlists:pl/getitems/x"})
         EXPECT_EQ(rows(make<PlayListGetItemsNode>(unknown), unknown).rowsCount(), 0) << unknown;
-
     manager->getPlayQueue()->addItems(KeloPlayListAddPosition::Append, pltest::tracks({"a", "b", "c"}));
-    reply = rows(make<PlayQueueGetItemsNode>("playlists:pq/getitems"), "playlists:pq/getitems", 1, 5);
-    EXPECT_EQ(column(reply, "title"), (QStringList{"b", "c"}));
+    const KeloRowsRoles queue = rows(make<PlayQueueGetItemsNode>("playlists:pq/getitems"), "playlists:pq/getitems", 1, 5);
+    EXPECT_EQ(column(queue, "title"), (QStringList{"b", "c"}));
 }
 
 TEST_F(NodeRows, PlayListMenuShowsTheStateEachChoiceSwitchesTo)
