@@ -34,8 +34,12 @@ TEST_F(PlayLogicEdits, TheTrackThatStartsAfterAnEditShowsItsNewNumberAndNothingI
         play(pl, c.playing);
         start();
         prepareNext();
+        const int before = player->names.size();
         c.apply(pl);
         EXPECT_EQ(titleOf(c.starting), QStringLiteral("Track %1").arg(c.starts));
+        if (player->names.lastIndexOf(c.starting) >= before) {
+            EXPECT_EQ(seqOf(c.starting), c.shownAs) << "a track named after the edit carries its current number";
+        }
         start(c.starting);
         EXPECT_EQ(pl->getLastSequenceNumber(), c.shownAs);
         EXPECT_EQ(seqOf(logic->data().trackRoles()), c.shownAs);
