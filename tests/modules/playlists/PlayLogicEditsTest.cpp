@@ -37,6 +37,9 @@ TEST_F(PlayLogicEdits, TheTrackThatStartsAfterAnEditShowsItsNewNumberAndNothingI
         const int before = player->names.size();
         c.apply(pl);
         EXPECT_EQ(titleOf(c.starting), QStringLiteral("Track %1").arg(c.starts));
+        if (QLatin1String(c.starting) == "setNextMedia") {
+            EXPECT_EQ(seqOf(logic->data().trackRoles()), pl->getLastSequenceNumber()) << "the playing entry's new number";
+        }
         if (player->names.lastIndexOf(c.starting) >= before) {
             EXPECT_EQ(seqOf(c.starting), c.shownAs) << "a track named after the edit carries its current number";
         }

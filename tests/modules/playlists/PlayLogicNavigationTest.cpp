@@ -25,6 +25,17 @@ TEST_F(PlayLogicNavigation, RepeatAllWrapsAtBothEndsAndWithoutItTheEndsStop)
     EXPECT_EQ(playCount(), 4) << "nothing before the first entry";
 }
 
+TEST_F(PlayLogicNavigation, ThePlayingListsShuffleFlagIsShownInThePlayModeWithItsRepeat)
+{
+    PlayListBase* pl = playlist(3);
+    play(pl, 0);
+    for (int mode : {KeloPlayerPlayMode::Normal, KeloPlayerPlayMode::RepeatOne, KeloPlayerPlayMode::RepeatAll}) {
+        changePlayMode(mode);  // an unshuffled mode also clears the playlist's flag
+        pl->setShuffle(true);
+        EXPECT_EQ(logic->playMode(), mode + 1);
+    }
+}
+
 TEST_F(PlayLogicNavigation, PreviousGoesBackEarlyInATrackAndRestartsItLater)
 {
     play(playlist(3), 2);
