@@ -53,22 +53,29 @@ protected:
     std::unique_ptr<CMWorkerThread> playlists;
 };
 
-// Acts as a player would, at once: starts whatever it is told to play, announced or to play from.
+// Acts as a player would, at once: starts whatever it is told to play, announced or to play from,
+// and passes the user's next, previous and play modes on as the play logic's calls, in the order it
+// gets them.
 class EchoPlayer : public CMAbstractWorker
 {
 public:
     EchoPlayer() : CMAbstractWorker(QHash<QString, QVariant>(), QStringLiteral("Player")) {}
     bool setDataRequest(const CMSetDataRequest& request) override
     {
-        const QVariantHash value = request.value().toHash();
+        QVariantHash value = request.value().toHash();
         const QString command = value.value(PlayLogicWire::Command()).toString();
+        const QString control = value.take("control").toString();
         if (command == PlayLogicWire::Play() || command == PlayLogicWire::SetNextMedia())
             call({{PlayLogicWire::Call(), PlayLogicWire::MediaPlaybackStarted()},
                   {PlayLogicWire::NewRoles(), value.value(PlayLogicWire::Roles())}});
-        else if (value.value("control") == "playContainer")
+        else if (control == "playContainer")
             call({{PlayLogicWire::Call(), PlayLogicWire::Play()},
                   {PlayLogicWire::Args(), QVariantHash{{"mediaRoles", value.value("containerRoles")},
                                                        {"index", value.value("index")}, {"type", 1}}}});
+        else if (control == "playMode" || control == PlayLogicWire::Next() || control == PlayLogicWire::Previous()) {
+            value.insert(PlayLogicWire::Call(), control == "playMode" ? PlayLogicWire::ChangePlayMode() : control);
+            call(value);
+        }
         request.reply().setValue(QVariant());
         return true;
     }
@@ -97,18 +104,15 @@ TEST_F(WorkerTest, ACommandFromAForeignThreadRunsInTheWorkerThreadAfterTheCall)
     EXPECT_EQ(handledIn.load(), playlists->thread());
 }
 
-// Edits of the playing list, the player's calls and the user's next, previous and play modes, each
-// from a thread of its own: every command is answered, no edit is lost, and the order stays whole.
+// Edits of the playing list, the player's calls and the user's controls, each from a thread of its
+// own: every command is answered, no edit is lost, and the shuffle order stays whole.
 TEST_F(WorkerTest, EditsPlayerCallsAndControlsAtOnceLoseNothingAndNeverHang)
 {
     CMWorkerThread playerThread([] { return new EchoPlayer; });
     const int plid = playlistWith("Busy", names(20));
     ASSERT_TRUE(command(KeloPlayListPlPlayPath(), args({{"plid", plid}})).ok);
-    const auto call = [&](const char* name, QVariantHash fields) {
-        fields.insert(PlayLogicWire::Call(), name);
-        return command(KeloPlayListsPlayLogicPath(), fields).ok;
-    };
-    ASSERT_TRUE(call("changePlayMode", {{"playMode", 5}}));
+    const auto control = [&](const QVariantHash& value) { return command(KeloPlayerControlPath(), value).ok; };
+    ASSERT_TRUE(control({{"control", "playMode"}, {"playMode", 5}}));
 
     constexpr int rounds = 40;
     std::atomic<int> added{0}, removed{0};
@@ -124,14 +128,14 @@ TEST_F(WorkerTest, EditsPlayerCallsAndControlsAtOnceLoseNothingAndNeverHang)
     });
     std::thread user([&] {
         for (int i = 0; i < rounds; ++i) {
-            call(i % 4 == 1 ? "previous" : "next", {{"playTime", 0}});
+            control({{"control", i % 4 == 1 ? "previous" : "next"}, {"playTime", 0}});
             if (i % 8 == 0)
-                call("changePlayMode", {{"playMode", 5 - (i / 8) % 2}});
+                control({{"control", "playMode"}, {"playMode", 5 - (i / 8) % 2}});
         }
     });
     std::thread player([&] {
         for (int i = 0; i < rounds; ++i)
-            call("prepareNextMedia", {{"serial", i}, {"playTime", 0}});
+            command(KeloPlayListsPlayLogicPath(), args({{"call", "prepareNextMedia"}, {"serial", i}, {"playTime", 0}}));
     });
     editor.join();
     user.join();
@@ -144,7 +148,7 @@ TEST_F(WorkerTest, EditsPlayerCallsAndControlsAtOnceLoseNothingAndNeverHang)
         PlayListPlayLogic* logic = worker()->getPlayLogic();
         EXPECT_EQ(pl->getSize(), 20 + added - removed);
         EXPECT_TRUE(pl->getLastSequenceNumber() >= 0 && pl->getLastSequenceNumber() < pl->getSize());
-        ASSERT_TRUE(logic->isShuffleEnabled() && logic->getCurrentPlayList() == pl);
+        ASSERT_TRUE(logic->isShuffleEnabled() && logic->getCurrentPlayList() == pl) << "play mode " << logic->playMode();
         EXPECT_TRUE(isPermutation(logic->shuffleSequence(), pl->getSize()));
         EXPECT_TRUE(logic->shuffleCurrentIndex() >= -1 && logic->shuffleCurrentIndex() < pl->getSize());
     });
