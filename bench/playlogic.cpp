@@ -2,19 +2,10 @@
 // player calls them, and the slots that follow edits of the playing list (alone, and with the edit
 // in the store that causes them).
 #include <QCoreApplication>
-#include <QDir>
-#include <QTemporaryDir>
 #include <benchmark/benchmark.h>
 #include <memory>
 
-#include "CMRoot.h"
-#include "KeloJson.h"
-#include "KeloPaths.h"
-#include "PlayList.h"
-#include "PlayListManager.h"
-#include "PlayListPlayLogic.h"
-#include "PlayListWorker.h"
-#include "PlayLogic.h"
+#include "../tests/modules/playlists/PlayLogicFixture.h"
 
 namespace {
 
@@ -37,7 +28,6 @@ class Fixture
 public:
     Fixture()
     {
-        QDir::setCurrent(dir.path());
         root.setInitialValue(KeloPlayListsSettingsDataBaseItemsLimitPath(), KeloValue::fromI32(0));
         root.addWorker(&player);
         worker = std::make_unique<PlayListWorker>(QHash<QString, QVariant>());
@@ -45,7 +35,7 @@ public:
         pl = worker->getManager()->createPlayList(QStringLiteral("Big"));
         QList<KeloPlayListItem> items;
         for (int n = 0; n < kEntries; ++n)
-            items << item(n);
+            items << numberedTrack(n);
         pl->addItems(KeloPlayListAddPosition::Append, items);
         pl->setShuffle(true);
         pl->setRepeatAll(true);
@@ -66,20 +56,7 @@ public:
         fields.insert(PlayLogicWire::Call(), name);
         logic->setDataRequest(CMSetDataRequest(KeloPlayListsPlayLogicPath(), fields));
     }
-    static KeloPlayListItem item(int n)
-    {
-        const QVariantHash roles{
-            {"type", 3}, {"title", QStringLiteral("Track %1").arg(n)}, {"duration", 200},
-            {"mediaData", QVariantHash{{"resources", QVariantList{QVariantHash{{"uri", QStringLiteral("demo://%1").arg(n)}}}},
-                                       {"metaData", QVariantHash()}}}};
-        KeloPlayListItem entry;
-        entry.setTitle(roles.value("title").toString());
-        entry.setUrl(QStringLiteral("demo://%1").arg(n));
-        entry.setKeloRoles(KeloJson::stringify(roles));
-        return entry;
-    }
-
-    QTemporaryDir dir;
+    TempWorkDir dir;
     CMRootWorker root;
     SilentPlayer player;
     std::unique_ptr<PlayListWorker> worker;
@@ -164,7 +141,7 @@ BENCHMARK(BM_EditMoveThereAndBack)->Unit(benchmark::kMillisecond);
 void BM_EditAppendThenRemove(benchmark::State& state)
 {
     Fixture& f = fixture();
-    const QList<KeloPlayListItem> one{Fixture::item(kEntries)};
+    const QList<KeloPlayListItem> one{numberedTrack(kEntries)};
     for (auto _ : state) {
         f.pl->addItems(KeloPlayListAddPosition::Append, one);
         f.pl->removeItems({kEntries});

@@ -1,103 +1,63 @@
-// Edits of the playing playlist after the player was told what follows the playing track: the
-// announced track starts with its current number, and the next track after it is the one that
-// follows it in the list, whatever was removed, inserted or moved in between.
+// Edits of the playing playlist: after the player was told what follows the playing track, the
+// track it starts shows its current number, and the track after it is the one that follows it in
+// the list, whatever was removed, inserted or moved in between. Emptying the list stops the player.
+#include <functional>
+
 #include "Controller.h"
 #include "PlayLogicFixture.h"
 
-namespace {
-class PlayLogicEdits : public PlayLogicTest
+using PlayLogicEdits = PlayLogicTest;
+
+TEST_F(PlayLogicEdits, TheTrackThatStartsAfterAnEditShowsItsNewNumberAndNothingIsSkipped)
 {
-protected:
-    // Plays entry index of a playlist of count tracks and lets the player ask what follows.
-    PlayListBase* playingWithNextAnnounced(int count, int index)
+    struct Case
     {
-        PlayListBase* pl = playlist(count);
-        play(pl, index);
-        confirmStart();
-        call(PlayLogicWire::PrepareNextMedia(), {{PlayLogicWire::Serial(), 1}});
-        return pl;
+        const char* edit;
+        int playing;
+        std::function<void(PlayListBase*)> apply;
+        const char* starting;  // the command that names the track the player starts next
+        int starts, shownAs, thenNext;  // track numbers, and the entry's number once started
+    };
+    const QList<Case> cases = {
+        {"removing an earlier entry", 2, [](PlayListBase* pl) { pl->removeItems({0}); }, "setNextMedia", 3, 2, 4},
+        {"removing the announced entry", 1, [](PlayListBase* pl) { pl->removeItems({2}); }, "setNextMedia", 3, 2, 4},
+        {"removing the playing entry", 2, [](PlayListBase* pl) { pl->removeItems({2}); }, "play", 3, 2, 4},
+        {"removing the playing last entry of a repeated list", 4,
+         [this](PlayListBase* pl) { changePlayMode(KeloPlayerPlayMode::RepeatAll), pl->removeItems({4}); }, "play", 0, 0, 1},
+        {"moving the last entry to the front", 1, [](PlayListBase* pl) { pl->moveItems({4}, 0); }, "setNextMedia", 2, 3, 3},
+        {"moving the first entry to the end", 2, [](PlayListBase* pl) { pl->moveItems({0}, 4); }, "setNextMedia", 3, 2, 4},
+        {"moving an entry behind the playing one", 1, [](PlayListBase* pl) { pl->moveItems({4}, 2); }, "setNextMedia", 4, 2, 2},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.edit);
+        PlayListBase* pl = playlist(5);
+        play(pl, c.playing);
+        start();
+        prepareNext();
+        const int before = player->names.size();
+        c.apply(pl);
+        EXPECT_EQ(titleOf(c.starting), QStringLiteral("Track %1").arg(c.starts));
+        if (QLatin1String(c.starting) == "setNextMedia") {
+            EXPECT_EQ(seqOf(logic->data().trackRoles()), pl->getLastSequenceNumber()) << "the playing entry's new number";
+        }
+        if (player->names.lastIndexOf(c.starting) >= before) {
+            EXPECT_EQ(seqOf(c.starting), c.shownAs) << "a track named after the edit carries its current number";
+        }
+        start(c.starting);
+        EXPECT_EQ(pl->getLastSequenceNumber(), c.shownAs);
+        EXPECT_EQ(seqOf(logic->data().trackRoles()), c.shownAs);
+        call(PlayLogicWire::Next());
+        EXPECT_EQ(titleOf("play"), QStringLiteral("Track %1").arg(c.thenNext));
     }
-    // The player reaches the end of the track and starts the one it was last told would follow.
-    void endOfTrack()
-    {
-        call(PlayLogicWire::MediaPlaybackStarted(),
-             {{PlayLogicWire::NewRoles(), player->last("setNextMedia").value("roles")}});
-    }
-    QString titleOf(const QString& command) const
-    {
-        return player->last(command).value("roles").toHash().value("title").toString();
-    }
-    int shownNumber() const { return seqOf(logic->data().trackRoles()); }
-};
-}  // namespace
-
-TEST_F(PlayLogicEdits, RemovingAnEarlierEntryLetsTheAnnouncedTrackStartWithItsNewNumberAndSkipsNothing)
-{
-    PlayListBase* pl = playingWithNextAnnounced(5, 2);
-    ASSERT_EQ(titleOf("setNextMedia"), "Track 3");
-    ASSERT_EQ(pl->removeItems({0}), 1);
-
-    endOfTrack();
-    EXPECT_EQ(pl->getLastSequenceNumber(), 2);
-    EXPECT_EQ(shownNumber(), 2);
-    call(PlayLogicWire::Next());
-    EXPECT_EQ(titleOf("play"), "Track 4");
-}
-
-TEST_F(PlayLogicEdits, RemovingTheAnnouncedEntryAnnouncesTheOneAfterIt)
-{
-    PlayListBase* pl = playingWithNextAnnounced(5, 1);
-    ASSERT_EQ(pl->removeItems({2}), 1);
-    EXPECT_EQ(titleOf("setNextMedia"), "Track 3");
-    EXPECT_EQ(seqOf("setNextMedia"), 2);
-
-    endOfTrack();
-    EXPECT_EQ(pl->getLastSequenceNumber(), 2);
-    call(PlayLogicWire::Next());
-    EXPECT_EQ(titleOf("play"), "Track 4");
-}
-
-TEST_F(PlayLogicEdits, RemovingThePlayingEntryPlaysItsFollowerAndForgetsTheAnnouncedTrack)
-{
-    PlayListBase* pl = playingWithNextAnnounced(5, 2);
-    ASSERT_EQ(pl->removeItems({2}), 1);
-    EXPECT_EQ(titleOf("play"), "Track 3");
-
-    confirmStart();
-    EXPECT_EQ(pl->getLastSequenceNumber(), 2);
-    EXPECT_EQ(shownNumber(), 2);
-    call(PlayLogicWire::Next());
-    EXPECT_EQ(titleOf("play"), "Track 4");
-}
-
-TEST_F(PlayLogicEdits, MovesAroundThePlayingEntryKeepOrReplaceTheAnnouncedTrack)
-{
-    // A move in front of both keeps the announced track; it starts with its new number.
-    PlayListBase* pl = playingWithNextAnnounced(5, 2);
-    ASSERT_TRUE(pl->moveItems({4}, 0));
-    EXPECT_EQ(titleOf("setNextMedia"), "Track 3");
-    endOfTrack();
-    EXPECT_EQ(pl->getLastSequenceNumber(), 4);
-    EXPECT_EQ(shownNumber(), 4);
-
-    // A move between the playing and the announced entry announces the moved one instead.
-    pl = playingWithNextAnnounced(5, 1);
-    player->clear();
-    ASSERT_TRUE(pl->moveItems({4}, 2));
-    EXPECT_EQ(titleOf("setNextMedia"), "Track 4");
-    EXPECT_EQ(seqOf("setNextMedia"), 2);
-    endOfTrack();
-    call(PlayLogicWire::Next());
-    EXPECT_EQ(titleOf("play"), "Track 2");
 }
 
 TEST_F(PlayLogicEdits, AnAppendBehindTheLastEntryReplacesTheWrapToTheFirst)
 {
     PlayListBase* pl = playlist(3);
     play(pl, 2);
-    confirmStart();
+    start();
     changePlayMode(KeloPlayerPlayMode::RepeatAll);
-    call(PlayLogicWire::PrepareNextMedia(), {{PlayLogicWire::Serial(), 1}});
+    prepareNext();
     ASSERT_EQ(titleOf("setNextMedia"), "Track 0");
 
     pl->addItems(KeloPlayListAddPosition::Append, {numberedTrack(7)});
@@ -105,11 +65,28 @@ TEST_F(PlayLogicEdits, AnAppendBehindTheLastEntryReplacesTheWrapToTheFirst)
     EXPECT_EQ(seqOf("setNextMedia"), 3);
 }
 
+TEST_F(PlayLogicEdits, RemovingThePlayingLastEntryClearingOrDeletingTheListStopsThePlayer)
+{
+    const QList<std::function<void(PlayListBase*)>> endings = {
+        [](PlayListBase* pl) { pl->removeItems({2}); },
+        [](PlayListBase* pl) { pl->clearItems(); },
+        [this](PlayListBase* pl) { manager->deletePlayList(pl); },
+    };
+    for (int i = 0; i < endings.size(); ++i) {
+        PlayListBase* pl = playlist(3);
+        play(pl, 2);
+        start();
+        const int before = player->names.size();
+        endings[i](pl);
+        EXPECT_EQ(player->names.mid(before), QStringList{"control:stop"}) << "ending " << i;
+    }
+}
+
 TEST_F(PlayLogicEdits, AnAddWithModeNowPlaysTheFirstAddedTrackAlsoAfterTheListWasEmptied)
 {
     PlayListBase* pl = playlist(3);
     play(pl, 1);
-    confirmStart();
+    start();
     ASSERT_EQ(pl->removeItems({0, 1, 2}), 3);
 
     const QVariantList items{numberedTrack(7).toVariant(), numberedTrack(8).toVariant()};
@@ -119,10 +96,9 @@ TEST_F(PlayLogicEdits, AnAddWithModeNowPlaysTheFirstAddedTrackAlsoAfterTheListWa
     EXPECT_FALSE(request.reply().hasError());
     // The player is asked to play the container from the first added entry.
     const QVariantHash started = player->last("control:playContainer");
-    ASSERT_FALSE(started.isEmpty());
-    EXPECT_EQ(started.value("index").toInt(), 0);
-    const int uid = pl->getItems(0, 0).value(0).uid();
-    EXPECT_EQ(pl->getItems(0, 0).value(0).title(), "Track 7");
+    EXPECT_EQ(started.value("index"), 0);
+    const KeloPlayListItem first = pl->getItems(0, 0).value(0);
+    EXPECT_EQ(first.title(), "Track 7");
     EXPECT_EQ(started.value("trackRoles").toHash().value("path").toString(),
-              (KeloPlayListPlGetItemsPath() + pl->getUid() + uid).toEncoded());
+              (KeloPlayListPlGetItemsPath() + pl->getUid() + first.uid()).toEncoded());
 }

@@ -1,10 +1,11 @@
 #pragma once
 // A worker with a real store in a temporary directory, its play logic, and a player that only records
 // what it is told. Everything runs in the test's thread, so each call is handled inside the call.
-#include <QMutex>
 #include <QSet>
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <memory>
+#include <numeric>
 
 #include "CMRoot.h"
 #include "KeloJson.h"
@@ -15,7 +16,8 @@
 #include "PlayListWorker.h"
 #include "TempWorkDir.h"
 
-// Records the play logic's commands ("play", "setNextMedia", ...) and controls ("control:stop").
+// Records the play logic's commands ("play", "setNextMedia", ...) and controls ("control:stop"). It is
+// called in the test's thread only.
 class RecordingPlayer : public CMAbstractWorker
 {
 public:
@@ -23,57 +25,50 @@ public:
     bool setDataRequest(const CMSetDataRequest& request) override
     {
         const QVariantHash value = request.value().toHash();
-        QMutexLocker lock(&mutex);
         names << (value.contains("control") ? "control:" + value.value("control").toString()
                                             : value.value(PlayLogicWire::Command()).toString());
         values << value;
         request.reply().setValue(QVariant());
         return true;
     }
-    void clear()
-    {
-        QMutexLocker lock(&mutex);
-        names.clear();
-        values.clear();
-    }
     QVariantHash last(const QString& name) const
     {
-        QMutexLocker lock(&mutex);
         const int i = names.lastIndexOf(name);
         return i < 0 ? QVariantHash() : values.at(i);
     }
 
-    mutable QMutex mutex;
     QStringList names;
     QList<QVariantHash> values;
 };
 
-// An entry: a track of 200 s at uri (its own demo uri when null; no resources when empty).
-inline KeloPlayListItem numberedTrack(int n, const QString& uri = QString())
+// "Track n" at demo://track/n, seekable; without resources (which the play logic skips) unless playable.
+inline KeloPlayListItem numberedTrack(int n, bool playable = true)
 {
-    const QString url = uri.isNull() ? QStringLiteral("demo://track/%1").arg(n) : uri;
-    const QVariantList resources = url.isEmpty() ? QVariantList() : QVariantList{QVariantHash{{"uri", url}}};
-    const QVariantHash roles{{"type", 3}, {"title", QStringLiteral("Track %1").arg(n)}, {"duration", 200},
-                             {"mediaData", QVariantHash{{"resources", resources}, {"metaData", QVariantHash()}}}};
+    const QString uri = QStringLiteral("demo://track/%1").arg(n);
+    const QVariantList resources = playable ? QVariantList{QVariantHash{{"uri", uri}}} : QVariantList();
     KeloPlayListItem item;
-    item.setTitle(roles.value("title").toString());
-    item.setUrl(url.isEmpty() ? QStringLiteral("demo://none") : url);
-    item.setKeloRoles(KeloJson::stringify(roles));
+    item.setTitle(QStringLiteral("Track %1").arg(n));
+    item.setUrl(uri);
+    item.setKeloRoles(KeloJson::stringify(QVariantHash{
+        {"type", 3}, {"title", item.title()}, {"mediaData", QVariantHash{{"resources", resources}, {"metaData", QVariantHash{{"AllowSeekTime", true}}}}}}));
     return item;
 }
 
-// The entry's sequence number in a track's roles; -1 when none.
-inline int sequenceNumberOf(const KeloRoles& roles)
-{
-    return roles.value().isI32_() ? roles.value().i32_() : -1;
-}
-
-inline QList<KeloPlayListItem> numberedTracks(int first, int count, const QSet<int>& withoutResources = {})
+inline QList<KeloPlayListItem> numberedTracks(int first, int count, const QSet<int>& unplayable = {})
 {
     QList<KeloPlayListItem> items;
     for (int n = first; n < first + count; ++n)
-        items << numberedTrack(n, withoutResources.contains(n) ? QStringLiteral("") : QString());
+        items << numberedTrack(n, !unplayable.contains(n));
     return items;
+}
+
+// Whether a shuffle order holds each of 0 ... size-1 once.
+inline bool isPermutation(QVector<int> order, int size)
+{
+    std::sort(order.begin(), order.end());
+    QVector<int> identity(size);
+    std::iota(identity.begin(), identity.end(), 0);
+    return order == identity;
 }
 
 class PlayLogicTest : public ::testing::Test
@@ -87,21 +82,14 @@ protected:
         player = std::make_unique<RecordingPlayer>();
         root->addWorker(player.get());
         worker = std::make_unique<PlayListWorker>(QHash<QString, QVariant>());
-        root->addWorker(worker.get());
         logic = worker->getPlayLogic();
         manager = worker->getManager();
     }
-    void TearDown() override
-    {
-        worker.reset();
-        player.reset();
-        root.reset();
-    }
 
-    PlayListBase* playlist(int count, const QSet<int>& withoutResources = {})
+    PlayListBase* playlist(int count, const QSet<int>& unplayable = {})
     {
         PlayListBase* pl = manager->createPlayList(QStringLiteral("Test"));
-        pl->addItems(KeloPlayListAddPosition::Append, numberedTracks(0, count, withoutResources));
+        pl->addItems(KeloPlayListAddPosition::Append, numberedTracks(0, count, unplayable));
         return pl;
     }
     // A call of the player, as it arrives at the play logic's node.
@@ -112,28 +100,34 @@ protected:
         logic->setDataRequest(CMSetDataRequest(KeloPlayListsPlayLogicPath(), fields, reply));
         return reply;
     }
+    // The player is asked to play the container at containerPath from entry index.
     CMVoidReply play(const CMPath& containerPath, int index)
     {
-        KeloPlayLogicPlayArgs args;
-        args.setMediaRoles(KeloRoles(KeloHash({{"type", 1}, {"path", containerPath.toEncoded()}})));
-        args.setIndex(index);
-        args.setType(KeloRolesType::Container);
-        return call(PlayLogicWire::Play(), {{PlayLogicWire::Args(), args.toVariant()}});
+        const QVariantHash container{{"type", KeloRolesType::Container}, {"path", containerPath.toEncoded()}};
+        const QVariantHash args{{"mediaRoles", container}, {"index", index}, {"type", KeloRolesType::Container}};
+        return call(PlayLogicWire::Play(), {{PlayLogicWire::Args(), args}});
     }
     void play(PlayListBase* pl, int index) { play(KeloPlayListPlGetItemsPath() + pl->getUid(), index); }
     void previous(qint64 playTime) { call(PlayLogicWire::Previous(), {{PlayLogicWire::PlayTime(), playTime}}); }
     void changePlayMode(int mode) { call(PlayLogicWire::ChangePlayMode(), {{"playMode", mode}}); }
-    // The player confirms the start of the track it was last told to play.
-    void confirmStart()
+    void prepareNext() { call(PlayLogicWire::PrepareNextMedia(), {{PlayLogicWire::Serial(), 1}}); }
+    // The player starts the track named by its last command of that name ("play" or "setNextMedia").
+    void start(const QString& command = QStringLiteral("play"))
     {
-        call(PlayLogicWire::MediaPlaybackStarted(), {{PlayLogicWire::NewRoles(), player->last("play").value("roles")}});
+        call(PlayLogicWire::MediaPlaybackStarted(), {{PlayLogicWire::NewRoles(), player->last(command).value("roles")}});
     }
 
-    static int seqOf(const KeloRoles& roles) { return sequenceNumberOf(roles); }
-    // The sequence number of the track named by the last command of that name; -1 when none.
+    // The entry's sequence number in a track's roles; -1 when none.
+    static int seqOf(const KeloRoles& roles) { return roles.value().isI32_() ? roles.value().i32_() : -1; }
+    // The sequence number and title of the track named by the last command of that name.
     int seqOf(const QString& command) const { return seqOf(KeloHash(player->last(command).value("roles").toHash())); }
+    QString titleOf(const QString& command) const
+    {
+        return player->last(command).value("roles").toHash().value("title").toString();
+    }
     int playCount() const { return player->names.count(PlayLogicWire::Play()); }
 
+    // Declared in the order they are made; they go in the reverse order.
     TempWorkDir dir;
     std::unique_ptr<CMRootWorker> root;
     std::unique_ptr<RecordingPlayer> player;

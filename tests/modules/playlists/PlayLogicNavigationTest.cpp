@@ -25,6 +25,37 @@ TEST_F(PlayLogicNavigation, RepeatAllWrapsAtBothEndsAndWithoutItTheEndsStop)
     EXPECT_EQ(playCount(), 4) << "nothing before the first entry";
 }
 
+TEST_F(PlayLogicNavigation, ThePlayingListsShuffleFlagIsShownInThePlayModeWithItsRepeat)
+{
+    PlayListBase* pl = playlist(3);
+    play(pl, 0);
+    for (int mode : {KeloPlayerPlayMode::Normal, KeloPlayerPlayMode::RepeatOne, KeloPlayerPlayMode::RepeatAll}) {
+        changePlayMode(mode);  // an unshuffled mode also clears the playlist's flag
+        pl->setShuffle(true);
+        EXPECT_EQ(logic->playMode(), mode + 1);
+    }
+}
+
+TEST_F(PlayLogicNavigation, PreviousGoesBackEarlyInATrackAndRestartsItLater)
+{
+    play(playlist(3), 2);
+    start();
+    previous(60000);
+    EXPECT_EQ(seqOf("play"), 2);
+    previous(0);
+    EXPECT_EQ(seqOf("play"), 1);
+    EXPECT_EQ(playCount(), 3);
+}
+
+TEST_F(PlayLogicNavigation, AStartedTrackOffersTheControlsOfAPlaylistAndSeeksWhenItAllowsIt)
+{
+    play(playlist(2), 0);
+    start();
+    const KeloPlayLogicControls controls = logic->data().controls();
+    EXPECT_TRUE(controls.pause() && controls.next() && controls.previous() && controls.seekTime());
+    EXPECT_TRUE(controls.playModes().shuffle() && controls.playModes().repeatAll());
+}
+
 TEST_F(PlayLogicNavigation, RepeatOneAnnouncesTheSameTrackButNextMovesOn)
 {
     play(playlist(3), 1);
@@ -51,23 +82,17 @@ TEST_F(PlayLogicNavigation, EntriesWithoutResourcesAreSkippedInListOrderEvenUnde
 
 TEST_F(PlayLogicNavigation, TheSixthStreamErrorInARowEndsPlayback)
 {
-    PlayListBase* pl = manager->createPlayList(QStringLiteral("Broken"));
-    for (int n = 0; n < 12; ++n)
-        pl->addItems(KeloPlayListAddPosition::Append, {numberedTrack(n, QStringLiteral("fail:%1").arg(n))});
     const QVariantHash failed{{PlayLogicWire::Error(), QVariantHash{{"code", 1}}}};
-
-    play(pl, 0);
+    play(playlist(12), 0);
     call(PlayLogicWire::StreamError(), failed);
     call(PlayLogicWire::StreamError(), failed);
-    confirmStart();  // a track that starts ends the run
+    start();  // a track that starts ends the run
     call(PlayLogicWire::Next());
-    player->clear();
-    for (int failure = 1; failure <= 5; ++failure)
+    const int before = player->names.size();
+    for (int failure = 1; failure <= 6; ++failure)
         call(PlayLogicWire::StreamError(), failed);
-    EXPECT_EQ(player->names, QStringList({"play", "play", "play", "play", "play"}));
+    EXPECT_EQ(player->names.mid(before), QStringList({"play", "play", "play", "play", "play", "playbackEnded"}));
     EXPECT_EQ(seqOf("play"), 8);
-    call(PlayLogicWire::StreamError(), failed);
-    EXPECT_EQ(player->names.mid(5), QStringList{"playbackEnded"});
 }
 
 TEST_F(PlayLogicNavigation, AnItemsPathWithoutAPlaylistIsRefused)

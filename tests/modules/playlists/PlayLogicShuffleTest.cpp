@@ -1,7 +1,4 @@
 // The shuffle order on a real playlist: drawn once, walked both ways, kept whole across edits.
-#include <algorithm>
-#include <numeric>
-
 #include "PlayLogicFixture.h"
 
 class PlayLogicShuffle : public PlayLogicTest
@@ -23,13 +20,6 @@ protected:
         }
         return heard;
     }
-    static bool isPermutation(QVector<int> order, int size)
-    {
-        std::sort(order.begin(), order.end());
-        QVector<int> identity(size);
-        std::iota(identity.begin(), identity.end(), 0);
-        return order == identity;
-    }
     const QVector<int>& order() const { return logic->shuffleSequence(); }
 };
 
@@ -46,6 +36,8 @@ TEST_F(PlayLogicShuffle, ThePermutationIsHeadedByTheStartedEntryAndRepeatsAsItWa
     changePlayMode(KeloPlayerPlayMode::ShuffleRepeatAll);
     EXPECT_EQ(next(20).toVector(), drawn) << "the second pass plays the same order";
     EXPECT_EQ(order(), drawn) << "a change between shuffled modes keeps the order";
+    shuffled(1, 0);
+    EXPECT_EQ(order(), QVector<int>{0}) << "a one-entry list has an order of its own";
 }
 
 TEST_F(PlayLogicShuffle, PreviousWalksBackOverExactlyTheEntriesHeard)
@@ -67,26 +59,27 @@ TEST_F(PlayLogicShuffle, AppendsAreMixedOnlyIntoTheUnplayedPart)
     PlayListBase* pl = shuffled(10, 0);
     next(3);
     const QVector<int> played = order().mid(0, 4);
-    pl->addItems(KeloPlayListAddPosition::Append, numberedTracks(10, 5));
-    EXPECT_TRUE(isPermutation(order(), 15));
+    pl->addItems(KeloPlayListAddPosition::Append, numberedTracks(10, 10));
+    EXPECT_TRUE(isPermutation(order(), 20));
     EXPECT_EQ(order().mid(0, 4), played);
     EXPECT_EQ(logic->shuffleCurrentIndex(), 3);
+    QVector<int> run(10);
+    std::iota(run.begin(), run.end(), 10);
+    EXPECT_NE(order().mid(order().indexOf(10), 10), run) << "the added entries are mixed in, not played as a run";
 }
 
 TEST_F(PlayLogicShuffle, InsertsBehindThePlayingEntryArePlayedNextInListOrder)
 {
-    PlayListBase* pl = shuffled(8, 5);
-    next(2);
-    confirmStart();
-    const int playing = pl->getLastSequenceNumber();
+    PlayListBase* pl = shuffled(8, 5);  // entries behind 5 are renumbered
+    start();
     QVector<int> expected = order();
     for (int& entry : expected)
-        entry += entry > playing ? 2 : 0;
-    expected.insert(3, playing + 1);
-    expected.insert(4, playing + 2);
+        entry += entry > 5 ? 2 : 0;
+    expected.insert(1, 6);
+    expected.insert(2, 7);
     pl->addItems(KeloPlayListAddPosition::AfterCurrent, numberedTracks(8, 2));
     EXPECT_EQ(order(), expected);
-    EXPECT_EQ(next(2), QList<int>({playing + 1, playing + 2}));
+    EXPECT_EQ(next(2), QList<int>({6, 7}));
 }
 
 TEST_F(PlayLogicShuffle, RemovalsRenumberTheOrderAndMovesSwapTwoNumbers)

@@ -6,10 +6,13 @@
 #include <vector>
 
 #include "CMNode.h"
+#include "CMNodes.h"
+#include "CMSubscribe.h"
 #include "CMWorker.h"
 #include "Collection.h"
 #include "KeloPaths.h"
 #include "PlayListTestSupport.h"
+#include "playlistUI/PlayListUI.h"
 
 namespace browsetest {
 
@@ -56,12 +59,15 @@ protected:
     }
     void TearDown() override
     {
+        ui.reset();
         owned.clear();
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
         recorder.reset();
         pltest::ModelTest::TearDown();
     }
 
+    // The whole tree, made and registered as its owner makes it.
+    void startTree() { ui = std::make_unique<PlayListUI>(nullptr, &registry, &subscribe, manager.get()); }
     // Nodes read these when they are made.
     void setVisibility(bool playqueue, bool collections)
     {
@@ -92,33 +98,22 @@ protected:
         return request.reply().value();
     }
     static KeloRoles row(const KeloRowsRoles& reply, int index) { return KeloHash(reply.rows().value(index).toHash()); }
-    // One role of every row, as text: "title", "type", "path", or "context" (the context's path).
+    // One role of every row, as text ("title", "type", "path"); "context" gives the context's path.
     static QStringList column(const KeloRowsRoles& reply, const QString& role)
     {
         QStringList result;
         for (const QVariant& r : reply.rows()) {
-            const KeloRoles roles(KeloHash(r.toHash()));
-            if (role == QLatin1String("context"))
-                result.append(roles.contains(role) ? roles.context().path().toEncoded() : QString());
-            else if (role == QLatin1String("path"))
-                result.append(roles.contains(role) ? roles.path().toEncoded() : QString());
-            else
-                result.append(roles.get(role).toString());
+            const QVariant value = r.toHash().value(role);
+            result.append((role == QLatin1String("context") ? value.toHash().value("path") : value).toString());
         }
         return result;
-    }
-    // Sets path on node; *taken: what the node returned.
-    static CMVoidReply set(CMNode* node, const QString& path, const QVariant& value = {}, bool* taken = nullptr)
-    {
-        CMSetDataRequest request{CMPath(path), value};
-        const bool result = node->setDataRequest(request);
-        if (taken)
-            *taken = result;
-        return request.reply();
     }
 
     std::unique_ptr<RecordingWorker> recorder;
     std::vector<std::unique_ptr<CMNode>> owned;
+    CMNodes registry;
+    CMSubscribe subscribe;
+    std::unique_ptr<PlayListUI> ui;
 };
 
 }  // namespace browsetest

@@ -2,10 +2,7 @@
 #include <QTest>
 
 #include "BrowseFixture.h"
-#include "CMNodes.h"
-#include "CMSubscribe.h"
 #include "ReplyTimeout.h"
-#include "playlistUI/PlayListUI.h"
 
 using namespace browsetest;
 
@@ -17,21 +14,17 @@ protected:
     void SetUp() override
     {
         BrowseTest::SetUp();
-        ui = std::make_unique<PlayListUI>(nullptr, &registry, &subscribe, manager.get());
+        startTree();
     }
-    void TearDown() override
-    {
-        ui.reset();
-        BrowseTest::TearDown();
-    }
+    // Sets path on the node registered for it; *taken: what the node returned.
     CMVoidReply send(const QString& path, const QVariant& value = {}, bool* taken = nullptr)
     {
-        return set(registry.find(CMPath(path)), path, value, taken);
+        CMSetDataRequest request{CMPath(path), value};
+        const bool result = registry.find(CMPath(path))->setDataRequest(request);
+        if (taken)
+            *taken = result;
+        return request.reply();
     }
-
-    CMNodes registry;
-    CMSubscribe subscribe;
-    std::unique_ptr<PlayListUI> ui;
 };
 }  // namespace
 
@@ -44,6 +37,8 @@ TEST_F(MenuActions, EachEntrySendsItsCommandAndTheCommandAnswers)
         Sent expected;
     };
     const QString pl = "playlists:pl/contextmenu?plid=5&clid=3&action=";
+    const QString track = "playlists:pl/trackcontextmenu?action=";
+    const QString addMode = "playlists:pl/selectaddmode?action=cmnode&fromplid=3&";
     const QList<Case> cases = {
         {"playlists:?action=createPl", "Mix", {"playlists:pl/create", {{"name", "Mix"}}}},
         {"playlists:?action=createCl", 5, {"playlists:cl/create", {{"name", ""}}}},
@@ -56,29 +51,18 @@ TEST_F(MenuActions, EachEntrySendsItsCommandAndTheCommandAnswers)
         {pl + "repeat&mode=1", {}, {"playlists:pl/setrepeat", {{"plid", 5}, {"mode", "one"}}}},
         {pl + "delFromCl", {}, {"playlists:cl/removeitem", {{"plid", 5}, {"clid", 3}}}},
         {pl + "clearPl", {}, {"playlists:pl/clear", {{"plid", 5}}}},
-        {"playlists:pl/trackcontextmenu?action=moveTr&plid=5&from=2",
-         "7",
-         {"playlists:pl/moveitems", {{"plid", 5}, {"items", QVariantList{2}}, {"to", 7}}}},
-        {"playlists:pl/trackcontextmenu?action=moveTr&plid=5&from=2",
-         3,
-         {"playlists:pl/moveitems", {{"plid", 5}, {"items", QVariantList{2}}, {"to", 3}}}},
-        {"playlists:pl/trackcontextmenu?action=removeTr&plid=8&fromplid=5&seqnum=4",
-         {},
+        {track + "moveTr&plid=5&from=2", "7", {"playlists:pl/moveitems", {{"plid", 5}, {"items", QVariantList{2}}, {"to", 7}}}},
+        {track + "moveTr&plid=5&from=2", 3, {"playlists:pl/moveitems", {{"plid", 5}, {"items", QVariantList{2}}, {"to", 3}}}},
+        {track + "removeTr&plid=8&fromplid=5&seqnum=4", {},
          {"playlists:pl/removeitems", {{"plid", 5}, {"items", QVariantList{4}}}}},
         {"playlists:pl/addtoplaylist?action=createPl", "New", {"playlists:pl/create", {{"name", "New"}}}},
-        {"playlists:pl/selectaddmode?action=cmnode&fromplid=3&itemid=playlists:item/12&plid=0&mode=1",
-         {},
+        {addMode + "itemid=playlists:item/12&plid=0&mode=1", {},
          {"playlists:pl/additems",
           {{"plid", 0}, {"fromPlid", 3}, {"mode", "afterCurrent"}, {"items", QStringList{"playlists:item/12"}}}}},
-        {"playlists:pl/selectaddmode?action=cmnode&fromplid=3&plid=6&mode=2",
-         {},
+        {addMode + "plid=6&mode=2", {},
          {"playlists:pl/additems", {{"plid", 6}, {"fromPlid", 3}, {"mode", "append"}, {"items", QStringList()}}}},
-        {"playlists:cl/addtocollection?plid=5&action=createCl",
-         "Evening",
-         {"playlists:cl/create", {{"name", "Evening"}}}},
-        {"playlists:cl/addtocollection?plid=5&action=addItem&clid=3",
-         {},
-         {"playlists:cl/additem", {{"plid", 5}, {"clid", 3}}}},
+        {"playlists:cl/addtocollection?plid=5&action=createCl", "Evening", {"playlists:cl/create", {{"name", "Evening"}}}},
+        {"playlists:cl/addtocollection?plid=5&action=addItem&clid=3", {}, {"playlists:cl/additem", {{"plid", 5}, {"clid", 3}}}},
         {"playlists:cl/contextmenu?action=delete&clid=3", {}, {"playlists:cl/delete", {{"clid", 3}}}},
         {"playlists:pq/contextmenu?action=playPl&plid=0", {}, {"playlists:pl/play", {{"plid", 0}}}},
         {"playlists:pq/contextmenu?action=clearPl&plid=0", {}, {"playlists:pl/clear", {{"plid", 0}}}},
@@ -121,26 +105,22 @@ TEST_F(MenuActions, DeletingAPlayListLeavesItsMenuOrPassesTheError)
     EXPECT_EQ(reply.error().Message(), recorder->error.Message());
 }
 
-TEST_F(MenuActions, ACommandThatAnswersLaterStillAnswersTheMenuRequest)
+// A menu request is answered by the command it became, when that answers: later, or with a timeout
+// when it never does.
+TEST_F(MenuActions, AMenuRequestGetsItsCommandsLateAnswerOrATimeout)
 {
     recorder->answerLater = true;
-    const QString path = "playlists:pl/selectaddmode?fromplid=3&itemid=playlists:item/12&plid=0&mode=2";
-    const CMVoidReply reply = send(path);
-    EXPECT_FALSE(reply.isFinished()) << "the menu request is dropped by its sender, not by the command";
+    const QString add = "playlists:pl/selectaddmode?fromplid=3&itemid=playlists:item/12&plid=0&mode=2";
+    const CMVoidReply answered = send(add);
+    EXPECT_FALSE(answered.isFinished()) << "the menu request is dropped by its sender, not by the command";
     ASSERT_EQ(recorder->held.size(), 1u);
     recorder->held.front().reply().setValue(QStringLiteral("added"));
-    EXPECT_EQ(reply.variant(), QVariant(QStringLiteral("added")));
-}
+    EXPECT_EQ(answered.variant(), QVariant(QStringLiteral("added")));
 
-TEST_F(MenuActions, AMenuRequestWhoseCommandNeverAnswersIsAnsweredTimeoutAndLetGo)
-{
     const int saved = ReplyTimeout::ms;
     ReplyTimeout::ms = 50;
-    recorder->answerLater = true;
-    for (const QString path : {"playlists:pl/contextmenu?action=delPL&plid=5",
-                               "playlists:pl/selectaddmode?fromplid=3&itemid=playlists:item/12&plid=0&mode=2"}) {
+    for (const QString& path : {QStringLiteral("playlists:pl/contextmenu?action=delPL&plid=5"), add}) {
         const CMVoidReply reply = send(path);
-        EXPECT_FALSE(reply.isFinished());
         EXPECT_TRUE(QTest::qWaitFor([&] { return reply.isFinished(); }, 5000)) << path.toStdString();
         EXPECT_EQ(reply.error().Name(), CMError::TimeoutName());
     }

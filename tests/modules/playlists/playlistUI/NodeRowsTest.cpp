@@ -2,16 +2,13 @@
 #include "BrowseFixture.h"
 #include "Collection.h"
 #include "playlistUI/RootNode.h"
-#include "playlistUI/collection/CollectionAddToClNode.h"
 #include "playlistUI/collection/CollectionContextNode.h"
 #include "playlistUI/collection/CollectionGetItemsNode.h"
 #include "playlistUI/playlist/PlayListAddModeNode.h"
 #include "playlistUI/playlist/PlayListAddToPlaylistNode.h"
 #include "playlistUI/playlist/PlayListContextNode.h"
 #include "playlistUI/playlist/PlayListGetItemsNode.h"
-#include "playlistUI/playlist/PlayListGetListNode.h"
 #include "playlistUI/playlist/PlayListTrackContextNode.h"
-#include "playlistUI/playqueue/PlayQueueContextNode.h"
 #include "playlistUI/playqueue/PlayQueueGetItemsNode.h"
 
 using namespace browsetest;
@@ -34,20 +31,13 @@ TEST_F(NodeRows, RootListsWhatTheVisibilitySettingsShowWithTheirPathsAndMenus)
                                   + (shown ? collections : QStringList()));
         }
     }
+    // A row's path keeps the view it was asked in, and drops the menu action.
     const KeloRowsRoles reply = rows(make<RootNode>("playlists:"), "playlists:?view=tv&action=cmnode");
-    EXPECT_EQ(column(reply, "type"), QString("1 103 101 1 1 103 101 1").split(' '));
     EXPECT_EQ(column(reply, "path"),
               (QStringList{"playlists:pq/getitems", "", "playlists:?view=tv&action=createPl",
                            "playlists:pl/getitems/" + jazz, "playlists:pl/getitems/" + rock, "",
                            "playlists:?view=tv&action=createCl", "playlists:cl/getitems?clid=" + evening}));
-    EXPECT_EQ(
-        column(reply, "context"),
-        (QStringList{"playlists:pq/contextmenu?plid=0", "", "", "playlists:pl/contextmenu?plid=" + jazz,
-                     "playlists:pl/contextmenu?plid=" + rock, "", "", "playlists:cl/contextmenu?clid=" + evening}));
-    EXPECT_EQ(row(reply, 0).vimboClearQueue(), QStringLiteral("playlists:pq/contextmenu?action=clearPl&plid=0"));
-    EXPECT_EQ(row(reply, 3).mediaData().metaData().playLogicPath().toEncoded(), QStringLiteral("playlists:playlogic"));
-    EXPECT_EQ(row(reply, 3).context().title(), QStringLiteral("Playlist Context Menu - Jazz"));
-    EXPECT_TRUE(row(reply, 7).containerPlayable() && row(reply, 7).mediaData().isEmpty());
+    EXPECT_EQ(column(reply, "context").value(3), "playlists:pl/contextmenu?plid=" + jazz);
 }
 
 TEST_F(NodeRows, PagesAreCutOutOfTheRowsAndRolesFiltered)
@@ -72,32 +62,15 @@ TEST_F(NodeRows, TrackListsReadOnlyTheirPageAndGiveEachTrackItsMenu)
 {
     PlayListBase* mix = playlist("Mix", 12);
     const QString path = "playlists:pl/getitems/" + uid(mix);
-    PlayListGetItemsNode* node = make<PlayListGetItemsNode>(path);
-    KeloRowsRoles reply = rows(node, path, 10, 19);
-    EXPECT_EQ(reply.rowsCount(), 12);
-    EXPECT_EQ(reply.title(), QStringLiteral("Playlist - Mix"));
+    const KeloRowsRoles reply = rows(make<PlayListGetItemsNode>(path), path, 10, 19);
     EXPECT_EQ(column(reply, "title"), (QStringList{"Mix-10", "Mix-11"}));
-    const QString item = row(reply, 1).id();
-    EXPECT_EQ(column(reply, "context").value(1),
-              QString("playlists:pl/trackcontextmenu?action=cmnode&plid=%1&itemid=%2&seqnum=11").arg(uid(mix), item));
-    EXPECT_TRUE(rows(node, path, 5, 2).rows().isEmpty()) << "the range goes to the playlist as it stands";
-    EXPECT_EQ(node->mediaData().metaData().playLogicPath().toEncoded(), QStringLiteral("playlists:playlogic"));
+    EXPECT_EQ(column(reply, "context").value(1), QString("playlists:pl/trackcontextmenu?action=cmnode&plid=%1&itemid=%2&seqnum=11")
+                                                     .arg(uid(mix), row(reply, 1).id()));
     for (const char* unknown : {"playlists:pl/getitems/999", "playlists:pl/getitems/x"})
         EXPECT_EQ(rows(make<PlayListGetItemsNode>(unknown), unknown).rowsCount(), 0) << unknown;
-
     manager->getPlayQueue()->addItems(KeloPlayListAddPosition::Append, pltest::tracks({"a", "b", "c"}));
-    reply = rows(make<PlayQueueGetItemsNode>("playlists:pq/getitems"), "playlists:pq/getitems", 1, 5);
-    EXPECT_EQ(reply.rowsCount(), 3);
-    EXPECT_EQ(column(reply, "title"), (QStringList{"b", "c"}));
-    EXPECT_EQ(row(reply, 0).context().path().parameter("plid"), QStringLiteral("0"));
-}
-
-TEST_F(NodeRows, PlayListListCreatesThroughTheRootAndIsNotPlayable)
-{
-    const QString mix = uid(playlist("Mix"));
-    const KeloRowsRoles reply = rows(make<PlayListGetListNode>("playlists:pl/getlist"), "playlists:pl/getlist");
-    EXPECT_EQ(column(reply, "path"), (QStringList{"playlists:?action=createPl", "playlists:pl/getitems/" + mix}));
-    EXPECT_FALSE(row(reply, 1).contains(KeloRoles::ContainerPlayable()));
+    const KeloRowsRoles queue = rows(make<PlayQueueGetItemsNode>("playlists:pq/getitems"), "playlists:pq/getitems", 1, 5);
+    EXPECT_EQ(column(queue, "title"), (QStringList{"b", "c"}));
 }
 
 TEST_F(NodeRows, PlayListMenuShowsTheStateEachChoiceSwitchesTo)
@@ -109,16 +82,9 @@ TEST_F(NodeRows, PlayListMenuShowsTheStateEachChoiceSwitchesTo)
                     "playlists:pl/contextmenu?plid=" + uid(mix) + extra);
     };
     KeloRowsRoles reply = menu();
-    EXPECT_EQ(column(reply, "title"),
-              (QStringList{"Play", "Rename", "Set shuffle mode", "Set repeat mode", "Merge with playlist",
-                           "Add to collection", "", "Clear playlist", "Delete playlist"}));
-    EXPECT_EQ(column(reply, "type"), QString("102 101 101 101 1 1 105 102 102").split(' '));
-    EXPECT_EQ(column(reply, "path"), (QStringList{base.arg("play"), base.arg("rename"), base.arg("shuffle") + "&mode=1",
-                                                  base.arg("repeat") + "&mode=1",
-                                                  "playlists:pl/addtoplaylist?action=cmnode&fromplid=" + uid(mix),
-                                                  "playlists:cl/addtocollection?action=cmnode&plid=" + uid(mix), "",
-                                                  base.arg("clearPl"), base.arg("delPL")}));
-    EXPECT_EQ(row(reply, 1).value().string_(), QStringLiteral("Mix"));
+    EXPECT_EQ(column(reply, "path").mid(2, 2),
+              (QStringList{base.arg("shuffle") + "&mode=1", base.arg("repeat") + "&mode=1"}));
+    EXPECT_FALSE(row(reply, 2).value().bool_() || row(reply, 3).value().bool_());
     mix->setShuffle(true);
     mix->setRepeatAll(true);
     reply = menu();
@@ -143,13 +109,9 @@ TEST_F(NodeRows, TrackMenuUsesTheStoredPositionAndKnowsThePlayQueue)
         return rows(make<PlayListTrackContextNode>("playlists:pl/trackcontextmenu"),
                     "playlists:pl/trackcontextmenu?action=cmnode&plid=" + plid + "&itemid=" + itemid + "&seqnum=7");
     };
-    const QString from = "action=cmnode&fromplid=" + uid(mix) + "&itemid=playlists:item/" + item;
     KeloRowsRoles reply = menu(uid(mix), item);
-    EXPECT_EQ(column(reply, "type"), QString("1 1 101 102").split(' '));
-    EXPECT_EQ(column(reply, "path"),
-              (QStringList{"playlists:pl/selectaddmode?" + from + "&plid=0",
-                           "playlists:pl/addtoplaylist?" + from + "&preparepath=playlists:prepareItems",
-                           "playlists:pl/trackcontextmenu?action=moveTr&plid=" + uid(mix) + "&from=2",
+    EXPECT_EQ(column(reply, "path").mid(2),
+              (QStringList{"playlists:pl/trackcontextmenu?action=moveTr&plid=" + uid(mix) + "&from=2",
                            "playlists:pl/trackcontextmenu?action=removeTr&fromplid=" + uid(mix) + "&seqnum=2"}));
     EXPECT_EQ(row(reply, 2).value().string_(), QStringLiteral("2"));
 
@@ -164,7 +126,6 @@ TEST_F(NodeRows, TrackMenuUsesTheStoredPositionAndKnowsThePlayQueue)
 TEST_F(NodeRows, AddMenusCarryTheirParametersAlongWithoutDoublingThem)
 {
     const QString a = uid(playlist("A")), b = uid(playlist("B"));
-    const QString cl = uid(manager->createCollection("Evening"));
     const QString received = "action=cmnode&fromplid=3&itemid=playlists:item/12&preparepath=playlists:prepareItems";
     KeloRowsRoles reply =
         rows(make<PlayListAddToPlaylistNode>("playlists:pl/addtoplaylist"), "playlists:pl/addtoplaylist?" + received);
@@ -174,15 +135,11 @@ TEST_F(NodeRows, AddMenusCarryTheirParametersAlongWithoutDoublingThem)
                                                   "playlists:pl/selectaddmode?" + received + "&plid=" + b}));
 
     const QString mode = "playlists:pl/selectaddmode?action=cmnode&fromplid=3&plid=0";
-    reply = rows(make<PlayListAddModeNode>("playlists:pl/selectaddmode"), mode);
+    PlayListAddModeNode* modes = make<PlayListAddModeNode>("playlists:pl/selectaddmode");
+    reply = rows(modes, mode);
     EXPECT_EQ(column(reply, "title"), (QStringList{"Now", "After current", "Append"}));
     EXPECT_EQ(column(reply, "path"), (QStringList{mode + "&mode=0", mode + "&mode=1", mode + "&mode=2"}));
-
-    reply = rows(make<CollectionAddToClNode>("playlists:cl/addtocollection"),
-                 "playlists:cl/addtocollection?action=cmnode&plid=5");
-    EXPECT_EQ(column(reply, "type"), QString("101 105 102").split(' '));
-    EXPECT_EQ(column(reply, "path"), (QStringList{"playlists:cl/addtocollection?plid=5&action=createCl", "",
-                                                  "playlists:cl/addtocollection?plid=5&action=addItem&clid=" + cl}));
+    EXPECT_EQ(column(rows(modes, mode, 1, 1), "path"), QStringList{mode + "&mode=1"});
 }
 
 TEST_F(NodeRows, CollectionsListTheirPlayListsWithMenusThatKnowTheCollection)
@@ -192,18 +149,10 @@ TEST_F(NodeRows, CollectionsListTheirPlayListsWithMenusThatKnowTheCollection)
     CollectionBase* evening = manager->createCollection("Evening");
     ASSERT_TRUE(evening->addPlayList(b) && evening->addPlayList(a));
     CollectionGetItemsNode* node = make<CollectionGetItemsNode>("playlists:cl/getitems");
-    KeloRowsRoles reply = rows(node, "playlists:cl/getitems?clid=" + uid(evening));
-    EXPECT_EQ(reply.title(), QStringLiteral("Collection - Evening"));
+    const KeloRowsRoles reply = rows(node, "playlists:cl/getitems?clid=" + uid(evening));
     EXPECT_EQ(column(reply, "title"), (QStringList{"B", "A"}));
     EXPECT_EQ(column(reply, "context").value(0), "playlists:pl/contextmenu?plid=" + uid(b) + "&clid=" + uid(evening));
-    EXPECT_EQ(row(reply, 0).context().title(), QStringLiteral("Playlist - B"));
     EXPECT_EQ(rows(node, "playlists:cl/getitems?clid=999").rowsCount(), 0);
-
-    reply =
-        rows(make<CollectionContextNode>("playlists:cl/contextmenu"), "playlists:cl/contextmenu?clid=" + uid(evening));
-    EXPECT_EQ(column(reply, "path"), QStringList{"playlists:cl/contextmenu?action=delete&clid=" + uid(evening)});
-    reply = rows(make<PlayQueueContextNode>("playlists:pq/contextmenu"), "playlists:pq/contextmenu?plid=0");
-    EXPECT_EQ(column(reply, "path"), (QStringList{"playlists:pq/contextmenu?action=playPl&plid=0",
-                                                  "playlists:pl/addtoplaylist?action=cmnode&fromplid=0", "",
-                                                  "playlists:pq/contextmenu?action=clearPl&plid=0"}));
+    EXPECT_EQ(column(rows(make<CollectionContextNode>("playlists:cl/contextmenu"), "playlists:cl/contextmenu?clid=1"), "path"),
+              QStringList{"playlists:cl/contextmenu?action=delete&clid=1"});
 }

@@ -4,10 +4,7 @@
 
 #include "BrowseFixture.h"
 #include "CMEventHub.h"
-#include "CMNodes.h"
-#include "CMSubscribe.h"
 #include "Collection.h"
-#include "playlistUI/PlayListUI.h"
 
 using namespace browsetest;
 
@@ -19,14 +16,8 @@ protected:
     {
         BrowseTest::SetUp();
         jazz = playlist("Jazz", 8);
-        ui = std::make_unique<PlayListUI>(nullptr, &registry, &subscribe, manager.get());
+        startTree();
         events = CMEventHub::instance().subscribe();
-    }
-    void TearDown() override
-    {
-        events.reset();
-        ui.reset();
-        BrowseTest::TearDown();
     }
     // The events since the last call as "path change rows", deferred deletions done first.
     QStringList published()
@@ -42,33 +33,38 @@ protected:
     }
 
     PlayListBase* jazz = nullptr;
-    CMNodes registry;
-    CMSubscribe subscribe;
-    std::unique_ptr<PlayListUI> ui;
     std::shared_ptr<CMEventSubscriber> events;
 };
 }  // namespace
 
-TEST_F(PlayListUITest, ItemsNodesComeAndGoWithTheirPlayLists)
+// A deletion closes the playlist's views at once. The newest playlist's uid is given again to the next
+// one made, whose views stay open.
+TEST_F(PlayListUITest, ItemsNodesComeAndGoWithTheirPlayListsAndAReusedUidKeepsItsViews)
 {
     EXPECT_EQ(registry.count(), 10 + 2) << "the fixed nodes, the play queue's items and Jazz's items";
-    EXPECT_NE(registry.find(CMPath("playlists:pl/getitems/" + uid(jazz))), nullptr);
     PlayListBase* mix = manager->createPlayList("Mix");
-    const QString mixItems = "playlists:pl/getitems/" + uid(mix);
-    CMNode* node = registry.find(CMPath(mixItems));
+    const int mixUid = mix->getUid();
+    const QString items = "playlists:pl/getitems/" + uid(mix);
+    CMNode* node = registry.find(CMPath(items));
     ASSERT_NE(node, nullptr) << "registered at once";
     EXPECT_EQ(published(),
               (QStringList{"playlists: reset", "playlists:pl/addtoplaylist reset", "playlists:pl/getlist reset"}));
     mix->addItems(KeloPlayListAddPosition::Append, {track("x")});
-    CMGetRowsRequest request(CMPath(mixItems), 0, 9);
+    CMGetRowsRequest request(CMPath(items), 0, 9);
     ASSERT_TRUE(node->getRowsRequest(request));
     EXPECT_EQ(request.reply().value().rowsCount(), 1);
     published();
 
     ASSERT_TRUE(manager->deletePlayList(mix));
-    EXPECT_EQ(published(), (QStringList{mixItems + " close", "playlists: reset", "playlists:pl/addtoplaylist reset"}))
+    EXPECT_EQ(registry.find(CMPath(items)), nullptr);
+    ASSERT_EQ(manager->createPlayList("Next")->getUid(), mixUid);
+    EXPECT_EQ(published(), (QStringList{items + " close", "playlists: reset", "playlists:pl/addtoplaylist reset",
+                                        "playlists: reset", "playlists:pl/addtoplaylist reset", "playlists:pl/getlist reset"}))
         << "the playlist list is not reset on a deletion";
-    EXPECT_EQ(registry.find(CMPath(mixItems)), nullptr);
+    EXPECT_NE(registry.find(CMPath(items)), nullptr) << "the new playlist's items node stays";
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    EXPECT_TRUE(published().isEmpty());
+    EXPECT_NE(registry.find(CMPath(items)), nullptr);
 
     ui->on_playlist_delete(0);
     EXPECT_NE(registry.find(CMPath("playlists:pq/getitems")), nullptr) << "the play queue keeps its watcher";
@@ -79,16 +75,11 @@ TEST_F(PlayListUITest, EachChangeResetsOrExtendsExactlyTheViewsItAffects)
     const QString items = "playlists:pl/getitems/" + uid(jazz);
     CollectionBase* evening = nullptr;
     const QList<QPair<std::function<void()>, QStringList>> cases = {
-        {[&] {
-             jazz->addItems(KeloPlayListAddPosition::Append, pltest::tracks({"a", "b", "c"}));
-         },
+        {[&] { jazz->addItems(KeloPlayListAddPosition::Append, pltest::tracks({"a", "b", "c"})); },
          {items + " rows +8,+9,+10"}},
         {[&] { manager->getPlayQueue()->addItems(KeloPlayListAddPosition::Append, {track("q")}); },
          {"playlists:pq/getitems rows +0"}},
-        {[&] {
-             jazz->removeItems({4, 1});
-         },
-         {items + " reset"}},
+        {[&] { jazz->removeItems({4, 1}); }, {items + " reset"}},
         {[&] { jazz->moveItem(0, 3); }, {items + " reset", "playlists:pl/trackcontextmenu reset"}},
         {[&] { jazz->clearItems(); }, {items + " reset"}},
         {[&] { jazz->setShuffle(true); }, {"playlists:pl/contextmenu reset"}},
@@ -113,25 +104,4 @@ TEST_F(PlayListUITest, EndingTheTreeClosesEveryItemsViewAndUnregistersEveryNode)
     EXPECT_EQ(published(),
               (QStringList{"playlists:pq/getitems close", "playlists:pl/getitems/" + uid(jazz) + " close"}));
     EXPECT_EQ(registry.count(), 0);
-}
-
-// The newest playlist's uid is given again to the next one made. Its views are closed when it is
-// deleted, so the views of the playlist that takes its uid stay open.
-TEST_F(PlayListUITest, ADeletionClosesItsViewsAtOnceAndNeverThoseOfTheNextPlayListWithItsUid)
-{
-    PlayListBase* mix = manager->createPlayList("Mix");
-    const int uid = mix->getUid();
-    const QString items = "playlists:pl/getitems/" + QString::number(uid);
-    published();
-
-    ASSERT_TRUE(manager->deletePlayList(mix));
-    PlayListBase* next = manager->createPlayList("Next");
-    ASSERT_EQ(next->getUid(), uid);
-    const QStringList events = published();
-    EXPECT_EQ(events.count(items + " close"), 1);
-    EXPECT_EQ(events.value(0), items + " close") << events.join(" / ").toStdString();
-    EXPECT_NE(registry.find(CMPath(items)), nullptr) << "the new playlist's items node stays";
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    EXPECT_TRUE(published().isEmpty());
-    EXPECT_NE(registry.find(CMPath(items)), nullptr);
 }
