@@ -114,15 +114,19 @@ def all_sites(tree):
 def replayed_sites(tree, saved):
     """The saved mutants, found again in tree by their line's text; the lost ones as a list."""
     found, lost = [], []
+    everywhere = [path.relative_to(tree) for folder in SOURCES for path in sorted((tree / folder).rglob("*.cpp"))]
     for m in json.loads(Path(saved).read_text()):
-        source = tree / m["path"]
-        lines = source.read_text().splitlines(keepends=True) if source.exists() else []
-        matches = [n for n, line in enumerate(lines) if line == m["old"]]
-        if not matches:
+        # Its own file first; code that moved to another file is followed there.
+        for path in [Path(m["path"])] + [p for p in everywhere if p != Path(m["path"])]:
+            source = tree / path
+            lines = source.read_text().splitlines(keepends=True) if source.exists() else []
+            matches = [n for n, line in enumerate(lines) if line == m["old"]]
+            if matches:
+                n = min(matches, key=lambda k: abs(k - (m["line"] - 1)))
+                found.append((path, m["kind"], n, m["new"]))
+                break
+        else:
             lost.append(f"{m['path']}:{m['line']} {m['old'].strip()}")
-            continue
-        n = min(matches, key=lambda k: abs(k - (m["line"] - 1)))
-        found.append((Path(m["path"]), m["kind"], n, m["new"]))
     return found, lost
 
 
