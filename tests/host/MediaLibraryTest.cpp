@@ -1,10 +1,6 @@
 // The demo media library: its catalogues, and its rows and prepared items through a running host.
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
-#include "AudioFiles.h"
 #include "HostTest.h"
 #include "KeloJson.h"
 #include "KeloPlayList.h"
@@ -12,13 +8,6 @@
 #include "media/Catalogue.h"
 
 namespace {
-
-void writeTaggedWav(const QString& fileName, int seconds, const char* title, const char* artist, const char* album,
-                    unsigned int number)
-{
-    ASSERT_TRUE(AudioFiles::writeWav(fileName, seconds));
-    ASSERT_TRUE(AudioFiles::tag(fileName, title, artist, album, number));
-}
 
 TEST(MediaCatalogue, EveryDemoTrackIsInItsAlbumAndPlayableButAFew)
 {
@@ -38,38 +27,6 @@ TEST(MediaCatalogue, EveryDemoTrackIsInItsAlbumAndPlayableButAFew)
     EXPECT_LT(failing, 10);
     EXPECT_EQ(demo.track(0), nullptr);
     EXPECT_EQ(demo.album(demo.albumCount() + 1), nullptr);
-}
-
-TEST(MediaCatalogue, AFolderOfAudioFilesIsReadThroughItsTagsAndGroupedByAlbum)
-{
-    QTemporaryDir dir;
-    ASSERT_TRUE(dir.isValid());
-    QDir().mkpath(dir.filePath("b/deeper"));
-    writeTaggedWav(dir.filePath("b/two.wav"), 3, "Second", "Ada", "Blue", 2);
-    writeTaggedWav(dir.filePath("b/deeper/one.wav"), 2, "First", "Ada", "Blue", 1);
-    writeTaggedWav(dir.filePath("a.wav"), 1, "Alone", "Ben", "Amber", 1);
-    ASSERT_TRUE(AudioFiles::writeWav(dir.filePath("untagged.wav"), 1));
-    QFile notes(dir.filePath("notes.txt"));
-    ASSERT_TRUE(notes.open(QIODevice::WriteOnly));
-    notes.write("not audio");
-    notes.close();
-
-    const Catalogue catalogue = Catalogue::scan(dir.path());
-    ASSERT_EQ(catalogue.albumCount(), 3);
-    EXPECT_EQ(catalogue.album(1)->title, "Amber");
-    const CatalogueAlbum* blue = catalogue.album(2);
-    EXPECT_EQ(blue->title, "Blue");
-    EXPECT_EQ(blue->artist, "Ada");
-    ASSERT_EQ(blue->trackIds.size(), 2);
-    const CatalogueTrack* first = catalogue.track(blue->trackIds.at(0));
-    EXPECT_EQ(first->title, "First");
-    EXPECT_EQ(first->duration, 2);
-    EXPECT_EQ(first->uri, "file://" + dir.filePath("b/deeper/one.wav"));
-    EXPECT_EQ(first->mimeType, "audio/wav");
-    EXPECT_EQ(catalogue.track(blue->trackIds.at(1))->title, "Second");
-    const CatalogueAlbum* unknown = catalogue.album(3);
-    EXPECT_EQ(unknown->title, "Unknown album");
-    EXPECT_EQ(catalogue.track(unknown->trackIds.at(0))->title, "untagged");
 }
 
 class MediaLibrary : public HostTest
