@@ -65,7 +65,11 @@ protected:
         if (call == PlayLogicWire::Play())
             play(value.value(PlayLogicWire::Args()).toHash().value("index").toInt());
         else if (call == PlayLogicWire::MediaPlaybackStarted())
-            m_current = indexOf(value.value(PlayLogicWire::NewRoles()).toHash().value("title").toString());
+        {
+            const QVariant title = value.value(PlayLogicWire::NewRoles()).toHash().value("title");
+            m_current = int(std::find_if(m_tracks.begin(), m_tracks.end(), [&](const QVariantHash& t) { return t.value("title") == title; })
+                            - m_tracks.begin());
+        }
         else if (call == PlayLogicWire::PrepareNextMedia())
             announce(value.value(PlayLogicWire::Serial()));
         else if (call == PlayLogicWire::Next())
@@ -75,14 +79,6 @@ protected:
     }
 
 private:
-    int indexOf(const QString& title) const
-    {
-        for (int i = 0; i < m_tracks.size(); ++i) {
-            if (m_tracks.at(i).value("title") == title)
-                return i;
-        }
-        return -1;
-    }
     void send(const QString& command, const QVariantHash& fields)
     {
         QVariantHash value = fields;

@@ -123,15 +123,4 @@ TEST_F(MediaArt, TheEmbeddedAndTheFolderPictureAreServedWithAValidatorAndABareAl
     }
 }
 
-TEST(MediaArtDemo, EveryDemoAlbumHasADrawnPictureOfItsOwn)
-{
-    const Catalogue demo = Catalogue::demo();
-    const AlbumArt::Picture first = demo.picture("media:album/1");
-    EXPECT_EQ(first.mimeType, "image/svg+xml");
-    EXPECT_TRUE(first.data.startsWith("<svg"));
-    EXPECT_EQ(demo.picture("media:track/1").data, first.data) << "a track shows its album's picture";
-    EXPECT_NE(demo.picture("media:album/2").data, first.data);
-    EXPECT_EQ(Catalogue::demo().picture("media:album/2").data, demo.picture("media:album/2").data);
-}
-
 }  // namespace

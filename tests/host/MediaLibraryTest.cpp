@@ -2,14 +2,13 @@
 #include <gtest/gtest.h>
 
 #include "HostTest.h"
-#include "KeloJson.h"
 #include "KeloPlayList.h"
 #include "KeloRoles.h"
 #include "media/Catalogue.h"
 
 namespace {
 
-TEST(MediaCatalogue, EveryDemoTrackIsInItsAlbumAndPlayableButAFew)
+TEST(MediaCatalogue, EveryDemoTrackIsInItsAlbumAndPlayableButAFewAndEveryAlbumHasAPictureOfItsOwn)
 {
     const Catalogue demo = Catalogue::demo();
     int failing = 0;
@@ -27,6 +26,14 @@ TEST(MediaCatalogue, EveryDemoTrackIsInItsAlbumAndPlayableButAFew)
     EXPECT_LT(failing, 10);
     EXPECT_EQ(demo.track(0), nullptr);
     EXPECT_EQ(demo.album(demo.albumCount() + 1), nullptr);
+
+    // Every album has a drawn picture of its own, which its tracks show too.
+    const AlbumArt::Picture first = demo.picture("media:album/1");
+    EXPECT_EQ(first.mimeType, "image/svg+xml");
+    EXPECT_TRUE(first.data.startsWith("<svg"));
+    EXPECT_EQ(demo.picture("media:track/1").data, first.data);
+    EXPECT_NE(demo.picture("media:album/2").data, first.data);
+    EXPECT_EQ(Catalogue::demo().picture("media:album/2").data, demo.picture("media:album/2").data);
 }
 
 class MediaLibrary : public HostTest
@@ -98,16 +105,8 @@ TEST_F(MediaLibrary, PreparingPathsGivesPlaylistItemsForTracksAndWholeAlbumsAndS
     ASSERT_EQ(m_host.post("/api/setData", jsonText(request), &answer), 200);
     const QVariantList items = answer.value("value").toList();
     ASSERT_EQ(items.size(), 1 + album->trackIds.size());
-    const KeloPlayListItem item(KeloHash(items.at(0).toHash()));
-    const CatalogueTrack* track = m_demo.track(5);
-    EXPECT_EQ(item.title(), track->title);
-    EXPECT_EQ(item.durationSeconds(), track->duration);
-    EXPECT_EQ(item.url(), track->uri);
-    EXPECT_EQ(item.serviceId(), "media");
-    const KeloRoles roles(KeloHash(KeloJson::parse(item.keloRoles()).toHash()));
-    EXPECT_EQ(roles.type(), 3);
-    EXPECT_EQ(roles.title(), track->title);
-    EXPECT_EQ(roles.mediaData().resources().at(0).uri(), track->uri);
+    // Their form as a whole is in the recorded API exchanges; here, which paths give which items.
+    EXPECT_EQ(KeloPlayListItem(KeloHash(items.at(0).toHash())).url(), m_demo.track(5)->uri);
     EXPECT_EQ(KeloPlayListItem(KeloHash(items.last().toHash())).url(), m_demo.track(album->trackIds.last())->uri);
 
     EXPECT_EQ(m_host.post("/api/setData", R"({"path": "media:prepareItems", "value": "media:track/5"})"), 400);

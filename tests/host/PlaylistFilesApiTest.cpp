@@ -55,13 +55,6 @@ protected:
         *answer = KeloJson::parse(QByteArray::fromStdString(result->body)).toHash();
         return result->status;
     }
-    int importedPlid(const std::string& query, const std::string& body)
-    {
-        QVariantHash answer;
-        EXPECT_EQ(importFile(query, body, &answer), 200) << jsonText(answer);
-        EXPECT_TRUE(answer.value("missing").toList().isEmpty()) << jsonText(answer);
-        return answer.value("plid", -1).toInt();
-    }
 };
 
 const QVariantHash Stream = {
@@ -89,8 +82,10 @@ TEST_F(PlaylistFilesApi, EveryFormatRoundTripsLibraryTracksAndStreamsInTheirOrde
         // The exact name in filename* (percent-encoded on the wire; a client may show it decoded).
         const QString exact = QString::fromStdString(disposition).section("filename*=UTF-8''", 1);
         EXPECT_EQ(QUrl::fromPercentEncoding(exact.toUtf8()), QString("Süd_Nord_ _Mix_.") + format) << disposition;
-        const int imported = importedPlid("name=Copy", file->body);
-        EXPECT_EQ(entries(imported), original) << format << "\n" << file->body;
+        QVariantHash imported;
+        EXPECT_EQ(importFile("name=Copy", file->body, &imported), 200) << jsonText(imported);
+        EXPECT_TRUE(imported.value("missing").toList().isEmpty()) << jsonText(imported);
+        EXPECT_EQ(entries(imported.value("plid").toInt()), original) << format << "\n" << file->body;
     }
     // The play queue exports like any playlist.
     command("playlists:pl/additems", {{"plid", 0}, {"items", QVariantList{"media:track/9"}}});
