@@ -14,6 +14,7 @@
 
 #include "AudioFiles.h"
 #include "CMEventHub.h"
+#include "HostTest.h"
 #include "PlayerFixture.h"
 #include "player/AudioOutput.h"
 
@@ -253,10 +254,7 @@ TEST_F(AudioPlayer, PauseHoldsThePlayTimeResumeRunsItOnAndSeekMovesIt)
 
 TEST_F(AudioPlayer, BrokenMissingUnreachableAndTruncatedMediaAreReportedAtOnceOrPlayWhatTheyHold)
 {
-    QFile text(file("not-audio.wav"));
-    ASSERT_TRUE(text.open(QIODevice::WriteOnly));
-    text.write(QByteArray(4000, 'x'));
-    text.close();
+    ASSERT_TRUE(writeFile(file("not-audio.wav"), QByteArray(4000, 'x')));
     // The WAV's header still promises 2 s of which 1 s is there; the FLAC loses its second half.
     ASSERT_TRUE(QFile::resize(audio("cut.wav", 2), 44 + 16000));
     ASSERT_TRUE(QFile::resize(audio("cut.flac", 2), QFileInfo(file("cut.flac")).size() / 2));

@@ -33,9 +33,7 @@ TEST(MediaFiles, AFolderIsReadThroughTheTagsOrElseThroughThePathsAndGroupedByAlb
     for (const char* name : {"untagged.wav", "Ada Loom/Blue Hours/10 Late.wav", "Ada Loom/Blue Hours/02 - Café Noir.wav",
                              "Ada Loom/Blue Hours/1999.wav", "Ben Ode/Blue Hours/01 Other.wav"})
         ASSERT_TRUE(AudioFiles::writeWav(dir.filePath(name), 1));
-    QFile notes(dir.filePath("notes.txt"));
-    ASSERT_TRUE(notes.open(QIODevice::WriteOnly) && notes.write("not audio") > 0);
-    notes.close();
+    ASSERT_TRUE(writeFile(dir.filePath("notes.txt"), "not audio"));
 
     // Two folders of the same name are two albums; a number alone is a title, not a track number.
     const Catalogue catalogue = Catalogue::scan(dir.path());
@@ -67,10 +65,7 @@ protected:
         ASSERT_TRUE(AudioFiles::writeEncoded(media + "/Embedded/01 One.flac", 0.5));
         ASSERT_TRUE(AudioFiles::embedPicture(media + "/Embedded/01 One.flac", AudioFiles::png()));
         ASSERT_TRUE(AudioFiles::writeWav(media + "/Folder/01 Two.wav", 1));
-        QFile cover(media + "/Folder/Cover.JPG");
-        ASSERT_TRUE(cover.open(QIODevice::WriteOnly));
-        cover.write("\xff\xd8\xff\xe0 not really a jpeg");
-        cover.close();
+        ASSERT_TRUE(writeFile(media + "/Folder/Cover.JPG", "\xff\xd8\xff\xe0 not really a jpeg"));
         ASSERT_TRUE(AudioFiles::writeWav(media + "/Bare/01 Three.wav", 1));
         m_catalogue = Catalogue::scan(media);
         ASSERT_TRUE(start({"--media-dir", media, "--player", "simulated"}));

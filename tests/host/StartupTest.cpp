@@ -47,18 +47,12 @@ TEST_F(Startup, WithATokenEveryApiRequestMustCarryItOrTheSessionCookieItBuysAndN
 {
     const std::string token = "s3cret-s3cret-s3cret";
     const std::string bearer = "Bearer " + token;
-    QFile file(m_dir.filePath("token"));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(QByteArray::fromStdString(token + "\n"));
-    file.close();
+    ASSERT_TRUE(writeFile(m_dir.filePath("token"), QByteArray::fromStdString(token + "\n")));
     // Everything logged, to see that the token is not.
-    QFile logConfig(m_dir.filePath("log.properties"));
-    ASSERT_TRUE(logConfig.open(QIODevice::WriteOnly));
-    logConfig.write("log4cplus.rootLogger=TRACE, ERR\n"
-                    "log4cplus.appender.ERR=log4cplus::ConsoleAppender\n"
-                    "log4cplus.appender.ERR.logToStdErr=true\n");
-    logConfig.close();
-    ASSERT_TRUE(start({"--listen", "0.0.0.0:0", "--token-file", file.fileName(), "--log-config", logConfig.fileName()}));
+    ASSERT_TRUE(writeFile(m_dir.filePath("log.properties"), "log4cplus.rootLogger=TRACE, ERR\n"
+                                                           "log4cplus.appender.ERR=log4cplus::ConsoleAppender\n"
+                                                           "log4cplus.appender.ERR.logToStdErr=true\n"));
+    ASSERT_TRUE(start({"--listen", "0.0.0.0:0", "--token-file", m_dir.filePath("token"), "--log-config", m_dir.filePath("log.properties")}));
     const std::string body = R"({"path": "settings:playlists/dbVacuum"})";
     QVariantHash answer;
     EXPECT_EQ(m_host.post("/api/getData", body, &answer), 401);
@@ -100,16 +94,10 @@ TEST_F(Startup, TheWebPageIsServedFromItsFolderAndNothingOutsideItOrSaidToBeNotB
     const QList<QPair<QString, QByteArray>> files = {{"index.html", "<!doctype html><p>hello</p>"},
                                                      {"js/app.js", "export const a = 1;"},
                                                      {".secret", "hidden"}};
-    for (const auto& file : files) {
-        QFile f(web + QLatin1Char('/') + file.first);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(file.second);
-    }
+    for (const auto& file : files)
+        ASSERT_TRUE(writeFile(web + QLatin1Char('/') + file.first, file.second));
+    ASSERT_TRUE(writeFile(m_dir.filePath("outside.txt"), "outside"));
     ASSERT_TRUE(QFile::link(m_dir.filePath("outside.txt"), web + "/inside.txt"));
-    QFile outside(m_dir.filePath("outside.txt"));
-    ASSERT_TRUE(outside.open(QIODevice::WriteOnly));
-    outside.write("outside");
-    outside.close();
     ASSERT_TRUE(m_host.start(dataDir(), {"--web-root", web})) << m_host.errorOutput().toStdString();
     auto client = m_host.client();
     auto index = client->Get("/");
