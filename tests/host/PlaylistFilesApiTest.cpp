@@ -20,11 +20,6 @@ protected:
         EXPECT_FALSE(answer.contains("error")) << jsonText(answer);
         return answer;
     }
-    int createPlaylist(const QString& name)
-    {
-        const QVariantHash answer = command("playlists:pl/create", {{"name", name}});
-        return answer.value("value").toHash().value("result").toHash().value("value").toHash().value("i32_").toInt();
-    }
     // The uri and title of every entry of a playlist, in order.
     QStringList entries(int plid)
     {
@@ -66,7 +61,8 @@ const QVariantHash Stream = {
 TEST_F(PlaylistFilesApi, EveryFormatRoundTripsLibraryTracksAndStreamsInTheirOrder)
 {
     ASSERT_TRUE(startModule());
-    const int plid = createPlaylist("Süd/Nord: \"Mix\"");
+    const int plid = command("playlists:pl/create", {{"name", "Süd/Nord: \"Mix\""}})
+                         .value("value").toHash().value("result").toHash().value("value").toHash().value("i32_").toInt();
     command("playlists:pl/additems", {{"plid", plid}, {"items", QVariantList{"media:track/5", "media:album/2"}}});
     command("playlists:pl/addexternalitems", {{"plid", plid}, {"items", QVariantList{Stream}}});
     command("playlists:pl/additems", {{"plid", plid}, {"items", QVariantList{"media:track/1"}}});
