@@ -90,12 +90,9 @@ TEST_F(Startup, WithATokenEveryApiRequestMustCarryItOrTheSessionCookieItBuysAndN
 TEST_F(Startup, TheWebPageIsServedFromItsFolderAndNothingOutsideItOrSaidToBeNotBuilt)
 {
     const QString web = m_dir.filePath("web");
-    QDir().mkpath(web + "/js");
-    const QList<QPair<QString, QByteArray>> files = {{"index.html", "<!doctype html><p>hello</p>"},
-                                                     {"js/app.js", "export const a = 1;"},
-                                                     {".secret", "hidden"}};
-    for (const auto& file : files)
-        ASSERT_TRUE(writeFile(web + QLatin1Char('/') + file.first, file.second));
+    ASSERT_TRUE(QDir().mkpath(web + "/js"));
+    ASSERT_TRUE(writeFile(web + "/index.html", "<!doctype html><p>hello</p>") && writeFile(web + "/js/app.js", "export const a = 1;")
+                && writeFile(web + "/.secret", "hidden"));
     ASSERT_TRUE(writeFile(m_dir.filePath("outside.txt"), "outside"));
     ASSERT_TRUE(QFile::link(m_dir.filePath("outside.txt"), web + "/inside.txt"));
     ASSERT_TRUE(m_host.start(dataDir(), {"--web-root", web})) << m_host.errorOutput().toStdString();
