@@ -7,10 +7,7 @@
 #include <QThread>
 #include <QUrl>
 #include <algorithm>
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include <httplib.h>
 
 #include "AudioFiles.h"
 #include "CMEventHub.h"
@@ -27,31 +24,6 @@ QVariantHash track(const QString& title, const QString& file, int seconds = 0)
                                        : QUrl::fromLocalFile(file).toString(QUrl::FullyEncoded);
     return trackRoles(title, uri, seconds);
 }
-
-// An http server on the loopback that takes connections (the kernel does, into its backlog) and
-// never answers them.
-class SilentServer
-{
-public:
-    SilentServer()
-    {
-        m_fd = socket(AF_INET, SOCK_STREAM, 0);
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        if (bind(m_fd, reinterpret_cast<sockaddr*>(&address), size) != 0 || listen(m_fd, 8) != 0 ||
-            getsockname(m_fd, reinterpret_cast<sockaddr*>(&address), &size) != 0)
-            return;
-        m_port = ntohs(address.sin_port);
-    }
-    ~SilentServer() { close(m_fd); }
-    int port() const { return m_port; }  // 0: not listening
-
-private:
-    int m_fd;
-    int m_port = 0;
-};
 
 // Plays tracks in order: the user's play starts the one at its index, the next media is the one after
 // the playing track, next skips to it, and a stream error goes on with the one after the failed one.
@@ -278,9 +250,11 @@ TEST_F(AudioPlayer, BrokenMissingUnreachableAndTruncatedMediaAreReportedAtOnceOr
 
 TEST_F(AudioPlayer, AnHttpServerThatNeverAnswersIsReportedAndTheListGoesOn)
 {
-    SilentServer server;
-    ASSERT_NE(server.port(), 0);
-    const QString silent = QStringLiteral("http://127.0.0.1:%1/radio.ogg").arg(server.port());
+    // Bound and listening but never accepting: the kernel takes connections into its backlog.
+    httplib::Server server;
+    const int port = server.bind_to_any_port("127.0.0.1");
+    ASSERT_GT(port, 0);
+    const QString silent = QStringLiteral("http://127.0.0.1:%1/radio.ogg").arg(port);
     const QList<QVariantHash> tracks = {trackRoles("Silent", silent), track("C", audio("c.wav", 1), 1)};
     startPlayer(tracks);
     play(tracks);
