@@ -98,12 +98,10 @@ protected:
         ASSERT_TRUE(dir.isValid());
     }
     QString file(const QString& name) const { return dir.filePath(name); }
-    // Writes a tone of the given length to the file named (encoded by its extension unless .wav).
+    // Writes a tone of the given length to the file named, in the format of its extension.
     QString audio(const QString& name, double seconds, int hz = 440) const
     {
-        const bool written = name.endsWith(".wav") ? AudioFiles::writeWav(file(name), seconds, hz)
-                                                   : AudioFiles::writeEncoded(file(name), seconds, hz);
-        EXPECT_TRUE(written) << name.toStdString();
+        EXPECT_TRUE(AudioFiles::write(file(name), seconds, hz)) << name.toStdString();
         return file(name);
     }
     void startPlayer(const QList<QVariantHash>& tracks, const QString& sink = QStringLiteral("fakesink sync=true"))

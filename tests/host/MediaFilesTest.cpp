@@ -27,12 +27,12 @@ TEST(MediaFiles, AFolderIsReadThroughTheTagsOrElseThroughThePathsAndGroupedByAlb
     for (const char* folder : {"b/deeper", "Ada Loom/Blue Hours", "Ben Ode/Blue Hours"})
         ASSERT_TRUE(QDir().mkpath(dir.filePath(folder)));
     // Tagged files are one album wherever they lie.
-    ASSERT_TRUE(AudioFiles::writeWav(dir.filePath("b/two.wav"), 3) && AudioFiles::tag(dir.filePath("b/two.wav"), "Second", "Ada", "Blue", 2));
-    ASSERT_TRUE(AudioFiles::writeWav(dir.filePath("b/deeper/one.wav"), 2)
+    ASSERT_TRUE(AudioFiles::write(dir.filePath("b/two.wav"), 3) && AudioFiles::tag(dir.filePath("b/two.wav"), "Second", "Ada", "Blue", 2));
+    ASSERT_TRUE(AudioFiles::write(dir.filePath("b/deeper/one.wav"), 2)
                 && AudioFiles::tag(dir.filePath("b/deeper/one.wav"), "First", "Ada", "Blue", 1));
     for (const char* name : {"untagged.wav", "Ada Loom/Blue Hours/10 Late.wav", "Ada Loom/Blue Hours/02 - Café Noir.wav",
                              "Ada Loom/Blue Hours/1999.wav", "Ben Ode/Blue Hours/01 Other.wav"})
-        ASSERT_TRUE(AudioFiles::writeWav(dir.filePath(name), 1));
+        ASSERT_TRUE(AudioFiles::write(dir.filePath(name), 1));
     ASSERT_TRUE(writeFile(dir.filePath("notes.txt"), "not audio"));
 
     // Two folders of the same name are two albums; a number alone is a title, not a track number.
@@ -62,11 +62,11 @@ protected:
     {
         const QString media = m_dir.filePath("media");
         ASSERT_TRUE(QDir().mkpath(media + "/Embedded") && QDir().mkpath(media + "/Folder") && QDir().mkpath(media + "/Bare"));
-        ASSERT_TRUE(AudioFiles::writeEncoded(media + "/Embedded/01 One.flac", 0.5));
+        ASSERT_TRUE(AudioFiles::write(media + "/Embedded/01 One.flac", 0.5));
         ASSERT_TRUE(AudioFiles::embedPicture(media + "/Embedded/01 One.flac", AudioFiles::png()));
-        ASSERT_TRUE(AudioFiles::writeWav(media + "/Folder/01 Two.wav", 1));
+        ASSERT_TRUE(AudioFiles::write(media + "/Folder/01 Two.wav", 1));
         ASSERT_TRUE(writeFile(media + "/Folder/Cover.JPG", "\xff\xd8\xff\xe0 not really a jpeg"));
-        ASSERT_TRUE(AudioFiles::writeWav(media + "/Bare/01 Three.wav", 1));
+        ASSERT_TRUE(AudioFiles::write(media + "/Bare/01 Three.wav", 1));
         m_catalogue = Catalogue::scan(media);
         ASSERT_TRUE(start({"--media-dir", media, "--player", "simulated"}));
     }
