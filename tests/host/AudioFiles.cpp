@@ -1,7 +1,6 @@
 #include "AudioFiles.h"
 
 #include <QFile>
-#include <cmath>
 #include <gst/gst.h>
 #include <taglib/fileref.h>
 #include <taglib/flacfile.h>
@@ -10,31 +9,19 @@
 
 namespace AudioFiles {
 
-bool writeWav(const QString& fileName, double seconds, int hz)
-{
-    const quint32 samples = quint32(8000 * seconds);
-    const quint32 dataSize = samples * 2u;
-    QByteArray wav;
-    auto u32 = [&wav](quint32 v) { for (int i = 0; i < 4; ++i) wav.append(char((v >> (8 * i)) & 0xff)); };
-    auto u16 = [&wav](quint16 v) { wav.append(char(v & 0xff)); wav.append(char(v >> 8)); };
-    wav.append("RIFF"); u32(36 + dataSize); wav.append("WAVEfmt "); u32(16);
-    u16(1); u16(1); u32(8000); u32(16000); u16(2); u16(16);
-    wav.append("data"); u32(dataSize);
-    for (quint32 i = 0; i < samples; ++i)
-        u16(quint16(qint16(hz ? 8000 * std::sin(2 * M_PI * hz * i / 8000.0) : 0)));
-    QFile file(fileName);
-    return file.open(QIODevice::WriteOnly) && file.write(wav) == wav.size();
-}
-
-bool writeEncoded(const QString& fileName, double seconds, int hz)
+bool write(const QString& fileName, double seconds, int hz)
 {
     gst_init(nullptr, nullptr);
-    const char* encoder = fileName.endsWith(QLatin1String(".flac")) ? "flacenc" : "vorbisenc ! oggmux";
-    const QString description = QStringLiteral("audiotestsrc freq=%1 num-buffers=%2 samplesperbuffer=441 ! "
-                                               "audio/x-raw,rate=44100,channels=1 ! audioconvert ! %3 ! "
-                                               "filesink location=\"%4\"")
+    const bool wav = fileName.endsWith(QLatin1String(".wav"));
+    const char* encoder = wav ? "wavenc" : fileName.endsWith(QLatin1String(".flac")) ? "flacenc" : "vorbisenc ! oggmux";
+    const int rate = wav ? 8000 : 44100;
+    const QString description = QStringLiteral("audiotestsrc freq=%1 num-buffers=%2 samplesperbuffer=%3 ! "
+                                               "audio/x-raw,format=S16LE,rate=%4,channels=1 ! audioconvert ! %5 ! "
+                                               "filesink location=\"%6\"")
                                     .arg(hz)
                                     .arg(int(seconds * 100))
+                                    .arg(rate / 100)
+                                    .arg(rate)
                                     .arg(QLatin1String(encoder), fileName);
     GError* error = nullptr;
     GstElement* pipeline = gst_parse_launch(description.toUtf8().constData(), &error);

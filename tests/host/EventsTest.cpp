@@ -14,17 +14,6 @@ class Events : public HostTest
 {
 protected:
     void SetUp() override { ASSERT_TRUE(start()); }
-    void setLimit(int limit) const
-    {
-        const QVariantHash request = {{"path", "settings:playlists/dbItemsLimit"}, {"value", i32Value(limit)}};
-        ASSERT_EQ(m_host.post("/api/setData", jsonText(request)), 200);
-    }
-    static bool isLimit(const QVariantHash& event, int limit)
-    {
-        return event.value("path") == "settings:playlists/dbItemsLimit"
-               && event.value("change") == "value"
-               && event.value("value").toHash() == i32Value(limit);
-    }
 };
 
 // A client that went away is noticed at the next write, so its stream may hold its place for a moment.
@@ -49,8 +38,10 @@ TEST_F(Events, ClosedStreamsAreForgottenSoNewOnesCanAlwaysOpen)
         ASSERT_NE(opensSoonerOrLater(m_host.port()), nullptr) << "stream " << i;
     const auto last = opensSoonerOrLater(m_host.port());
     ASSERT_TRUE(last);
-    setLimit(7);
-    EXPECT_TRUE(last->waitFor([](const QVariantHash& e) { return isLimit(e, 7); }));
+    const QVariantHash limit = {{"path", "settings:playlists/dbItemsLimit"}, {"value", i32Value(7)}};
+    ASSERT_EQ(m_host.post("/api/setData", jsonText(limit)), 200);
+    EXPECT_TRUE(last->waitFor([&](const QVariantHash& e) { return e.value("path") == limit.value("path") && e.value("change") == "value"
+                                                                  && e.value("value") == limit.value("value"); }));
 }
 
 TEST_F(Events, TerminationOrAnInterruptEndsOpenStreamsAndTheHostExitsCleanly)

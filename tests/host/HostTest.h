@@ -1,5 +1,6 @@
 #pragma once
 // A test with a kelo-host of its own, started in a temporary directory that the test may also fill.
+#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -27,3 +28,10 @@ protected:
     QTemporaryDir m_dir;
     HostProcess m_host;
 };
+
+// Writes bytes to a new file; false when it could not.
+inline bool writeFile(const QString& fileName, const QByteArray& bytes)
+{
+    QFile file(fileName);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}

@@ -1,60 +1,80 @@
-// The HTTP API of a running kelo-host, through the test plug-in's worker and the settings.
+// The HTTP API of a running kelo-host through the test plug-in's worker and the settings: what each
+// request is answered, what the HTTP layer refuses (other hosts and origins, bodies of the wrong type,
+// ambiguous framing, texts and values over their bounds), and what every answer carries.
 #include <QFile>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <vector>
 
 #include "HostTest.h"
+#include "KeloJson.h"
+#include "RawConnection.h"
+#include "http/RequestGate.h"
 
 namespace {
 
 const char* const LimitPath = "settings:playlists/dbItemsLimit";
+const std::string Json = "Content-Type: application/json\r\n";
+
+std::string request(const std::string& method, const std::string& path, const std::string& headers,
+                    const std::string& body = std::string())
+{
+    return method + " " + path + " HTTP/1.1\r\n" + headers + "Content-Length: " + std::to_string(body.size())
+           + "\r\n\r\n" + body;
+}
+
+std::string setLimit(int value)
+{
+    return jsonText(QVariantHash{{"path", LimitPath}, {"value", i32Value(value)}});
+}
 
 class HttpApi : public HostTest
 {
 protected:
-    void SetUp() override { ASSERT_TRUE(start({"--plugin", HostProcess::testWorker(), "--reply-timeout-ms", "500"})); }
-    QByteArray settingsFile() const
+    void SetUp() override
     {
-        QFile file(dataDir() + "/data-rw/settings.json");
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        ASSERT_TRUE(start({"--plugin", HostProcess::testWorker(), "--reply-timeout-ms", "500", "--allow-host", "Kelo.Local"}));
+        m_local = "Host: 127.0.0.1:" + std::to_string(m_host.port()) + "\r\n";
     }
     int limit() const { return value(LimitPath).value("i32_", -1).toInt(); }
-    QString errorName(const QVariantHash& answer) const
+    // The status of one request on a connection of its own.
+    int send(const std::string& text) const
     {
-        return answer.value("error").toHash().value("name").toString();
+        RawConnection connection(m_host.port());
+        return connection.send(text) ? statusOf(connection.readAnswer()) : -1;
     }
+
+    std::string m_local;
 };
 
-TEST_F(HttpApi, ASetDataRoundTripReachesThePluginWorkerAndComesBackUnchanged)
+TEST_F(HttpApi, ASetDataRoundTripReachesThePluginWorkerWithWholeNumbersAsIntsAndComesBackUnchanged)
 {
     const QVariantHash value = {{"name", "Mix"}, {"items", QVariantList{1, "media:track/2"}}};
     QVariantHash answer;
     ASSERT_EQ(m_host.post("/api/setData", jsonText(QVariantHash{{"path", "test:echo"}, {"value", value}}), &answer), 200);
     EXPECT_EQ(answer.value("value").toHash().value("received").toHash(), value);
-
     ASSERT_EQ(m_host.post("/api/getData", R"({"path": "test:echo"})", &answer), 200);
     EXPECT_EQ(answer.value("value").toString(), "echo");
-}
 
-TEST_F(HttpApi, WholeNumbersFromClientsReachWorkersAsInts)
-{
-    const QList<QPair<std::string, QString>> cases = {{"7", "int"}, {"7.0", "int"}, {"-3", "int"}, {"2.5", "double"}};
-    for (const auto& c : cases) {
-        QVariantHash answer;
+    for (const auto& c : QList<QPair<std::string, QString>>{{"7.0", "int"}, {"-3", "int"}, {"2.5", "double"}}) {
         ASSERT_EQ(m_host.post("/api/setData", R"({"path": "test:echo", "value": )" + c.first + "}", &answer), 200);
         EXPECT_EQ(answer.value("value").toHash().value("type").toString(), c.second) << c.first;
     }
 }
 
-TEST_F(HttpApi, EveryOutcomeOfARequestHasItsStatusAndErrorName)
+TEST_F(HttpApi, EveryOutcomeOfARequestHasItsStatusAndErrorNameAndMalformedRequestsChangeNothing)
 {
-    struct Case
+    const auto settings = [this] {
+        QFile file(dataDir() + "/data-rw/settings.json");
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    const QByteArray before = settings();
+    const std::string good = jsonText(i32Value(5));
+    const struct
     {
         std::string endpoint, body;
         int status;
         const char* name;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"/api/setData", R"({"path": "test:fail", "value": 1})", 200, "Failed"},  // an errored reply is an answer
         {"/api/setData", R"({"path": "nosuchprefix:x", "value": 1})", 404, "NotFound"},
         {"/api/setData", R"({"path": "test:nosuchnode", "value": 1})", 404, "NotFound"},
@@ -62,49 +82,125 @@ TEST_F(HttpApi, EveryOutcomeOfARequestHasItsStatusAndErrorName)
         {"/api/getRows", R"({"path": "test:echo", "fromRow": 0, "toRow": 9})", 404, "NotFound"},
         {"/api/getData", R"({"path": "nosuchprefix:"})", 404, "NotFound"},
         {"/api/setData", R"({"path": "test:silent", "value": 1})", 504, "Timeout"},
+        {"/api/setData", R"({"path": "settings:playlists/dbItemsLimit", "value": )", 400, "BadRequest"},
+        {"/api/setData", "[\"settings:playlists/dbItemsLimit\"]", 400, "BadRequest"},
+        {"/api/setData", R"({"value": )" + good + "}", 400, "BadRequest"},
+        {"/api/setData", R"({"path": ["settings:playlists/dbItemsLimit"], "value": )" + good + "}", 400, "BadRequest"},
+        {"/api/setData", R"({"path": "", "value": )" + good + "}", 400, "BadRequest"},
+        // A value of the wrong type for the setting is refused by the settings tree itself.
+        {"/api/setData", R"({"path": "settings:playlists/dbItemsLimit", "value": {"type": "bool_", "bool_": true}})", 400, "BadRequest"},
+        {"/api/setData", R"({"path": "settings:playlists/dbItemsLimit", "value": 5})", 400, "BadRequest"},
+        {"/api/getRows", R"({"path": "media:", "fromRow": 0.5, "toRow": 9})", 400, "BadRequest"},
+        {"/api/getRows", R"({"path": "media:", "fromRow": 0})", 400, "BadRequest"},
+        {"/api/getRows", R"({"path": "media:", "fromRow": 0, "toRow": 99999999999})", 400, "BadRequest"},
+        {"/api/getRows", R"({"path": "media:", "fromRow": 0, "toRow": 9, "roles": "title"})", 400, "BadRequest"},
+        {"/api/getRows", R"({"path": "media:", "fromRow": 0, "toRow": 9, "roles": ["title", 3]})", 400, "BadRequest"},
+        {"/api/getData", R"({"path": 12})", 400, "BadRequest"},
+        {"/api/getData", R"({"path": "media:", "roles": [{"title": 1}]})", 400, "BadRequest"},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.body);
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.endpoint + " " + c.body);
         QVariantHash answer;
         EXPECT_EQ(m_host.post(c.endpoint, c.body, &answer), c.status);
-        EXPECT_EQ(errorName(answer), c.name);
+        EXPECT_EQ(answer.value("error").toHash().value("name").toString(), c.name);
         EXPECT_FALSE(answer.value("error").toHash().value("message").toString().isEmpty());
     }
     EXPECT_EQ(m_host.post("/api/setData", R"({"path": "test:echo", "value": 1})"), 200) << "the host goes on";
+    EXPECT_EQ(limit(), 10000);
+    EXPECT_EQ(settings(), before);
 }
 
-TEST_F(HttpApi, MalformedBodiesAreBadRequestsAndChangeNothing)
+TEST_F(HttpApi, RequestsFromAnotherPageOrHostWithoutTheJsonTypeOrOfUnclearLengthAreRefusedAndChangeNothing)
 {
-    const QByteArray before = settingsFile();
-    const std::string goodValue = jsonText(i32Value(5));
-    const QList<QPair<std::string, std::string>> requests = {
-        {"/api/setData", ""},
-        {"/api/setData", "path=settings:playlists/dbItemsLimit"},
-        {"/api/setData", R"({"path": "settings:playlists/dbItemsLimit", "value": )"},
-        {"/api/setData", "[\"settings:playlists/dbItemsLimit\"]"},
-        {"/api/setData", "\"settings:playlists/dbItemsLimit\""},
-        {"/api/setData", R"({"value": )" + goodValue + "}"},
-        {"/api/setData", R"({"path": ["settings:playlists/dbItemsLimit"], "value": )" + goodValue + "}"},
-        {"/api/setData", R"({"path": "", "value": )" + goodValue + "}"},
-        // A value of the wrong type for the setting is refused by the settings tree itself.
-        {"/api/setData", R"({"path": "settings:playlists/dbItemsLimit", "value": {"type": "bool_", "bool_": true}})"},
-        {"/api/setData", R"({"path": "settings:playlists/dbItemsLimit", "value": 5})"},
-        {"/api/getRows", R"({"path": "media:", "fromRow": "0", "toRow": 9})"},
-        {"/api/getRows", R"({"path": "media:", "fromRow": 0.5, "toRow": 9})"},
-        {"/api/getRows", R"({"path": "media:", "fromRow": 0})"},
-        {"/api/getRows", R"({"path": "media:", "fromRow": 0, "toRow": 99999999999})"},
-        {"/api/getRows", R"({"path": "media:", "fromRow": 0, "toRow": 9, "roles": "title"})"},
-        {"/api/getRows", R"({"path": "media:", "fromRow": 0, "toRow": 9, "roles": ["title", 3]})"},
-        {"/api/getData", R"({"path": 12})"},
-        {"/api/getData", R"({"path": "media:", "roles": [{"title": 1}]})"},
+    const std::string port = ":" + std::to_string(m_host.port());
+    const std::pair<std::string, int> refused[] = {
+        {m_local + "Content-Type: text/plain\r\n", 415},
+        {m_local, 415},
+        {m_local + Json + "Origin: null\r\n", 403},
+        {m_local + Json + "Origin: http://evil.example\r\n", 403},
+        {m_local + Json + "Origin: http://127.0.0.1:" + std::to_string(m_host.port() + 1) + "\r\n", 403},
+        {m_local + Json + "Content-Length: 5\r\n", 400},  // a second length that disagrees: the body's end is unknown
+        {Json, 403},                                        // no Host at all
     };
-    for (const auto& request : requests) {
-        QVariantHash answer;
-        EXPECT_EQ(m_host.post(request.first, request.second, &answer), 400) << request.first << " " << request.second;
-        EXPECT_EQ(errorName(answer), "BadRequest") << request.second;
+    for (const auto& headers : refused)
+        EXPECT_EQ(send(request("POST", "/api/setData", headers.first, setLimit(7))), headers.second) << headers.first;
+    for (const std::string& host : std::vector<std::string>{"evil.example" + port, "127.0.0.2" + port, "localhost.evil.example", ""}) {
+        const std::string header = "Host: " + host + "\r\n";
+        EXPECT_EQ(send(request("POST", "/api/setData", header + Json, setLimit(7))), 403) << host;
+        EXPECT_EQ(send(request("GET", "/api/events", header)), 403) << host;
+        EXPECT_EQ(send(request("GET", "/", header)), 403) << host;
     }
     EXPECT_EQ(limit(), 10000);
-    EXPECT_EQ(settingsFile(), before);
+
+    for (const std::string& host : std::vector<std::string>{"localhost" + port, "LOCALHOST", "kelo.local" + port, "127.0.0.1"})
+        EXPECT_EQ(send(request("POST", "/api/getData", "Host: " + host + "\r\n" + Json, jsonText(QVariantHash{{"path", LimitPath}}))), 200)
+            << host;
+    const std::string ownOrigin = "Origin: http://127.0.0.1" + port + "\r\n";
+    EXPECT_EQ(send(request("POST", "/api/setData", m_local + ownOrigin + Json, setLimit(7))), 200);
+    EXPECT_EQ(limit(), 7);
+}
+
+TEST_F(HttpApi, EveryAnswerCarriesTheProtectiveHeadersAndApiAnswersAreJson)
+{
+    const std::string requests[] = {
+        request("GET", "/", m_local),
+        request("GET", "/missing.html", m_local),
+        request("POST", "/api/getData", m_local + Json, jsonText(QVariantHash{{"path", LimitPath}})),
+        request("POST", "/api/setData", m_local, "{}"),
+        request("GET", "/api/nothing", m_local),
+    };
+    for (const std::string& text : requests) {
+        RawConnection connection(m_host.port());
+        ASSERT_TRUE(connection.send(text));
+        std::string body;
+        const std::string head = connection.readAnswer(&body);
+        const std::string what = text.substr(0, text.find('\r'));
+        for (const char* header : {"Content-Security-Policy: default-src 'none'; script-src 'self'", "frame-ancestors 'none'",
+                                   "X-Content-Type-Options: nosniff", "Referrer-Policy: no-referrer"})
+            EXPECT_NE(head.find(header), std::string::npos) << what << ": " << header;
+        if (what.find(" /api/") != std::string::npos) {
+            EXPECT_NE(head.find("Content-Type: application/json"), std::string::npos) << what;
+            EXPECT_TRUE(KeloJson::parse(QByteArray::fromStdString(body)).toHash().contains("error") || statusOf(head) == 200)
+                << what << body;
+        }
+    }
+}
+
+TEST_F(HttpApi, LongTextsAndTooManyValuesAreRefused)
+{
+    const QVariantHash longName{{"path", LimitPath}, {"value", i32Value(7)}, {"name", QString(16385, QChar('n'))}};
+    QVariantHash answer;
+    EXPECT_EQ(m_host.post("/api/setData", jsonText(longName), &answer), 400);
+    EXPECT_TRUE(answer.value("error").toHash().value("message").toString().contains("16384"));
+
+    // Small values cost far more decoded than as text: their number is bounded before decoding. Commas
+    // and brackets inside strings are text, not values.
+    std::string many = R"({"path": "settings:playlists/dbItemsLimit", "value": )" + jsonText(i32Value(7)) + R"(, "padding": [)";
+    for (int i = 0; i < 600000; ++i)
+        many += "{},";
+    many += "{}]}";
+    EXPECT_EQ(m_host.post("/api/setData", many, &answer), 400);
+    EXPECT_TRUE(answer.value("error").toHash().value("message").toString().contains("600000 JSON values"));
+    const std::string commas = R"({"path": "settings:playlists/dbItemsLimit", "value": )" + jsonText(i32Value(8))
+                               + R"(, "note": ")" + std::string(300000, ',') + "\"}";
+    EXPECT_EQ(m_host.post("/api/setData", commas, &answer), 400);  // refused for its long text, not its commas
+    EXPECT_TRUE(answer.value("error").toHash().value("message").toString().contains("16384"));
+    EXPECT_EQ(limit(), 10000);
 }
 
 }  // namespace
+
+TEST(RequestGateBodyTypes, JsonBodiesNeedTheJsonTypeAndFileBodiesAnyTypeAPageCannotSendWithoutAsking)
+{
+    using Kind = RequestGate::BodyKind;
+    for (const char* type : {"application/json", "Application/JSON", " application/json ; charset=utf-8"})
+        EXPECT_TRUE(RequestGate::bodyTypeProblem(type, Kind::Json).isEmpty()) << type;
+    for (const char* type : {"", "text/plain", "application/jsonx", "application/x-www-form-urlencoded"})
+        EXPECT_FALSE(RequestGate::bodyTypeProblem(type, Kind::Json).isEmpty()) << type;
+
+    for (const char* type : {"audio/x-mpegurl", "application/xspf+xml", "application/json", "application/octet-stream"})
+        EXPECT_TRUE(RequestGate::bodyTypeProblem(type, Kind::File).isEmpty()) << type;
+    for (const char* type : {"", "  ", "text/plain; charset=utf-8", "TEXT/PLAIN", "application/x-www-form-urlencoded",
+                             "multipart/form-data; boundary=x"})
+        EXPECT_FALSE(RequestGate::bodyTypeProblem(type, Kind::File).isEmpty()) << type;
+}

@@ -77,31 +77,6 @@ protected:
     std::atomic<int> m_waiting{0};
 };
 
-// Sends one byte on each connection every period until destroyed: clients that never finish.
-class Dripper
-{
-public:
-    Dripper(const std::vector<std::unique_ptr<RawConnection>>& connections, std::chrono::milliseconds period)
-        : m_thread([this, &connections, period] {
-            while (!m_done) {
-                for (const auto& connection : connections)
-                    connection->send("X");
-                std::this_thread::sleep_for(period);
-            }
-        })
-    {
-    }
-    ~Dripper()
-    {
-        m_done = true;
-        m_thread.join();
-    }
-
-private:
-    std::atomic<bool> m_done{false};
-    std::thread m_thread;
-};
-
 }  // namespace
 
 TEST(RequestFraming, FindsWhereARequestEndsHoweverItsBodyIsFramed)
@@ -151,8 +126,8 @@ TEST(RequestFraming, RefusesWhatIsTooLargeOrCannotBeRead)
     for (const std::string& bad : {std::string("zz\r\n"), std::string("3\r\nabcd\r\n"), std::string(2000, '1'),
                                    std::string("ffffffffffffffffff\r\n")}) {
         chunks = RequestFraming::Chunks();
-        EXPECT_NE(RequestFraming::readChunks(bad, 1u << 30, &chunks), Progress::NeedMore) << bad.substr(0, 20);
-        EXPECT_NE(RequestFraming::readChunks(bad, 1u << 30, &chunks), Progress::Complete) << bad.substr(0, 20);
+        const Progress progress = RequestFraming::readChunks(bad, 1u << 30, &chunks);
+        EXPECT_TRUE(progress == Progress::Malformed || progress == Progress::TooLarge) << bad.substr(0, 20);
     }
 }
 
@@ -165,12 +140,14 @@ TEST_F(FrontEndServer, OrdinaryRequestsAreAnsweredPromptlyWhileHundredsOfSlowAnd
         slow.push_back(connect());
         slow.back()->send("GET /ping HTTP/1.1\r\n");
     }
-    Dripper drip(slow, std::chrono::milliseconds(1000));
     std::this_thread::sleep_for(std::chrono::milliseconds(1500));
 
-    // Answers take a millisecond or so; the stall this guards against took tens of seconds.
+    // Answers take a millisecond or so; the stall this guards against took tens of seconds. The slow
+    // connections go on sending all the while.
     auto kept = connect();
     for (int i = 0; i < 10; ++i) {
+        for (const auto& connection : slow)
+            connection->send("X");
         auto fresh = connect();
         const auto start = Clock::now();
         ASSERT_TRUE(fresh->send(get("/ping")));

@@ -1,4 +1,5 @@
-// How kelo-host starts: which plug-ins it loads, where it may listen, who may talk to it.
+// How kelo-host starts: which plug-ins it loads, where it may listen, who may talk to it, which
+// settings it keeps across a restart.
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -22,6 +23,11 @@ TEST_F(Startup, WhatCannotWorkEndsTheHostWithStatus2AndSaysWhy)
         {{"--plugin", HostProcess::libDir() + "/libkelo_sdk.so"}, "libkelo_sdk.so"},
         {{"--player", "loud"}, "--player"},
         {{"--player", "audio", "--audio-sink", "nosuchsink-kelo"}, "nosuchsink-kelo"},
+        {{"--set", "settings:playlists/dbItemsLimit=5"}, "--set"},
+        {{"--set", "settings:playlists/dbItemsLimit={\"type\":\"i32_\""}, "--set"},
+        {{"--set", "settings:playlists/dbItemsLimit={\"type\":\"bool_\",\"bool_\":true}"}, "--set"},
+        {{"--set", "media:album/1={\"type\":\"i32_\",\"i32_\":1}"}, "--set"},
+        {{"--set", "no-equals-sign"}, "--set"},
     };
     for (const auto& start : refused) {
         SCOPED_TRACE(start.first.join(' ').toStdString());
@@ -41,33 +47,17 @@ TEST_F(Startup, WithATokenEveryApiRequestMustCarryItOrTheSessionCookieItBuysAndN
 {
     const std::string token = "s3cret-s3cret-s3cret";
     const std::string bearer = "Bearer " + token;
-    QFile file(m_dir.filePath("token"));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(QByteArray::fromStdString(token + "\n"));
-    file.close();
+    ASSERT_TRUE(writeFile(m_dir.filePath("token"), QByteArray::fromStdString(token + "\n")));
     // Everything logged, to see that the token is not.
-    QFile logConfig(m_dir.filePath("log.properties"));
-    ASSERT_TRUE(logConfig.open(QIODevice::WriteOnly));
-    logConfig.write("log4cplus.rootLogger=TRACE, ERR\n"
-                    "log4cplus.appender.ERR=log4cplus::ConsoleAppender\n"
-                    "log4cplus.appender.ERR.logToStdErr=true\n");
-    logConfig.close();
-    ASSERT_TRUE(start({"--listen", "0.0.0.0:0", "--token-file", file.fileName(), "--log-config", logConfig.fileName()}));
+    ASSERT_TRUE(writeFile(m_dir.filePath("log.properties"), "log4cplus.rootLogger=TRACE, ERR\n"
+                                                           "log4cplus.appender.ERR=log4cplus::ConsoleAppender\n"
+                                                           "log4cplus.appender.ERR.logToStdErr=true\n"));
+    ASSERT_TRUE(start({"--listen", "0.0.0.0:0", "--token-file", m_dir.filePath("token"), "--log-config", m_dir.filePath("log.properties")}));
     const std::string body = R"({"path": "settings:playlists/dbVacuum"})";
     QVariantHash answer;
     EXPECT_EQ(m_host.post("/api/getData", body, &answer), 401);
     EXPECT_EQ(answer.value("error").toHash().value("name"), "Unauthorized");
-    EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Authorization", bearer.substr(0, bearer.size() - 1)}}), 401);
-    EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Authorization", bearer + "!"}}), 401);
-    EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Authorization", bearer}}), 200);
     EXPECT_EQ(m_host.post("/api/session", "{}"), 401);
-
-    EventReader refused(m_host.port());
-    EXPECT_TRUE(refused.waitEnded());
-    EXPECT_EQ(refused.status(), 401);
-    EventReader admitted(m_host.port(), {{"Authorization", bearer}});
-    EXPECT_TRUE(admitted.waitConnected());
-
     // The page itself needs no token: it is what asks the person for it.
     const httplib::Result page = m_host.client()->Get("/");
     ASSERT_TRUE(page);
@@ -81,8 +71,15 @@ TEST_F(Startup, WithATokenEveryApiRequestMustCarryItOrTheSessionCookieItBuysAndN
     EXPECT_NE(cookie.find("SameSite=Strict"), std::string::npos) << cookie;
     EXPECT_EQ(cookie.find(token), std::string::npos) << "the cookie is not the token";
     const std::string pair = cookie.substr(0, cookie.find(';'));
-    EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Cookie", "other=1; " + pair}}), 200);
-    EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {{"Cookie", pair + "0"}}), 401);
+    const std::pair<std::pair<std::string, std::string>, int> credentials[] = {
+        {{"Authorization", bearer.substr(0, bearer.size() - 1)}, 401}, {{"Authorization", bearer + "!"}, 401},
+        {{"Cookie", pair + "0"}, 401}, {{"Authorization", bearer}, 200}, {{"Cookie", "other=1; " + pair}, 200}};
+    for (const auto& c : credentials)
+        EXPECT_EQ(m_host.post("/api/getData", body, nullptr, {c.first}), c.second) << c.first.second;
+
+    EventReader refused(m_host.port());
+    EXPECT_TRUE(refused.waitEnded());
+    EXPECT_EQ(refused.status(), 401);
     EventReader withCookie(m_host.port(), {{"Cookie", pair}});
     EXPECT_TRUE(withCookie.waitConnected());
     m_host.stop();
@@ -93,20 +90,11 @@ TEST_F(Startup, WithATokenEveryApiRequestMustCarryItOrTheSessionCookieItBuysAndN
 TEST_F(Startup, TheWebPageIsServedFromItsFolderAndNothingOutsideItOrSaidToBeNotBuilt)
 {
     const QString web = m_dir.filePath("web");
-    QDir().mkpath(web + "/js");
-    const QList<QPair<QString, QByteArray>> files = {{"index.html", "<!doctype html><p>hello</p>"},
-                                                     {"js/app.js", "export const a = 1;"},
-                                                     {".secret", "hidden"}};
-    for (const auto& file : files) {
-        QFile f(web + QLatin1Char('/') + file.first);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(file.second);
-    }
+    ASSERT_TRUE(QDir().mkpath(web + "/js"));
+    ASSERT_TRUE(writeFile(web + "/index.html", "<!doctype html><p>hello</p>") && writeFile(web + "/js/app.js", "export const a = 1;")
+                && writeFile(web + "/.secret", "hidden"));
+    ASSERT_TRUE(writeFile(m_dir.filePath("outside.txt"), "outside"));
     ASSERT_TRUE(QFile::link(m_dir.filePath("outside.txt"), web + "/inside.txt"));
-    QFile outside(m_dir.filePath("outside.txt"));
-    ASSERT_TRUE(outside.open(QIODevice::WriteOnly));
-    outside.write("outside");
-    outside.close();
     ASSERT_TRUE(m_host.start(dataDir(), {"--web-root", web})) << m_host.errorOutput().toStdString();
     auto client = m_host.client();
     auto index = client->Get("/");
@@ -128,6 +116,26 @@ TEST_F(Startup, TheWebPageIsServedFromItsFolderAndNothingOutsideItOrSaidToBeNotB
     const httplib::Result page = m_host.client()->Get("/");
     ASSERT_TRUE(page);
     EXPECT_NE(page->body.find("not built"), std::string::npos) << "without its folder the root says the page is not built";
+}
+
+TEST_F(Startup, SettingsSetThroughTheApiOrAtStartUpAreInForceAtOnceAndKeptAcrossARestart)
+{
+    const QVariantHash vacuum = {{"type", "bool_"}, {"bool_", true}};
+    const QString nested = m_dir.filePath("a/b/data");  // the host creates what is missing
+    ASSERT_TRUE(start({"--set", "settings:playlists/dbItemsLimit=" + QString::fromStdString(jsonText(i32Value(0)))}, nested));
+    EXPECT_EQ(value("settings:playlists/dbItemsLimit"), i32Value(0));
+    EXPECT_EQ(value("settings:playlists/dbVacuum").value("bool_"), false);
+    QVariantHash answer;
+    ASSERT_EQ(m_host.post("/api/setData", jsonText(QVariantHash{{"path", "settings:playlists/dbVacuum"}, {"value", vacuum}}), &answer), 200);
+    EXPECT_EQ(answer.value("value").toHash(), vacuum);
+    EXPECT_EQ(value("settings:playlists/dbVacuum"), vacuum);
+    ASSERT_EQ(m_host.stop(), 0);
+    EXPECT_TRUE(QFile::exists(nested + "/data-rw/settings.json"));
+
+    ASSERT_TRUE(start({}, nested));  // without the override
+    EXPECT_EQ(value("settings:playlists/dbVacuum"), vacuum);
+    EXPECT_EQ(value("settings:playlists/dbItemsLimit"), i32Value(0));
+    EXPECT_EQ(value("powermanager:target").value("powerTarget").toHash().value("target"), 1);
 }
 
 }  // namespace
