@@ -75,7 +75,9 @@ TEST_F(ControllerTest, OneUnplayableItemRefusesTheWholeAddWhileItemsWithoutRoles
 
 TEST_F(ControllerTest, TheItemsLimitKeepsTheFirstItemsThatFitAndAFullStoreAddsNone)
 {
-    reopenWithLimit(3);
+    controller.reset();
+    reopen(3);
+    controller = std::make_unique<Controller>(nullptr, manager.get());
     const int uid = createPlayList("Full");
     EXPECT_TRUE(send(KeloPlayListPlAddExternalItemsPath(), args({{"plid", uid}, {"items", itemList(tracks(names(5)))}})).ok);
     EXPECT_EQ(store().titles(uid), names(3));
