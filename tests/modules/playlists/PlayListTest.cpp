@@ -159,8 +159,6 @@ TEST_F(PlayListModel, RemovingTheLastEntriesMovesTheIndexOntoTheNewLastSoLaterAd
     EXPECT_EQ(pl->addItems(KeloPlayListAddPosition::Now, tracks({"m"})), 1);
     EXPECT_EQ(store().titles(pl->getUid()), (QStringList{"a", "b", "m", "n"}));
     EXPECT_TRUE(store().gaps().isEmpty());
-    EXPECT_TRUE(pl->moveItems({3}, 0));
-    EXPECT_EQ(titlesOf(pl), (QStringList{"n", "a", "b", "m"}));
 
     EXPECT_EQ(pl->removeItems({0, 1, 2, 3}), 4);
     EXPECT_EQ(pl->getLastSequenceNumber(), -1) << "an empty playlist has no last played entry";
