@@ -155,3 +155,18 @@ TEST_F(FrameworkRouting, ANodeTakesTheRequestsOfItsPathAndDeleteLaterFreesThePat
     EXPECT_EQ(probe->nodes()->find(CMPath("probe:menu")), &successor);
     EXPECT_FALSE(send("probe:menu").hasError());
 }
+
+TEST(FrameworkUINode, AContainerAnswersForThePathAskedWithItsOwnRolesAndOnlyTheRolesAsked)
+{
+    CMContainerNode menu(CMPath("tree:menu"));
+    menu.setTitle(TrString(QStringLiteral("Playlist")));
+    KeloRoles own;
+    own.set(QStringLiteral("extra"), 4);
+    menu.setRoles(own);
+    const KeloRoles roles = menu.getDataRoles({}, {{QStringLiteral("plid"), QStringLiteral("5")}});
+    EXPECT_EQ(roles.title(), QStringLiteral("Playlist"));
+    EXPECT_EQ(roles.path().toEncoded(), QStringLiteral("tree:menu?plid=5"));
+    EXPECT_EQ(roles.type(), KeloRolesType::Container);
+    EXPECT_EQ(roles.get(QStringLiteral("extra")).toInt(), 4);
+    EXPECT_EQ(menu.getDataRoles({KeloRoles::Title(), KeloRoles::Type()}, {}).hash().size(), 2);
+}

@@ -118,6 +118,13 @@ TEST(Enumerations, NamesAndNumbersConvertBothWaysAndUnknownNamesAreInvalid)
     EXPECT_EQ(KeloPowerManagerTarget::fromString("standby"), -1);
 }
 
+// Records travel in queued signals as variants, which compare them as the records compare.
+TEST(RecordTypes, CompareByValueInsideAVariant)
+{
+    EXPECT_EQ(QVariant::fromValue(CMPath("a:b?x=1&y=2")), QVariant::fromValue(CMPath("a:b?y=2&x=1")));
+    EXPECT_NE(QVariant::fromValue(KeloValue::fromI32(1)), QVariant::fromValue(KeloValue::fromI32(2)));
+}
+
 TEST(RecordJsonForms, KeloValuesReadTheirOwnTypeOnlyAndRecogniseMalformedForms)
 {
     const KeloValue i32 = fromJsonText(R"({"type": "i32_", "i32_": 5})");
