@@ -138,7 +138,7 @@ TEST_F(FrameworkRouting, AForwardedRequestIsAnsweredByWhatItWasForwardedTo)
     EXPECT_EQ(dropped.error().Name(), CMError::NoAnswerName());
 }
 
-TEST_F(FrameworkRouting, ANodeTakesTheRequestsOfItsPathAndDeleteLaterFreesThePathAtOnceForASuccessor)
+TEST_F(FrameworkRouting, ANodeTakesTheRequestsOfItsPathAndLeavingFreesItButNeverForItsReplacement)
 {
     probe->onSetData = nullptr;
     QPointer<EchoNode> old = new EchoNode(CMPath("probe:menu?action=cmnode"));
@@ -154,6 +154,16 @@ TEST_F(FrameworkRouting, ANodeTakesTheRequestsOfItsPathAndDeleteLaterFreesThePat
     EXPECT_TRUE(old.isNull());
     EXPECT_EQ(probe->nodes()->find(CMPath("probe:menu")), &successor);
     EXPECT_FALSE(send("probe:menu").hasError());
+
+    auto replaced = std::make_unique<EchoNode>(CMPath("probe:menu"));
+    replaced->setNodes(probe->nodes());
+    replaced.reset();
+    EXPECT_EQ(probe->nodes()->find(CMPath("probe:menu")), nullptr) << "a node that leaves takes its path along";
+    replaced = std::make_unique<EchoNode>(CMPath("probe:menu"));
+    replaced->setNodes(probe->nodes());
+    successor.setNodes(probe->nodes());
+    replaced.reset();
+    EXPECT_EQ(probe->nodes()->find(CMPath("probe:menu")), &successor) << "but not its replacement's";
 }
 
 TEST(FrameworkUINode, AContainerAnswersForThePathAskedWithItsOwnRolesAndOnlyTheRolesAsked)
