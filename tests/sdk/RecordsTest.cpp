@@ -118,6 +118,17 @@ TEST(Enumerations, NamesAndNumbersConvertBothWaysAndUnknownNamesAreInvalid)
     EXPECT_EQ(KeloPowerManagerTarget::fromString("standby"), -1);
 }
 
+TEST(RoleRecords, RowsRolesTakeTheTitleOfTheirRoles)
+{
+    KeloRoles roles;
+    roles.setTitle(QStringLiteral("Queue"));
+    KeloRowsRoles rows;
+    rows.setRoles(roles);
+    EXPECT_EQ(rows.roles(), roles);
+    rows.setRoles(KeloRoles());
+    EXPECT_EQ(rows.title(), "Queue") << "untitled roles keep the title";
+}
+
 // Records travel in queued signals as variants, which compare them as the records compare.
 TEST(RecordTypes, CompareByValueInsideAVariant)
 {
