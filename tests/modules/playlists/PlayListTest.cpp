@@ -123,13 +123,13 @@ TEST_F(PlayListModel, FlagsAnnounceOnlyChangesWhileNamesAnnounceEverySet)
     pl->setShuffle(true);
     pl->setRepeatAll(false);
     pl->setRepeatAll(true);
-    pl->setName(QStringLiteral("Mix"));
-    pl->setName(QStringLiteral("Mix"));
+    pl->setName(QStringLiteral("Blues"));
+    pl->setName(QStringLiteral("Blues"));
 
     EXPECT_EQ(shuffle, QList<QVariantList>{{true}});
     EXPECT_EQ(repeat, QList<QVariantList>{{true}});
     EXPECT_EQ(name.count(), 2);
-    EXPECT_EQ(store().playlistRow(pl->getUid()), QStringLiteral("Mix|1|1|-1"));
+    EXPECT_EQ(store().playlistRow(pl->getUid()), QStringLiteral("Blues|1|1|-1"));
 }
 
 TEST_F(PlayListModel, AnEntryBecomesARoleMapThatPointsBackAtThisModule)
