@@ -138,23 +138,7 @@ TEST_F(FrameworkRouting, AForwardedRequestIsAnsweredByWhatItWasForwardedTo)
     EXPECT_EQ(dropped.error().Name(), CMError::NoAnswerName());
 }
 
-TEST_F(FrameworkRouting, AReplacedNodeIsToldOfAndItsLeavingDoesNotUnregisterItsReplacement)
-{
-    CapturedLog log(KeloLog::FrameworkLogger);
-    auto first = std::make_unique<EchoNode>(CMPath("probe:x"));
-    first->setNodes(probe->nodes());
-    first->setNodes(probe->nodes());
-    EXPECT_TRUE(log.lines().empty()) << "registering a node again replaces nothing";
-    EchoNode second(CMPath("probe:x"));
-    second.setNodes(probe->nodes());
-    ASSERT_EQ(log.lines().size(), 1u);
-    EXPECT_TRUE(log.lines()[0].message.contains(QStringLiteral("replaced")));
-    first.reset();
-    EXPECT_EQ(probe->nodes()->find(CMPath("probe:x")), &second);
-    EXPECT_EQ(probe->nodes()->count(), 1);
-}
-
-TEST_F(FrameworkRouting, ANodeTakesTheRequestsOfItsPathAndDeleteLaterFreesThePathAtOnceForASuccessor)
+TEST_F(FrameworkRouting, ANodeTakesTheRequestsOfItsPathAndLeavingFreesItButNeverForItsReplacement)
 {
     probe->onSetData = nullptr;
     QPointer<EchoNode> old = new EchoNode(CMPath("probe:menu?action=cmnode"));
@@ -170,22 +154,29 @@ TEST_F(FrameworkRouting, ANodeTakesTheRequestsOfItsPathAndDeleteLaterFreesThePat
     EXPECT_TRUE(old.isNull());
     EXPECT_EQ(probe->nodes()->find(CMPath("probe:menu")), &successor);
     EXPECT_FALSE(send("probe:menu").hasError());
+
+    auto replaced = std::make_unique<EchoNode>(CMPath("probe:menu"));
+    replaced->setNodes(probe->nodes());
+    replaced.reset();
+    EXPECT_EQ(probe->nodes()->find(CMPath("probe:menu")), nullptr) << "a node that leaves takes its path along";
+    replaced = std::make_unique<EchoNode>(CMPath("probe:menu"));
+    replaced->setNodes(probe->nodes());
+    successor.setNodes(probe->nodes());
+    replaced.reset();
+    EXPECT_EQ(probe->nodes()->find(CMPath("probe:menu")), &successor) << "but not its replacement's";
 }
 
-TEST(FrameworkUINode, AContainerBuildsItsOwnRolesForTheRequestedPath)
+TEST(FrameworkUINode, AContainerAnswersForThePathAskedWithItsOwnRolesAndOnlyTheRolesAsked)
 {
     CMContainerNode menu(CMPath("tree:menu"));
     menu.setTitle(TrString(QStringLiteral("Playlist")));
-    menu.setContainerType(KeloRolesContainerType::ContextMenu);
     KeloRoles own;
     own.set(QStringLiteral("extra"), 4);
     menu.setRoles(own);
-
     const KeloRoles roles = menu.getDataRoles({}, {{QStringLiteral("plid"), QStringLiteral("5")}});
     EXPECT_EQ(roles.title(), QStringLiteral("Playlist"));
     EXPECT_EQ(roles.path().toEncoded(), QStringLiteral("tree:menu?plid=5"));
-    EXPECT_EQ(roles.type(), 1);
-    EXPECT_EQ(roles.containerType(), 100);
+    EXPECT_EQ(roles.type(), KeloRolesType::Container);
     EXPECT_EQ(roles.get(QStringLiteral("extra")).toInt(), 4);
     EXPECT_EQ(menu.getDataRoles({KeloRoles::Title(), KeloRoles::Type()}, {}).hash().size(), 2);
 }

@@ -1,9 +1,7 @@
 // The records requests, answers and entries travel in: their accessors, JSON forms and names.
-#include <QMetaType>
 #include <cmath>
 #include <gtest/gtest.h>
 
-#include "CMError.h"
 #include "KeloJson.h"
 #include "KeloPlayList.h"
 #include "KeloRoles.h"
@@ -50,17 +48,6 @@ TEST(RecordAccessors, ReadWholeNumbersOfAnyTypeAndGiveTheFallbackForAnythingElse
     EXPECT_FALSE(meta.allowSeekTime());
     EXPECT_FALSE(meta.allowSeekBytes());
     EXPECT_TRUE(KeloRoles(KeloHash({{"value", "text"}})).value().isEmpty());
-}
-
-TEST(ArgumentRecords, ReadTheirJsonFormsWithPathsAsItemsAndAbsentKeysAsFallbacks)
-{
-    const KeloPlayListPlAddItems add(fromJsonText(R"({"plid": 5, "items": ["media:track/12"], "mode": 2, "fromPlid": -1})"));
-    ASSERT_EQ(add.items().size(), 1);
-    EXPECT_EQ(CMPath::fromQVariant(add.items().at(0)), CMPath("media:track/12"));
-    EXPECT_EQ(add.mode(), KeloPlayListAddPosition::Append);
-    EXPECT_EQ(add.fromPlid(), -1);
-    EXPECT_EQ(KeloPlayListClId(fromJsonText("{}")).clid(), -1);
-    EXPECT_FALSE(KeloPlayListPlAddItems(fromJsonText(R"({"plid": 5})")).hasMode());
 }
 
 TEST(ArgumentRecords, ListsLeaveOutElementsOfTheWrongType)
@@ -123,26 +110,6 @@ TEST(PlayListItems, KeepTheirTextsAsUtf8AndCompareByEveryField)
     EXPECT_EQ(KeloPlayListItem(KeloHash(same.hash())), same);
 }
 
-TEST(ArgumentRecords, ModesAreReadAsNumbersOrNamesAndWrittenAsNames)
-{
-    auto shuffle = [](const QVariant& mode) { return KeloPlayListPlSetShuffle(KeloHash({{"mode", mode}})).mode(); };
-    EXPECT_EQ(shuffle(1), KeloPlayListPlShuffleMode::On);
-    EXPECT_EQ(shuffle(1.0), KeloPlayListPlShuffleMode::On);
-    EXPECT_EQ(shuffle("on"), KeloPlayListPlShuffleMode::On);
-    EXPECT_EQ(shuffle("1"), KeloPlayListPlShuffleMode::On);
-    for (const QVariant& bad : {QVariant("shuffle"), QVariant(1.5), QVariant(true), QVariant(), QVariant("")})
-        EXPECT_EQ(shuffle(bad), KeloPlayListPlShuffleMode::Invalid) << qPrintable(bad.toString());
-
-    EXPECT_EQ(KeloPlayListPlSetRepeat(fromJsonText(R"({"plid": 5, "mode": 3})")).mode(), 3);
-
-    KeloPlayListPlAddItems add;
-    add.setMode(KeloPlayListAddPosition::AfterCurrent);
-    EXPECT_EQ(add.get("mode"), QVariant("afterCurrent"));
-    EXPECT_EQ(add.mode(), KeloPlayListAddPosition::AfterCurrent);
-    add.setItems({"media:a", "media:b"});
-    EXPECT_EQ(CMPath::fromQVariant(add.items().value(1)), CMPath("media:b"));
-}
-
 TEST(Enumerations, NamesAndNumbersConvertBothWaysAndUnknownNamesAreInvalid)
 {
     const QStringList playModes{"normal", "shuffle", "repeatOne", "shuffleRepeatOne", "repeatAll", "shuffleRepeatAll"};
@@ -196,11 +163,9 @@ TEST(RoleRecords, TrackFactsReadFromTextAreWhatTheDecodedRolesSay)
         EXPECT_FALSE(KeloRoles::readTrackFacts(declined, &facts)) << declined;
 }
 
-TEST(RecordTypes, AreRegisteredSoThatTheyCrossThreads)
+// Records travel in queued signals as variants, which compare them as the records compare.
+TEST(RecordTypes, CompareByValueInsideAVariant)
 {
-    for (const char* name : {"KeloHash", "KeloValue", "KeloRoles", "KeloRowsRoles", "KeloPlayListItem", "CMPath",
-                             "CMError"})
-        EXPECT_NE(QMetaType::type(name), QMetaType::UnknownType) << name;
     EXPECT_EQ(QVariant::fromValue(CMPath("a:b?x=1&y=2")), QVariant::fromValue(CMPath("a:b?y=2&x=1")));
     EXPECT_NE(QVariant::fromValue(KeloValue::fromI32(1)), QVariant::fromValue(KeloValue::fromI32(2)));
 }
@@ -247,7 +212,7 @@ TEST(RecordJsonForms, RolesKeepEveryKeyIncludingUnknownOnes)
     EXPECT_EQ(roles.get("custom").toHash().value("kept"), QVariant(QVariantList{1, 2}));
 }
 
-TEST(RecordJsonForms, AnActionReplyCarriesItsEventsOnlyWhenThereAreSomeAndAnItemRoundTrips)
+TEST(RecordJsonForms, AnActionReplyCarriesItsEventsOnlyWhenThereAreSome)
 {
     KeloActionReply reply;
     KeloRoles result;
@@ -267,10 +232,4 @@ TEST(RecordJsonForms, AnActionReplyCarriesItsEventsOnlyWhenThereAreSomeAndAnItem
     reply.setEvents({});
     EXPECT_FALSE(reply.contains("events"));
 
-    const KeloPlayListItem item = fromJsonText(R"({"sequenceNumber": 2, "uid": 17, "title": "T", "durationSeconds": 180,
-        "artist": "A", "album": "B", "artworkUrl": "http://x/a.jpg", "genre": "G", "serviceId": "local",
-        "url": "file:///t.flac", "keloRoles": "{\"title\":\"T\",\"type\":3}"})");
-    EXPECT_EQ(item.durationSeconds(), 180);
-    EXPECT_EQ(KeloRoles(KeloHash(KeloJson::parse(item.keloRoles()).toHash())).type(), 3);
-    EXPECT_EQ(KeloPlayListItem(KeloHash(KeloJson::parse(KeloJson::stringify(item.hash())).toHash())), item);
 }

@@ -20,12 +20,6 @@ protected:
         controller.reset();
         ModelTest::TearDown();
     }
-    void reopenWithLimit(int itemsLimit)
-    {
-        controller.reset();
-        reopen(itemsLimit);
-        controller = std::make_unique<Controller>(nullptr, manager.get());
-    }
 
     // Sends value on path and returns the answer as it stands when the controller returned.
     Answer send(const CMPath& path, const QVariant& value)

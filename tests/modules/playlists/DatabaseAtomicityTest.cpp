@@ -116,10 +116,3 @@ TEST_F(DatabaseAtomicity, ACommitThatCannotFinishIsRolledBackAndReported)
     EXPECT_TRUE(db->moveItem(pl, 0, 5));
     EXPECT_EQ(probe->titles(pl.uid), QStringList({"b", "c", "d", "e", "n1", "a"}));
 }
-
-TEST_F(DatabaseAtomicity, AnAddBehindAStaleLastPlayedIndexGoesToTheEnd)
-{
-    pl.lastPlayedIndex = pl.size;  // its entry was removed
-    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::AfterCurrent, tracks({"n"})), 5);
-    EXPECT_TRUE(probe->gaps().isEmpty());
-}

@@ -2,37 +2,6 @@
 
 using namespace pltest;
 
-namespace {
-QString describe(const PlayListRecord& pl)
-{
-    return QStringLiteral("%1|%2|%3|%4|%5").arg(pl.name).arg(pl.shuffle).arg(pl.repeatAll).arg(pl.lastPlayedIndex).arg(pl.size);
-}
-}  // namespace
-
-TEST_F(DatabaseTest, PlayListRowsRoundTripAndListByName)
-{
-    const PlayListRecord created = db->createPlayList(QStringLiteral("zebra"));
-    EXPECT_GT(created.uid, 0);
-    EXPECT_EQ(describe(created), QStringLiteral("zebra|0|0|-1|0"));
-    PlayListRecord other = playlistWith(QStringLiteral("apple"), {"x", "y"});
-    other.shuffle = true;
-    other.lastPlayedIndex = 1;
-    other.name = QStringLiteral("banana");
-    ASSERT_TRUE(db->updatePlayList(other));
-
-    const QList<PlayListRecord> all = db->getPlayLists();
-    ASSERT_EQ(all.size(), 2);
-    EXPECT_EQ(describe(all[0]), QStringLiteral("banana|1|0|1|2"));
-    EXPECT_EQ(all[1].uid, created.uid);
-    EXPECT_EQ(db->countPlaylists(), 2);
-
-    PlayListRecord missing = created;
-    missing.uid = 999;
-    EXPECT_FALSE(db->updatePlayList(missing));
-    EXPECT_FALSE(db->deletePlayList(db->getPlayQueue()));
-    EXPECT_EQ(db->getPlayQueue().uid, 0);
-}
-
 TEST_F(DatabaseTest, ItemsKeepEveryFieldAndAreFoundByUid)
 {
     const PlayListRecord pl = playlistWith(QStringLiteral("p"), {"first"});
@@ -64,7 +33,7 @@ TEST_F(DatabaseTest, ItemsKeepEveryFieldAndAreFoundByUid)
 
 // Where adds land and how removals renumber is compared with a plain list model elsewhere;
 // here are the inputs that model never makes.
-TEST_F(DatabaseTest, AnUnknownAddPositionOnlyFillsAnEmptyListAndABadIndexUndoesTheWholeRemoval)
+TEST_F(DatabaseTest, InputsTheListModelNeverMakesAreRefusedOrLandAtTheEnd)
 {
     const PlayListRecord empty = db->createPlayList(QStringLiteral("empty"));
     EXPECT_EQ(db->addItems(empty, 3, tracks({"x", "y", "z"})), 0);
@@ -76,6 +45,14 @@ TEST_F(DatabaseTest, AnUnknownAddPositionOnlyFillsAnEmptyListAndABadIndexUndoesT
     EXPECT_EQ(db->removeItems(pl, {0, 9}), -1);
     EXPECT_EQ(store().titles(pl.uid), QStringList({"a", "b", "c", "d", "e"}));
     EXPECT_EQ(db->countPlaylistsItems(), 8);
+
+    pl.lastPlayedIndex = pl.size;  // its entry was removed
+    EXPECT_EQ(db->addItems(pl, KeloPlayListAddPosition::AfterCurrent, tracks({"n"})), 5);
+    EXPECT_TRUE(store().gaps().isEmpty());
+    PlayListRecord missing = empty;
+    missing.uid = 999;
+    EXPECT_FALSE(db->updatePlayList(missing));
+    EXPECT_FALSE(db->deletePlayList(db->getPlayQueue()));
 }
 
 TEST_F(DatabaseTest, TheItemsLimitCutsTheListFromTheBack)

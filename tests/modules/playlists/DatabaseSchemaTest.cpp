@@ -19,19 +19,12 @@ QStringList dumpAll()
 }
 }  // namespace
 
-TEST_F(DatabaseTest, AFreshStartMakesTheTablesAndThePlayQueueARestartChangesNothingAndAClearLeavesTheQueue)
+TEST_F(DatabaseTest, AFreshStartMakesThePlayQueueARestartChangesNothingAndAClearLeavesTheQueue)
 {
-    EXPECT_EQ(store().rows(QStringLiteral("SELECT type || ':' || name FROM sqlite_master "
-                                          "WHERE name NOT LIKE 'sqlite_%' ORDER BY name")),
-              QStringList({"table:collections", "table:collections_playlists", "index:itemUrlIndex", "table:items",
-                           "table:playlists", "table:playlists_items"}));
     EXPECT_EQ(store().rows(QStringLiteral("SELECT * FROM playlists")), QStringList({"0|PlayQueue|0|0|-1"}));
-    const PlayListRecord fresh = db->getPlayQueue();
-    EXPECT_EQ(QStringList({fresh.name, QString::number(fresh.uid), QString::number(fresh.lastPlayedIndex)}),
-              QStringList({"PlayQueue", "0", "-1"}));
     EXPECT_TRUE(db->getPlayLists().isEmpty());
 
-    PlayListRecord queue = fresh;
+    PlayListRecord queue = db->getPlayQueue();
     queue.lastPlayedIndex = 1;
     queue.shuffle = true;
     ASSERT_TRUE(db->updatePlayList(queue));
@@ -111,12 +104,6 @@ TEST(Sqlite3Statement, ScopesKeepBoundTextsAliveLeaveNothingBoundAndRefuseMisfit
             EXPECT_FALSE(scope.columnText(1).isNull());  // an empty text binds '', not NULL
         }
         EXPECT_EQ(sqlite3_stmt_busy(echo->handle()), 0);
-
-        auto failing = Sqlite3Statement::create(connection, QStringLiteral("SELECT abs(-9223372036854775807 - 1)"),
-                                                QStringLiteral("overflow"));
-        StatementScope failed(*failing);
-        EXPECT_FALSE(failed.run());
-        EXPECT_FALSE(failed.finish());
 
         auto insert = Sqlite3Statement::create(connection, QStringLiteral("INSERT INTO t VALUES (?1, ?2)"),
                                                QStringLiteral("insert"));

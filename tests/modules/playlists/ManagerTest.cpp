@@ -17,10 +17,11 @@ TEST_F(Manager, EveryStartLoadsThePlaylistsSkipsVanishedMembersAndEmptiesOnlyThe
     CollectionBase* col = manager->createCollection(QStringLiteral("Mix"));
     ASSERT_TRUE(col->addPlayList(zulu));
     const int clid = col->getUid();
-    close();
+    manager.reset();
+    db.reset();
     // A connection without foreign keys can leave a membership of a vanished playlist behind.
     ASSERT_TRUE(store().exec(QStringLiteral("INSERT INTO collections_playlists VALUES(%1, 999);").arg(clid)));
-    open();
+    reopen();
 
     EXPECT_EQ(manager->getPlayQueue()->getSize(), 0);
     EXPECT_EQ(manager->getPlayListByUid(0), manager->getPlayQueue());

@@ -167,25 +167,15 @@ class ModelTest : public DatabaseTest
 protected:
     void SetUp() override
     {
-        ASSERT_TRUE(workDir.isValid());
-        open();
-    }
-    void TearDown() override { close(); }
-
-    void open(int itemsLimit = 0)
-    {
-        DatabaseTest::reopen(itemsLimit);
+        DatabaseTest::SetUp();
         manager = std::make_unique<PlayListManager>(db.get());
     }
-    void close()
-    {
-        manager.reset();
-        db.reset();
-    }
+    void TearDown() override { manager.reset(); }
     void reopen(int itemsLimit = 0)
     {
-        close();
-        open(itemsLimit);
+        manager.reset();
+        DatabaseTest::reopen(itemsLimit);
+        manager = std::make_unique<PlayListManager>(db.get());
     }
 
     // A new playlist holding tracks with these titles.

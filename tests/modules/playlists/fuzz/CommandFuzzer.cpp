@@ -5,7 +5,6 @@
 // must leave its request answered and every playlist's numbering dense.
 #include <QCoreApplication>
 #include <QDir>
-#include <QTemporaryDir>
 #include <cstdio>
 #include <cstdlib>
 #include <log4cplus/logger.h>
@@ -41,13 +40,11 @@ struct Harness
         app = std::make_unique<QCoreApplication>(argc, argv);
         KeloLog::configure();
         log4cplus::Logger::getRoot().setLogLevel(log4cplus::OFF_LOG_LEVEL);
-        const bool tmpfs = QDir(QStringLiteral("/dev/shm")).exists();
-        dir = tmpfs ? std::make_unique<QTemporaryDir>(QStringLiteral("/dev/shm/kelo-fuzz-XXXXXX"))
-                    : std::make_unique<QTemporaryDir>();
         // The store opens its file relative to the working directory; libFuzzer's own paths are
         // relative to the one it was started in, so that one is restored at once.
         const QString started = QDir::currentPath();
-        if (!dir->isValid() || !QDir::setCurrent(dir->path()))
+        dir = std::make_unique<TempWorkDir>();
+        if (!dir->isValid())
             std::abort();
         root = std::make_unique<CMRootWorker>();
         database = std::make_unique<Database>(200, false);
@@ -67,7 +64,7 @@ struct Harness
     }
 
     std::unique_ptr<QCoreApplication> app;
-    std::unique_ptr<QTemporaryDir> dir;
+    std::unique_ptr<TempWorkDir> dir;
     std::unique_ptr<CMRootWorker> root;
     std::unique_ptr<Database> database;
     QString storeFile;
