@@ -1,13 +1,11 @@
 // kelo-host with the module on a fresh data directory, driven over HTTP as a client drives it, for
-// what only the running program shows: many clients at once, a restart, a merge between stored
-// lists, the events stream, and the exact answers of a recorded session.
+// what only the running program shows: a restart, a merge between stored lists, the events stream,
+// and the exact answers of a recorded session. Many threads at once are the worker tests' part.
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
-#include <atomic>
-#include <thread>
 
 #include "EventReader.h"
 #include "HostProcess.h"
@@ -52,33 +50,6 @@ protected:
     HostProcess host;
 };
 }  // namespace
-
-TEST_F(EndToEnd, ManyClientsAtOnceLeaveExactlyTheExpectedRows)
-{
-    constexpr int clients = 8;
-    constexpr int commandsEach = 12;
-    const int shared = createPlayList("Shared");
-    std::atomic<int> failures{0};
-    std::vector<std::thread> threads;
-    for (int c = 0; c < clients; ++c) {
-        threads.emplace_back([this, c, shared, &failures] {
-            for (int m = 0; m < commandsEach; ++m) {
-                const QString name = QStringLiteral("client%1-%2").arg(c).arg(m);
-                failures += createPlayList(name) < 0;
-                const QVariantList external{track(name).hash()};
-                failures += !succeeds("playlists:pl/addexternalitems", QVariantHash{{"plid", shared}, {"items", external}});
-                failures += !add(shared, {QStringLiteral("media:track/%1").arg(m + 1)});
-            }
-        });
-    }
-    for (std::thread& t : threads)
-        t.join();
-
-    EXPECT_EQ(failures.load(), 0);
-    EXPECT_EQ(store().number("SELECT COUNT(*) FROM playlists WHERE name LIKE 'client%'"), clients * commandsEach);
-    EXPECT_EQ(store().titles(shared).size(), 2 * clients * commandsEach);
-    EXPECT_TRUE(store().gaps().isEmpty());
-}
 
 // What each start loads is the model's; here the process ends, and starts again on what it wrote.
 TEST_F(EndToEnd, ARestartKeepsEverythingButThePlayQueue)
