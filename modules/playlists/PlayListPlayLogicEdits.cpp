@@ -100,11 +100,13 @@ void PlayListPlayLogic::on_currentPlayList_itemsRemoved(const QList<int>& indice
     // was told would follow is void.
     nextMediaPrepared = false;
     pendingTrackRoles = KeloRoles();
-    const KeloRoles follower = getTrackAbsolute(lastSeqNum - countBelow(lastSeqNum));
+    KeloRoles follower = getTrackAbsolute(lastSeqNum - countBelow(lastSeqNum));
+    // At the end a repeated list wraps; the flag alone (the player's mode not repeating) finds no
+    // next track, and then playback ends as at any end.
+    if (follower.isEmpty() && currentPlayList->getRepeatAll())
+        follower = getNextTrack();
     if (!follower.isEmpty())
         playPending(follower);
-    else if (currentPlayList->getRepeatAll())
-        playPending(getNextTrack());
     else
         PlayLogicInterface::stop(PlayLogicInterface::playerInstance());
 }

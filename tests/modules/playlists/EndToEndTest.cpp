@@ -1,96 +1,88 @@
-// kelo-host with the module over HTTP, for what only the running program shows: many clients at once,
-// a restart, a merge between stored lists, the events stream, and the exact answers of a recorded session.
+// kelo-host with the module on a fresh data directory, driven over HTTP as a client drives it, for
+// what only the running program shows: a restart, a merge between stored lists, the events stream,
+// and the exact answers of a recorded session. Many threads at once are the worker tests' part.
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <atomic>
-#include <thread>
+#include <QTemporaryDir>
 
-#include "EndToEndSupport.h"
 #include "EventReader.h"
+#include "HostProcess.h"
+#include "PlayListTestSupport.h"
 
 using namespace pltest;
 
-TEST_F(EndToEnd, ManyClientsAtOnceLeaveExactlyTheExpectedRows)
+namespace {
+class EndToEnd : public testing::Test
 {
-    constexpr int clients = 8;
-    constexpr int commandsEach = 12;
-    const int shared = createPlayList("Shared");
-    std::atomic<int> failures{0};
-    std::vector<std::thread> threads;
-    for (int c = 0; c < clients; ++c) {
-        threads.emplace_back([this, c, shared, &failures] {
-            for (int m = 0; m < commandsEach; ++m) {
-                const QString name = QStringLiteral("client%1-%2").arg(c).arg(m);
-                failures += createPlayList(name) < 0;
-                const QVariantList external{track(name).hash()};
-                failures += !succeeds("playlists:pl/addexternalitems", QVariantHash{{"plid", shared}, {"items", external}});
-                failures += !add(shared, {QStringLiteral("media:track/%1").arg(m + 1)});
-            }
-        });
+protected:
+    void SetUp() override { start(); }
+    // A non-zero status is also how the sanitizers report a leak at exit.
+    void TearDown() override { EXPECT_EQ(host.stop(), 0) << "kelo-host did not end cleanly"; }
+    void start()
+    {
+        ASSERT_TRUE(host.start(tmp.filePath("data"), {"--plugin", HostProcess::playlistsModule()}))
+            << "kelo-host did not start: " << host.errorOutput().toStdString();
     }
-    for (std::thread& t : threads)
-        t.join();
 
-    EXPECT_EQ(failures.load(), 0);
-    EXPECT_EQ(store().number("SELECT COUNT(*) FROM playlists WHERE name LIKE 'client%'"), clients * commandsEach);
-    EXPECT_EQ(store().number("SELECT COUNT(DISTINCT uid) FROM playlists WHERE uid > 0"), clients * commandsEach + 1);
-    EXPECT_EQ(store().titles(shared).size(), 2 * clients * commandsEach);
-    EXPECT_TRUE(store().gaps().isEmpty());
-}
+    // The command's result value ({"type": "i32_", "i32_": 7} -> 7); invalid when it failed.
+    QVariant result(const QString& path, const QVariant& value) const
+    {
+        QVariantHash answer;
+        host.post("/api/setData", jsonText(QVariantHash{{"path", path}, {"value", value}}), &answer);
+        const QVariantHash typed = answer.value("value").toHash().value("result").toHash().value("value").toHash();
+        return answer.contains("value") ? typed.value(typed.value("type").toString(), true) : QVariant();
+    }
+    bool succeeds(const QString& path, const QVariant& value) const { return result(path, value).isValid(); }
+    int createPlayList(const QString& name) const
+    {
+        const QVariant plid = result("playlists:pl/create", QVariantHash{{"name", name}});
+        return plid.isValid() ? plid.toInt() : -1;
+    }
+    bool add(int plid, const QStringList& paths) const
+    {
+        return succeeds("playlists:pl/additems", QVariantHash{{"plid", plid}, {"items", paths}});
+    }
+    StoreReader store() const { return StoreReader(tmp.filePath("data/data-rw/playlists/playlists.sqlite")); }
 
+    QTemporaryDir tmp;
+    HostProcess host;
+};
+}  // namespace
+
+// What each start loads is the model's; here the process ends, and starts again on what it wrote.
 TEST_F(EndToEnd, ARestartKeepsEverythingButThePlayQueue)
 {
     const int a = createPlayList("Alpha");
-    const int b = createPlayList("Beta");
     ASSERT_TRUE(add(a, {"media:album/3"}));
-    ASSERT_TRUE(add(b, {"media:track/5", "media:track/4"}));
     ASSERT_TRUE(add(0, {"media:album/4"}));
-    ASSERT_TRUE(succeeds("playlists:pl/moveitems", QVariantHash{{"plid", a}, {"items", QVariantList{0, 1}}, {"to", 5}}));
-    ASSERT_TRUE(succeeds("playlists:pl/setshuffle", QVariantHash{{"plid", b}, {"mode", 1}}));
     ASSERT_TRUE(succeeds("playlists:pl/setrepeat", QVariantHash{{"plid", a}, {"mode", "all"}}));
-    const int clid = result("playlists:cl/create", QVariantHash{{"name", "Both"}}).toInt();
-    ASSERT_TRUE(succeeds("playlists:cl/additem", QVariantHash{{"clid", clid}, {"plid", a}}));
-    const QString playlists = "SELECT uid, name, shuffle, repeatAll FROM playlists WHERE uid > 0 ORDER BY uid";
+    const QString playlists = "SELECT uid, name, shuffle, repeatAll FROM playlists WHERE uid > 0";
     const QStringList before = store().rows(playlists);
-    const QStringList titlesA = store().titles(a);
-    const QStringList titlesB = store().titles(b);
-    EXPECT_FALSE(store().titles(0).isEmpty());
+    const QStringList titles = store().titles(a);
 
     ASSERT_EQ(host.stop(), 0);
     start();
 
     EXPECT_EQ(store().rows(playlists), before);
-    EXPECT_EQ(store().titles(a), titlesA);
-    EXPECT_EQ(store().titles(b), titlesB);
-    EXPECT_EQ(store().rows("SELECT c.name, cp.playlist FROM collections c JOIN collections_playlists cp ON c.uid = cp.collection"),
-              QStringList{QStringLiteral("Both|%1").arg(a)});
     EXPECT_EQ(store().titles(0), QStringList());
-    EXPECT_EQ(store().number("SELECT COUNT(*) FROM items"), titlesA.size() + titlesB.size());
-    // The restarted module works on what it loaded.
     EXPECT_TRUE(succeeds("playlists:pl/removeitems", QVariantHash{{"plid", a}, {"items", QVariantList{0}}}));
-    EXPECT_EQ(store().titles(a), titlesA.mid(1));
+    EXPECT_EQ(store().titles(a), titles.mid(1)) << "the restarted module works on what it loaded";
 }
 
-TEST_F(EndToEnd, AMergeEmptiesTheSourceIntoTheTargetAndRemovesItButNeverItselfOrThePlayQueue)
+// A merge into another list, which removes its source, is in the recorded session.
+TEST_F(EndToEnd, AMergeNeverRemovesItsTargetOrThePlayQueue)
 {
-    const int source = createPlayList("Source");
     const int target = createPlayList("Target");
-    ASSERT_TRUE(add(source, {"media:album/2"}));
-    ASSERT_TRUE(add(target, {"media:track/1"}));
-    const QStringList expected = store().titles(target) + store().titles(source);
-    ASSERT_TRUE(succeeds("playlists:pl/additems", QVariantHash{{"plid", target}, {"fromPlid", source}}));
-    EXPECT_EQ(store().titles(target), expected);
-    EXPECT_EQ(store().playlistRow(source), QString());
-    EXPECT_EQ(store().number("SELECT COUNT(*) FROM items"), expected.size());
-
+    ASSERT_TRUE(add(target, {"media:album/2"}));
+    const QStringList titles = store().titles(target);
     ASSERT_TRUE(succeeds("playlists:pl/additems", QVariantHash{{"plid", target}, {"fromPlid", target}}));
-    EXPECT_EQ(store().titles(target), expected + expected);
+    EXPECT_EQ(store().titles(target), titles + titles);
     ASSERT_TRUE(add(0, {"media:track/9"}));
     ASSERT_TRUE(succeeds("playlists:pl/additems", QVariantHash{{"plid", target}, {"fromPlid", 0}}));
     EXPECT_EQ(store().titles(0).size(), 1);
-    EXPECT_EQ(store().titles(target).size(), 2 * expected.size() + 1);
+    EXPECT_EQ(store().titles(target).size(), 2 * titles.size() + 1);
 }
 
 TEST_F(EndToEnd, EveryEditReachesEveryOpenStreamOnceAndInOrder)
@@ -105,27 +97,14 @@ TEST_F(EndToEnd, EveryEditReachesEveryOpenStreamOnceAndInOrder)
     readers.back()->close();  // gone before the next edits: the host forgets it and serves the others
     readers.pop_back();
     ASSERT_TRUE(add(road, {"media:track/1", "media:track/2", "media:track/3"}));
-    ASSERT_TRUE(succeeds("playlists:pl/moveitems", QVariantHash{{"plid", road}, {"items", QVariantList{2}}, {"to", 0}}));
-    ASSERT_TRUE(succeeds("playlists:pl/setname", QVariantHash{{"plid", road}, {"name", "Road trip"}}));
-    ASSERT_TRUE(succeeds("playlists:pl/setshuffle", QVariantHash{{"plid", road}, {"mode", "on"}}));
     ASSERT_TRUE(succeeds("playlists:pl/delete", QVariantHash{{"plid", road}}));
-    const int marker = result("playlists:cl/create", QVariantHash{{"name", "Marker"}}).toInt();
-    ASSERT_TRUE(succeeds("playlists:cl/setname", QVariantHash{{"clid", marker}, {"name", "Marker 2"}}));  // its events come last
+    ASSERT_TRUE(succeeds("playlists:cl/create", QVariantHash{{"name", "Marker"}}));  // its events come last
 
-    // clang-format off
-    const QStringList expected = {
-        "playlists: reset", "playlists:pl/addtoplaylist reset", "playlists:pl/getlist reset",  // created
-        items + " rows +0,+1,+2",                                                             // filled
-        items + " reset", "playlists:pl/trackcontextmenu reset",                              // moved
-        "playlists: reset", "playlists:pl/contextmenu reset",                                 // renamed
-        "playlists:pl/contextmenu reset",                                                     // shuffled
-        items + " close", "playlists: reset", "playlists:pl/addtoplaylist reset",             // deleted
-        "playlists: reset", "playlists:cl/addtocollection reset",                             // a collection
-        "playlists: reset", "playlists:cl/getitems reset", "playlists:cl/addtocollection reset",
-        "playlists:cl/contextmenu reset"};                                                    // renamed
-    // clang-format on
+    const QStringList expected = {"playlists: reset", "playlists:pl/addtoplaylist reset", "playlists:pl/getlist reset",
+                                  items + " rows +0,+1,+2", items + " close", "playlists: reset",
+                                  "playlists:pl/addtoplaylist reset", "playlists: reset", "playlists:cl/addtocollection reset"};
     for (const auto& reader : readers) {
-        ASSERT_TRUE(reader->waitFor([](const QVariantHash& e) { return e.value("path") == "playlists:cl/contextmenu"; }));
+        ASSERT_TRUE(reader->waitFor([](const QVariantHash& e) { return e.value("path") == "playlists:cl/addtocollection"; }));
         QStringList got;
         for (const QVariantHash& e : reader->events()) {
             const QString path = e.value("path").toString();

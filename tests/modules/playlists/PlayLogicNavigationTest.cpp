@@ -36,7 +36,7 @@ TEST_F(PlayLogicNavigation, ThePlayingListsShuffleFlagIsShownInThePlayModeWithIt
     }
 }
 
-TEST_F(PlayLogicNavigation, PreviousGoesBackEarlyInATrackAndRestartsItLater)
+TEST_F(PlayLogicNavigation, PreviousRestartsATrackPastItsStartAndRepeatOneAnnouncesTheSameTrackButNextMovesOn)
 {
     play(playlist(3), 2);
     start();
@@ -45,6 +45,13 @@ TEST_F(PlayLogicNavigation, PreviousGoesBackEarlyInATrackAndRestartsItLater)
     previous(0);
     EXPECT_EQ(seqOf("play"), 1);
     EXPECT_EQ(playCount(), 3);
+
+    changePlayMode(KeloPlayerPlayMode::RepeatOne);
+    call(PlayLogicWire::PrepareNextMedia(), {{PlayLogicWire::Serial(), 7}});
+    EXPECT_EQ(seqOf("setNextMedia"), 1);
+    EXPECT_EQ(player->last("setNextMedia").value(PlayLogicWire::Serial()), 7);
+    call(PlayLogicWire::Next());
+    EXPECT_EQ(seqOf("play"), 2);
 }
 
 TEST_F(PlayLogicNavigation, AStartedTrackOffersTheControlsOfAPlaylistAndSeeksWhenItAllowsIt)
@@ -54,17 +61,6 @@ TEST_F(PlayLogicNavigation, AStartedTrackOffersTheControlsOfAPlaylistAndSeeksWhe
     const KeloPlayLogicControls controls = logic->data().controls();
     EXPECT_TRUE(controls.pause() && controls.next() && controls.previous() && controls.seekTime());
     EXPECT_TRUE(controls.playModes().shuffle() && controls.playModes().repeatAll());
-}
-
-TEST_F(PlayLogicNavigation, RepeatOneAnnouncesTheSameTrackButNextMovesOn)
-{
-    play(playlist(3), 1);
-    changePlayMode(KeloPlayerPlayMode::RepeatOne);
-    call(PlayLogicWire::PrepareNextMedia(), {{PlayLogicWire::Serial(), 7}});
-    EXPECT_EQ(seqOf("setNextMedia"), 1);
-    EXPECT_EQ(player->last("setNextMedia").value(PlayLogicWire::Serial()), 7);
-    call(PlayLogicWire::Next());
-    EXPECT_EQ(seqOf("play"), 2);
 }
 
 TEST_F(PlayLogicNavigation, EntriesWithoutResourcesAreSkippedInListOrderEvenUnderShuffle)

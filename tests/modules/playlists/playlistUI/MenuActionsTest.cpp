@@ -80,11 +80,10 @@ TEST_F(MenuActions, EachEntrySendsItsCommandAndTheCommandAnswers)
 
 TEST_F(MenuActions, ActionsANodeDoesNotKnowSendNothing)
 {
-    for (const char* path :
-         {"playlists:?action=createpl", "playlists:pl/contextmenu?action=playPl&plid=5",
-          "playlists:pq/contextmenu?action=play&plid=0", "playlists:pl/trackcontextmenu?action=cmnode",
-          "playlists:pl/addtoplaylist?action=cmnode", "playlists:cl/addtocollection?action=cmnode",
-          "playlists:cl/contextmenu?action=delPL&clid=3"}) {
+    for (const char* path : {"playlists:?action=createpl", "playlists:pl/contextmenu?action=playPl&plid=5",
+                             "playlists:pq/contextmenu?action=play&plid=0", "playlists:cl/contextmenu?action=delPL&clid=3",
+                             "playlists:pl/trackcontextmenu?action=cmnode", "playlists:pl/addtoplaylist?action=cmnode",
+                             "playlists:cl/addtocollection?action=cmnode"}) {
         bool taken = true;
         send(path, {}, &taken);
         EXPECT_FALSE(taken) << path;
@@ -105,23 +104,17 @@ TEST_F(MenuActions, DeletingAPlayListLeavesItsMenuOrPassesTheError)
     EXPECT_EQ(reply.error().Message(), recorder->error.Message());
 }
 
-// A menu request is answered by the command it became, when that answers: later, or with a timeout
-// when it never does.
-TEST_F(MenuActions, AMenuRequestGetsItsCommandsLateAnswerOrATimeout)
+// A menu request whose command never answers gets a timeout.
+TEST_F(MenuActions, AMenuRequestWhoseCommandNeverAnswersTimesOut)
 {
     recorder->answerLater = true;
-    const QString add = "playlists:pl/selectaddmode?fromplid=3&itemid=playlists:item/12&plid=0&mode=2";
-    const CMVoidReply answered = send(add);
-    EXPECT_FALSE(answered.isFinished()) << "the menu request is dropped by its sender, not by the command";
-    ASSERT_EQ(recorder->held.size(), 1u);
-    recorder->held.front().reply().setValue(QStringLiteral("added"));
-    EXPECT_EQ(answered.variant(), QVariant(QStringLiteral("added")));
-
     const int saved = ReplyTimeout::ms;
     ReplyTimeout::ms = 50;
-    for (const QString& path : {QStringLiteral("playlists:pl/contextmenu?action=delPL&plid=5"), add}) {
+    for (const char* path : {"playlists:pl/contextmenu?action=delPL&plid=5",
+                             "playlists:pl/selectaddmode?fromplid=3&itemid=playlists:item/12&plid=0&mode=2"}) {
         const CMVoidReply reply = send(path);
-        EXPECT_TRUE(QTest::qWaitFor([&] { return reply.isFinished(); }, 5000)) << path.toStdString();
+        EXPECT_FALSE(reply.isFinished()) << path;
+        EXPECT_TRUE(QTest::qWaitFor([&] { return reply.isFinished(); }, 5000)) << path;
         EXPECT_EQ(reply.error().Name(), CMError::TimeoutName());
     }
     ReplyTimeout::ms = saved;

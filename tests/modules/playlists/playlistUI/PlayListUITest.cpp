@@ -45,15 +45,9 @@ TEST_F(PlayListUITest, ItemsNodesComeAndGoWithTheirPlayListsAndAReusedUidKeepsIt
     PlayListBase* mix = manager->createPlayList("Mix");
     const int mixUid = mix->getUid();
     const QString items = "playlists:pl/getitems/" + uid(mix);
-    CMNode* node = registry.find(CMPath(items));
-    ASSERT_NE(node, nullptr) << "registered at once";
+    ASSERT_NE(registry.find(CMPath(items)), nullptr) << "registered at once";
     EXPECT_EQ(published(),
               (QStringList{"playlists: reset", "playlists:pl/addtoplaylist reset", "playlists:pl/getlist reset"}));
-    mix->addItems(KeloPlayListAddPosition::Append, {track("x")});
-    CMGetRowsRequest request(CMPath(items), 0, 9);
-    ASSERT_TRUE(node->getRowsRequest(request));
-    EXPECT_EQ(request.reply().value().rowsCount(), 1);
-    published();
 
     ASSERT_TRUE(manager->deletePlayList(mix));
     EXPECT_EQ(registry.find(CMPath(items)), nullptr);
@@ -62,9 +56,6 @@ TEST_F(PlayListUITest, ItemsNodesComeAndGoWithTheirPlayListsAndAReusedUidKeepsIt
                                         "playlists: reset", "playlists:pl/addtoplaylist reset", "playlists:pl/getlist reset"}))
         << "the playlist list is not reset on a deletion";
     EXPECT_NE(registry.find(CMPath(items)), nullptr) << "the new playlist's items node stays";
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    EXPECT_TRUE(published().isEmpty());
-    EXPECT_NE(registry.find(CMPath(items)), nullptr);
 
     ui->on_playlist_delete(0);
     EXPECT_NE(registry.find(CMPath("playlists:pq/getitems")), nullptr) << "the play queue keeps its watcher";
