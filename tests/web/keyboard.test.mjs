@@ -38,13 +38,6 @@ async function chooseInMenu(title) {
 }
 
 describe('keyboard only', () => {
-  test('"?" lists the keys and Escape closes the list', async () => {
-    await key('?');
-    assert.match(await page.locator('#help[open]').textContent(), /Alt\+↑ ↓/);
-    await key('Escape');
-    await page.locator('#help:not([open])').waitFor({ state: 'attached' });
-  });
-
   test('a playlist is created through its input row, which refuses an empty name, and filled through the add menus', async () => {
     const before = await host.titles('playlists:');
     await key('1');

@@ -23,7 +23,7 @@ const t = (...indices) => indices.map((i) => tracks[i].title);
 const showsOrder = (page, expected) => untilEqual(() => shownTitles(page, 'playlists'), expected, `order ${expected}`);
 
 describe('two windows', () => {
-  test('a move and a removal by keys in one window show in the other, whose selection stays on its track', async () => {
+  test('a move, a removal and an undo by keys in one window, and tracks added elsewhere, show in the other, whose selection stays on its track', async () => {
     await row(second, 'playlists', tracks[3].title).click();
     await row(first, 'playlists', tracks[0].title).click();
     await untilEqual(() => selectedTitles(first), t(0));
@@ -44,9 +44,7 @@ describe('two windows', () => {
     await first.keyboard.press('Control+z');
     await showsOrder(second, t(1, 0, 2, 3, 4, 5));
     assert.deepEqual(await selectedTitles(second), t(3));
-  });
-
-  test('tracks added elsewhere are inserted where the module says', async () => {
+    // Tracks added elsewhere are inserted where the module says.
     await host.addByPath(plid, [tracks[0].path]);
     for (const page of [first, second]) await showsOrder(page, [...t(1, 0, 2, 3, 4, 5), tracks[0].title]);
   });

@@ -42,9 +42,10 @@ for (const [size, viewport] of [['laptop', LAPTOP], ['phone', PHONE]]) {
     await shot('add-menu');
     await page.keyboard.press('Escape');
     await page.keyboard.press('?');
-    await page.locator('#help[open]').waitFor();
+    assert.match(await page.locator('#help[open]').textContent(), /Alt\+↑ ↓/);
     await shot('keys');
     await page.keyboard.press('Escape');
+    await page.locator('#help:not([open])').waitFor({ state: 'attached' });
 
     if (size === 'phone') await page.getByRole('tab', { name: 'Playlists' }).click();
     await openChain(page, 'playlists', ['Morning coffee']);
