@@ -33,7 +33,7 @@ const sent = (path) => commands.filter((c) => c.path === path);
 
 async function waitForOrder(expected) {
   await untilEqual(titles, expected, `order ${expected}`);
-  await untilEqual(() => shownTitles(page, 'playlists'), expected, 'the page to show the new order');
+  await untilEqual(() => shownTitles(page), expected, 'the page to show the new order');
 }
 
 /** Drags the handle of track `from` onto the top (or the bottom) of track `onto`. */
@@ -91,9 +91,9 @@ test('deleting an open playlist closes its menu and view, and undo brings back i
   await page.keyboard.press('Control+z');
   await toast(page, `Brought back Edit ${name}`).waitFor();
   await row(page, 'playlists', `Edit ${name}`).waitFor();
-  const back = (await host.rows('playlists:')).rows.find((r) => r.title === `Edit ${name}`);
+  const back = (await host.rows('playlists:')).find((r) => r.title === `Edit ${name}`);
   plid = Number(back.path.split('/').pop());
   assert.deepEqual(await titles(), t(0, 1, 2, 3, 4, 5, 6, 7));
-  const shuffle = (await host.rows(back.context.path)).rows.find((r) => r.title === 'Set shuffle mode');
+  const shuffle = (await host.rows(back.context.path)).find((r) => r.title === 'Set shuffle mode');
   assert.equal(shuffle.value.bool_, true);
 });

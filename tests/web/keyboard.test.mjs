@@ -50,7 +50,7 @@ describe('keyboard only', () => {
     await page.keyboard.type('By keys');
     await key('Enter');
     await focuses('playlists', 'By keys');
-    plid = (await host.rows('playlists:')).rows.find((r) => r.title === 'By keys').path.split('/').pop();
+    plid = (await host.rows('playlists:')).find((r) => r.title === 'By keys').path.split('/').pop();
 
     await key('2');
     await arrowTo('library', media.chain[0]);

@@ -20,7 +20,7 @@ const { host, open } = useHostAndBrowser({ setUp: async () => {
 } });
 
 const t = (...indices) => indices.map((i) => tracks[i].title);
-const showsOrder = (page, expected) => untilEqual(() => shownTitles(page, 'playlists'), expected, `order ${expected}`);
+const showsOrder = (page, expected) => untilEqual(() => shownTitles(page), expected, `order ${expected}`);
 
 describe('two windows', () => {
   test('a move, a removal and an undo by keys in one window, and tracks added elsewhere, show in the other, whose selection stays on its track', async () => {

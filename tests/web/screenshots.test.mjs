@@ -3,8 +3,13 @@
 // smaller than a finger.
 import { test } from 'node:test';
 import assert from 'node:assert/strict';
-import { useHostAndBrowser, row, menu, menuItem, openChain, screenshot, until, viewMenuButton, LAPTOP, PHONE } from './lib/browser.mjs';
+import { mkdirSync } from 'node:fs';
+import path from 'node:path';
+import { repoRoot } from './lib/host.mjs';
+import { useHostAndBrowser, row, menu, menuItem, openChain, until, viewMenuButton, LAPTOP, PHONE } from './lib/browser.mjs';
 
+const shots = path.join(repoRoot, 'test-output', 'screenshots');
+mkdirSync(shots, { recursive: true });
 let media;
 const { host, open } = useHostAndBrowser({ setUp: async () => {
   media = await host.mediaTracks(14);
@@ -23,7 +28,7 @@ const smallTargets = (page) => page.evaluate(() => [...document.querySelectorAll
 
 for (const [size, viewport] of [['laptop', LAPTOP], ['phone', PHONE]]) {
   test(`on a ${size}: the playlists, the library with its add menu, the keys, and a playlist with its menus`, async () => {
-    const shot = (name) => screenshot(page, `${name}-${size}.png`);
+    const shot = (name) => page.screenshot({ path: path.join(shots, `${name}-${size}.png`) });
     const page = await open(viewport);
     await page.locator('.np-title', { hasText: media.tracks[1].title }).waitFor();
     await shot('playlists');
