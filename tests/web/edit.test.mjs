@@ -1,4 +1,4 @@
-// Editing a playlist in place: reorder by dragging, by keys and to a position; select
+// Editing a playlist in place: reorder by dragging and to a position; select
 // several and remove them with one command; undo removal, clearing and deleting.
 import { test, beforeEach } from 'node:test';
 import assert from 'node:assert/strict';
@@ -63,7 +63,7 @@ test('dragging by the handle moves a track with one command, and a selection in 
   await waitForOrder(t(0, 6, 7, 5, 3, 4, 1, 2));
 });
 
-test('click, shift-click and ctrl-click select; Delete removes them with one command; clearing from the list menu; Undo puts each back', async () => {
+test('click, shift-click and ctrl-click select; Delete removes them with one command; clearing and deleting from the list menu; Undo puts each back', async () => {
   await row(page, 'playlists', tracks[1].title).click();
   await row(page, 'playlists', tracks[3].title).click({ modifiers: ['Shift'] });
   await row(page, 'playlists', tracks[6].title).click({ modifiers: ['Control'] });
@@ -79,9 +79,8 @@ test('click, shift-click and ctrl-click select; Delete removes them with one com
   await untilEqual(titles, [], 'the playlist to be cleared');
   await toast(page, 'Cleared').getByRole('button', { name: 'Undo' }).click();
   await waitForOrder(t(0, 1, 2, 3, 4, 5, 6, 7));
-});
 
-test('deleting an open playlist closes its menu and view, and undo brings back its tracks and shuffle switch', async () => {
+  // Deleting the open playlist closes its menu and view; undo brings back its tracks and shuffle switch.
   await host.command('playlists:pl/setshuffle', { plid, mode: 1 });
   await viewMenuButton(page).click();
   await menuItem(page, 'Delete playlist').click();

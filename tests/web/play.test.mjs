@@ -20,7 +20,7 @@ const showsPlaying = async (title) => {
   await untilEqual(() => page.locator('#pane-playlists [role="option"].playing .title').allTextContents(), [title], 'the row to be marked');
 };
 
-test('a double-clicked track plays within its playlist, and the bar\'s next, pause and shuffle drive the player', async () => {
+test('a double-clicked track plays within its playlist, the bar\'s next, pause and shuffle drive the player, and "j" jumps to what plays', async () => {
   await row(page, 'playlists', tracks[1].title).dblclick();
   await showsPlaying(tracks[1].title);
   assert.match((await host.playerState()).containerRoles.path, /^playlists:pl\/getitems\/\d+$/);
@@ -34,9 +34,8 @@ test('a double-clicked track plays within its playlist, and the bar\'s next, pau
   await shuffle.click();
   await player((s) => s.playMode % 2 === 1, 'shuffle on');
   await untilEqual(() => shuffle.getAttribute('aria-pressed'), 'true', 'the button to show it');
-});
 
-test('one key jumps from anywhere to the playing track', async () => {
+  // One key jumps from anywhere to the playing track.
   await page.locator('#pane-playlists .crumb').first().click();
   await page.keyboard.press('j');
   await viewTitle(page, 'Listen').waitFor();

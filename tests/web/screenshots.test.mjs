@@ -62,10 +62,6 @@ for (const [size, viewport] of [['laptop', LAPTOP], ['phone', PHONE]]) {
     await page.emulateMedia({ colorScheme: 'dark' });
     await shot('playlist-dark');
     await page.emulateMedia({ colorScheme: 'light' });
-    await row(page, 'playlists', media.tracks[5].title).click({ button: 'right' });
-    await menu(page).waitFor();
-    await shot('track-menu');
-    await page.keyboard.press('Escape');
     await viewMenuButton(page).click();
     await menu(page).locator('[role="menuitemcheckbox"]').first().waitFor();
     await shot('playlist-menu');

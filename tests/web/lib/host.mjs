@@ -44,8 +44,7 @@ export class Host {
     const exited = new Promise((resolve) => this.child.once('exit', resolve));
     this.child.kill('SIGTERM');
     const timer = setTimeout(() => this.child.kill('SIGKILL'), 10000);
-    await exited;
-    clearTimeout(timer);
+    await exited.finally(() => clearTimeout(timer));
   }
 
   async close() {
@@ -59,13 +58,11 @@ export class Host {
   }
 
   /** The rows of a node (with only these roles when given); [] when it has none. */
-  async rows(path, roles) {
-    return (await this.api('getRows', { path, fromRow: 0, toRow: 9999, ...(roles && { roles }) })).rows ?? [];
+  rows(path, roles) {
+    return this.api('getRows', { path, fromRow: 0, toRow: 9999, ...(roles && { roles }) }).then((answer) => answer.rows ?? []);
   }
 
-  async titles(path) {
-    return (await this.rows(path, ['title'])).map((row) => row.title);
-  }
+  titles(path) { return this.rows(path, ['title']).then((rows) => rows.map((row) => row.title)); }
 
   /** Sends a command that must succeed, and answers its result. */
   async command(path, value) {
@@ -74,9 +71,7 @@ export class Host {
     return answer.value?.result?.value;
   }
 
-  async playerState() {
-    return (await this.api('getData', { path: 'player:state' })).value;
-  }
+  playerState() { return this.api('getData', { path: 'player:state' }).then((answer) => answer.value); }
 
   /** Creates a playlist, with these media paths in it when given, and answers its id. */
   async createPlaylist(name, paths = []) {
