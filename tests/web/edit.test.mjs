@@ -4,10 +4,7 @@ import { test, beforeEach } from 'node:test';
 import assert from 'node:assert/strict';
 import { useHostAndBrowser, row, menu, menuItem, openChain, toast, viewTitle, viewMenuButton, selectedTitles, until, untilEqual, shownTitles } from './lib/browser.mjs';
 
-let tracks;
-let page;
-let plid;
-let commands;
+let tracks, page, plid, commands;
 let name = 0;
 const { host, open } = useHostAndBrowser({ setUp: async () => {
   tracks = (await host.mediaTracks(8, { distinct: true })).tracks;

@@ -16,7 +16,6 @@ test('importing: a picked file becomes a playlist that opens, with a note of wha
   await (await chooser).setFiles({ name: 'Road Trip.m3u8', mimeType: 'audio/x-mpegurl', buffer: Buffer.from(M3U) });
   await viewTitle(page, 'Road Trip').waitFor();
   await row(page, 'playlists', 'Night Call').waitFor();
-  assert.equal(await rows(page, 'playlists').count(), 2);
   const note = toast(page, 'Imported “Road Trip”');
   await note.waitFor();
   assert.match(await note.textContent(), /2 entries added\. 1 not found \(line 4: Nowhere\/Song\.mp3\)/);

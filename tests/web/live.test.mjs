@@ -4,10 +4,7 @@ import { test } from 'node:test';
 import assert from 'node:assert/strict';
 import { useHostAndBrowser, row, openChain, toast, until, untilEqual, shownTitles, selectedTitles } from './lib/browser.mjs';
 
-let first;
-let second;
-let tracks;
-let plid;
+let first, second, tracks, plid;
 const { host, open } = useHostAndBrowser({ setUp: async () => {
   tracks = (await host.mediaTracks(6, { distinct: true })).tracks;
   plid = await host.createPlaylist('Shared', tracks.map((t) => t.path));

@@ -1,10 +1,11 @@
 // The page's pure logic, run in node: the move planner against the module's move rules,
-// the restore plan of an undo, the row cache under inserts and resets, paths.
+// the restore plan of an undo, the row cache under inserts and resets, paths, play modes.
 import { test, describe } from 'node:test';
 import assert from 'node:assert/strict';
 import { planMove, planRestore } from '../../web/js/moveplan.js';
 import { ListModel, rowKey } from '../../web/js/listmodel.js';
 import { parsePath, playlistIdOf, eventCovers, eventCloses, buildPath } from '../../web/js/paths.js';
+import { playMode, splitPlayMode } from '../../web/js/player.js';
 
 /** The module's move command: validation, then single moves in its documented order. */
 function moveCommand(list, { items, to }) {
@@ -97,4 +98,12 @@ test('paths: parameters are read decoded in any order, a playlist id comes from 
     [eventCovers, 'playlists:pl/contextmenu', sub, true], [eventCovers, 'playlists:', mine, true], [eventCovers, 'playlists:pl/getitems/3', 'playlists:pl/getitems/4', false],
     [eventCloses, mine, mine, true], [eventCloses, 'playlists:pl/contextmenu', sub, true], [eventCloses, mine, other, false],
   ]) assert.equal(!!fn(event, view), expected, `${fn.name}(${event}, ${view})`);
+});
+
+test('play modes: shuffle and repeat map onto the player mode numbers and back', () => {
+  const table = { normal: [false, 0], shuffle: [true, 0], repeatOne: [false, 1], shuffleRepeatOne: [true, 1], repeatAll: [false, 2], shuffleRepeatAll: [true, 2] };
+  Object.entries(table).forEach(([name, [shuffle, repeat]], n) => {
+    assert.equal(playMode(shuffle, repeat), n);
+    assert.deepEqual([splitPlayMode(n), splitPlayMode(name)], [{ shuffle, repeat }, { shuffle, repeat }]);
+  });
 });

@@ -32,9 +32,8 @@ export class Browser {
     await page.goto(url);
     // Polled from node: the page's Content-Security-Policy refuses the eval that waitForFunction
     // needs once it has to poll inside the page.
-    await until(() => page.evaluate(() => !!window.keloApp && document.querySelectorAll('#pane-playlists [role="option"]').length > 0), {
-      message: 'the page shows its playlists',
-    });
+    const ready = () => page.evaluate(() => !!window.keloApp && document.querySelectorAll('#pane-playlists [role="option"]').length > 0);
+    await until(ready, { message: 'the page shows its playlists' });
     return page;
   }
 
