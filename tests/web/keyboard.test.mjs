@@ -2,9 +2,9 @@
 // the add menus, rename it through the menu key and in place. (Moving, removing and undoing by
 // keys are in the live views' tests.)
 // No mouse event is sent in this file.
-import { test, describe } from 'node:test';
+import { test } from 'node:test';
 import assert from 'node:assert/strict';
-import { useHostAndBrowser, menu, until, focusedTitle } from './lib/browser.mjs';
+import { useHostAndBrowser, menu, toast, until, focusedTitle } from './lib/browser.mjs';
 
 let page;
 let media;
@@ -16,85 +16,68 @@ const { host, open } = useHostAndBrowser({ setUp: async () => {
 
 const focuses = (pane, title) => until(async () => (await focusedTitle(page, pane)) === title, { message: `focus on ${title}` });
 const key = (k) => page.keyboard.press(k);
-const playlist = () => host.titles(`playlists:pl/getitems/${plid}`);
 
-/** Presses `k` until the focused row of `pane` has this title. */
-async function arrowTo(pane, title, k = 'ArrowDown') {
+/** Presses the down arrow until `reached()` holds. */
+async function pressUntil(reached, what) {
   for (let i = 0; i < 60; i++) {
-    if ((await focusedTitle(page, pane).catch(() => '')) === title) return;
-    await key(k);
+    if (await reached()) return;
+    await key('ArrowDown');
   }
-  throw new Error(`never reached ${title}`);
+  throw new Error(`never reached ${what}`);
 }
-
+const arrowTo = (pane, title) => pressUntil(async () => (await focusedTitle(page, pane).catch(() => '')) === title, title);
 /** Moves focus in the open menu to the entry with this text and presses Enter. */
 async function chooseInMenu(title) {
   await menu(page).waitFor();
-  for (let i = 0; i < 20; i++) {
-    if ((await page.evaluate(() => document.activeElement?.textContent?.trim())) === title) return key('Enter');
-    await key('ArrowDown');
-  }
-  throw new Error(`no menu entry ${title}`);
+  await pressUntil(async () => (await page.evaluate(() => document.activeElement?.textContent?.trim())) === title, `menu entry ${title}`);
+  await key('Enter');
 }
 
-describe('keyboard only', () => {
-  test('"?" lists the keys and Escape closes the list', async () => {
-    await key('?');
-    assert.match(await page.locator('#help[open]').textContent(), /Alt\+↑ ↓/);
-    await key('Escape');
-    await page.locator('#help:not([open])').waitFor({ state: 'attached' });
-  });
+test('a playlist is created through its input row and filled through the add menus, each add noting its position', async () => {
+  await key('1');
+  await arrowTo('playlists', 'Create New Playlist');
+  await key('Enter');
+  await page.keyboard.type('By keys');
+  await key('Enter');
+  await focuses('playlists', 'By keys');
+  plid = (await host.rows('playlists:')).find((r) => r.title === 'By keys').path.split('/').pop();
 
-  test('a playlist is created through its input row, which refuses an empty name, and filled through the add menus', async () => {
-    const before = await host.titles('playlists:');
-    await key('1');
-    await arrowTo('playlists', 'Create New Playlist');
+  await key('2');
+  await arrowTo('library', media.chain[0]);
+  await key('Enter');
+  for (const [i, track] of media.tracks.entries()) {
+    await arrowTo('library', track.title);
     await key('Enter');
-    await key('Enter');
-    await page.locator('.toast.error', { hasText: 'non-empty' }).waitFor();
-    assert.deepEqual(await host.titles('playlists:'), before, 'nothing was created');
-    await key('Enter');
-    await page.keyboard.type('By keys');
-    await key('Enter');
-    await focuses('playlists', 'By keys');
-    plid = (await host.rows('playlists:')).rows.find((r) => r.title === 'By keys').path.split('/').pop();
+    for (const entry of ['Add to playlist', 'By keys', 'Append']) await chooseInMenu(entry);
+    await toast(page, `Added “${track.title}” to By keys at position ${i + 1}.`).waitFor();
+    await until(async () => (await menu(page).count()) === 0, { message: 'the menu to close' });
+  }
+  assert.deepEqual(await host.titles(`playlists:pl/getitems/${plid}`), media.tracks.map((t) => t.title));
+});
 
-    await key('2');
-    await arrowTo('library', media.chain[0]);
-    await key('Enter');
-    for (const track of media.tracks) {
-      await arrowTo('library', track.title);
-      await key('Enter');
-      for (const entry of ['Add to playlist', 'By keys', 'Append']) await chooseInMenu(entry);
-      await until(async () => (await menu(page).count()) === 0, { message: 'the menu to close' });
-    }
-    assert.deepEqual(await playlist(), media.tracks.map((t) => t.title));
-  });
+test('a playlist is renamed in the menu the menu key opens, which stays open, and in place by F2', async () => {
+  await key('1');
+  await focuses('playlists', 'By keys');
+  await key('Shift+F10');
+  // Tab goes from the focused first entry to the rename field only once the menu's rows are in.
+  await menu(page).locator('input').first().waitFor();
+  await key('Tab');
+  await until(async () => page.evaluate(() => document.activeElement?.tagName === 'INPUT'), { message: 'the rename field' });
+  await key('Control+a');
+  await page.keyboard.type('Keyed');
+  await key('Enter');
+  await menu(page).locator('.menu-msg.ok').waitFor();
+  assert.ok((await host.titles('playlists:')).includes('Keyed'));
+  await key('Escape');
+  assert.equal(await menu(page).count(), 0);
+  await focuses('playlists', 'Keyed');
 
-  test('a playlist is renamed in the menu the menu key opens, which stays open, and in place by F2', async () => {
-    await key('1');
-    await focuses('playlists', 'By keys');
-    await key('Shift+F10');
-    // Tab goes from the focused first entry to the rename field only once the menu's rows are in.
-    await menu(page).locator('input').first().waitFor();
-    await key('Tab');
-    await until(async () => page.evaluate(() => document.activeElement?.tagName === 'INPUT'), { message: 'the rename field' });
-    await key('Control+a');
-    await page.keyboard.type('Keyed');
-    await key('Enter');
-    await menu(page).locator('.menu-msg.ok').waitFor();
-    assert.ok((await host.titles('playlists:')).includes('Keyed'));
-    await key('Escape');
-    assert.equal(await menu(page).count(), 0);
-    await focuses('playlists', 'Keyed');
-
-    await key('F2');
-    const field = page.locator('#pane-playlists .inline-edit input');
-    assert.equal(await field.inputValue(), 'Keyed');
-    await key('Control+a');
-    await page.keyboard.type('Typed');
-    await key('Enter');
-    await focuses('playlists', 'Typed');
-    assert.ok((await host.titles('playlists:')).includes('Typed'));
-  });
+  await key('F2');
+  const field = page.locator('#pane-playlists .inline-edit input');
+  assert.equal(await field.inputValue(), 'Keyed');
+  await key('Control+a');
+  await page.keyboard.type('Typed');
+  await key('Enter');
+  await focuses('playlists', 'Typed');
+  assert.ok((await host.titles('playlists:')).includes('Typed'));
 });

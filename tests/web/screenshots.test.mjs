@@ -3,8 +3,13 @@
 // smaller than a finger.
 import { test } from 'node:test';
 import assert from 'node:assert/strict';
-import { useHostAndBrowser, row, menu, menuItem, openChain, screenshot, until, viewMenuButton, LAPTOP, PHONE } from './lib/browser.mjs';
+import { mkdirSync } from 'node:fs';
+import path from 'node:path';
+import { repoRoot } from './lib/host.mjs';
+import { useHostAndBrowser, row, menu, menuItem, openChain, until, viewMenuButton, LAPTOP, PHONE } from './lib/browser.mjs';
 
+const shots = path.join(repoRoot, 'test-output', 'screenshots');
+mkdirSync(shots, { recursive: true });
 let media;
 const { host, open } = useHostAndBrowser({ setUp: async () => {
   media = await host.mediaTracks(14);
@@ -23,7 +28,7 @@ const smallTargets = (page) => page.evaluate(() => [...document.querySelectorAll
 
 for (const [size, viewport] of [['laptop', LAPTOP], ['phone', PHONE]]) {
   test(`on a ${size}: the playlists, the library with its add menu, the keys, and a playlist with its menus`, async () => {
-    const shot = (name) => screenshot(page, `${name}-${size}.png`);
+    const shot = (name) => page.screenshot({ path: path.join(shots, `${name}-${size}.png`) });
     const page = await open(viewport);
     await page.locator('.np-title', { hasText: media.tracks[1].title }).waitFor();
     await shot('playlists');
@@ -42,9 +47,10 @@ for (const [size, viewport] of [['laptop', LAPTOP], ['phone', PHONE]]) {
     await shot('add-menu');
     await page.keyboard.press('Escape');
     await page.keyboard.press('?');
-    await page.locator('#help[open]').waitFor();
+    assert.match(await page.locator('#help[open]').textContent(), /Alt\+↑ ↓/);
     await shot('keys');
     await page.keyboard.press('Escape');
+    await page.locator('#help:not([open])').waitFor({ state: 'attached' });
 
     if (size === 'phone') await page.getByRole('tab', { name: 'Playlists' }).click();
     await openChain(page, 'playlists', ['Morning coffee']);
@@ -56,10 +62,6 @@ for (const [size, viewport] of [['laptop', LAPTOP], ['phone', PHONE]]) {
     await page.emulateMedia({ colorScheme: 'dark' });
     await shot('playlist-dark');
     await page.emulateMedia({ colorScheme: 'light' });
-    await row(page, 'playlists', media.tracks[5].title).click({ button: 'right' });
-    await menu(page).waitFor();
-    await shot('track-menu');
-    await page.keyboard.press('Escape');
     await viewMenuButton(page).click();
     await menu(page).locator('[role="menuitemcheckbox"]').first().waitFor();
     await shot('playlist-menu');

@@ -2,33 +2,25 @@
 // test file shares (one host and one browser), and the page helpers the tests share.
 import { before, after, afterEach } from 'node:test';
 import { chromium } from 'playwright-core';
-import { mkdtempSync, rmSync, mkdirSync } from 'node:fs';
+import { mkdtempSync, rmSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import path from 'node:path';
-import { Host, repoRoot } from './host.mjs';
+import { Host } from './host.mjs';
 
 export const LAPTOP = { width: 1366, height: 820 };
 export const PHONE = { width: 390, height: 844 };
-export const screenshotDir = path.join(repoRoot, 'test-output', 'screenshots');
-
-const ARGS = [
-  '--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
-  '--disable-background-networking', '--disable-component-update', '--disable-sync',
-];
-
+const ARGS = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
+  '--disable-background-networking', '--disable-component-update', '--disable-sync'];
 const utf8Locale = (lang) => (lang && /utf-?8/i.test(lang) ? lang : 'C.UTF-8');
 
 export class Browser {
   async start() {
     this.profile = mkdtempSync(path.join(tmpdir(), 'kelo-chromium-'));
+    // A person's desktop has a UTF-8 locale; without one (a bare root, CI) Chromium cannot write a
+    // download's non-ASCII name and calls it "download".
+    const env = { ...process.env, LANG: utf8Locale(process.env.LANG), ...(process.env.LC_ALL && { LC_ALL: utf8Locale(process.env.LC_ALL) }) };
     this.context = await chromium.launchPersistentContext(this.profile, {
-      executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
-      headless: true,
-      args: ARGS,
-      viewport: LAPTOP,
-      // A person's desktop has a UTF-8 locale; without one (a bare root, CI) Chromium cannot write a
-      // download's non-ASCII name and calls it "download".
-      env: { ...process.env, LANG: utf8Locale(process.env.LANG), ...(process.env.LC_ALL ? { LC_ALL: utf8Locale(process.env.LC_ALL) } : {}) },
+      executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium', headless: true, args: ARGS, viewport: LAPTOP, env,
     });
     return this;
   }
@@ -40,9 +32,8 @@ export class Browser {
     await page.goto(url);
     // Polled from node: the page's Content-Security-Policy refuses the eval that waitForFunction
     // needs once it has to poll inside the page.
-    await until(() => page.evaluate(() => !!window.keloApp && document.querySelectorAll('#pane-playlists [role="option"]').length > 0), {
-      message: 'the page shows its playlists',
-    });
+    const ready = () => page.evaluate(() => !!window.keloApp && document.querySelectorAll('#pane-playlists [role="option"]').length > 0);
+    await until(ready, { message: 'the page shows its playlists' });
     return page;
   }
 
@@ -85,29 +76,20 @@ export function useHostAndBrowser({ settings, setUp } = {}) {
   return { host, browser, open };
 }
 
+const exactly = (text) => new RegExp(`^\\s*${text.replace(/[.*+?^${}()|[\]\\]/g, '\\$&')}\\s*$`);
 export const rows = (page, name) => page.locator(`#pane-${name} [role="option"]`);
-export const row = (page, name, title) => rows(page, name).filter({ has: page.locator('.title', { hasText: new RegExp(`^${escapeRe(title)}$`) }) });
+export const row = (page, name, title) => rows(page, name).filter({ has: page.locator('.title', { hasText: exactly(title) }) });
 export const viewTitle = (page, title, name = 'playlists') => page.locator(`#pane-${name} .view-title`, { hasText: title });
 export const toast = (page, text) => page.locator('.toast', { hasText: text }).last();
 export const menu = (page) => page.locator('.menu-layer:not([hidden]) [role="menu"]');
-export const menuItem = (page, title) => menu(page).locator('[role^="menuitem"]').filter({ hasText: new RegExp(`^\\s*${escapeRe(title)}\\s*$`) });
+export const menuItem = (page, title) => menu(page).locator('[role^="menuitem"]').filter({ hasText: exactly(title) });
 export const focusedTitle = (page, name = 'playlists') => page.locator(`#pane-${name} [role="option"].focused .title`).textContent();
 export const selectedTitles = (page) => page.locator('#pane-playlists [role="option"][aria-selected="true"] .title').allTextContents();
 export const viewMenuButton = (page) => page.locator('#pane-playlists .view-actions button[data-act="menu"]');
 
-export function escapeRe(text) {
-  return text.replace(/[.*+?^${}()|[\]\\]/g, '\\$&');
-}
-
-/** Titles of the rendered rows of a pane, in list order. */
-export async function shownTitles(page, name) {
-  return page.evaluate((id) => {
-    const els = [...document.querySelectorAll(`#pane-${id} [role="option"]`)];
-    return els
-      .sort((a, b) => Number(a.dataset.index) - Number(b.dataset.index))
-      .map((el) => el.querySelector('.title')?.textContent ?? '');
-  }, name);
-}
+/** Titles of the rendered rows of the playlists pane, in list order. */
+export const shownTitles = (page) => page.evaluate(() => [...document.querySelectorAll('#pane-playlists [role="option"]')]
+  .sort((a, b) => Number(a.dataset.index) - Number(b.dataset.index)).map((el) => el.querySelector('.title')?.textContent ?? ''));
 
 /** Opens the rows of a pane by their titles, one level after the other. */
 export async function openChain(page, name, titles) {
@@ -117,24 +99,17 @@ export async function openChain(page, name, titles) {
   }
 }
 
-export async function screenshot(page, file) {
-  mkdirSync(screenshotDir, { recursive: true });
-  await page.screenshot({ path: path.join(screenshotDir, file) });
-}
-
 /** Waits until `fn` (run in node) returns a truthy value. */
 export async function until(fn, { timeout = 15000, message = 'condition' } = {}) {
   const end = Date.now() + timeout;
   let last;
   while (Date.now() < end) {
-    last = await fn();
-    if (last) return last;
+    if ((last = await fn())) return last;
     await new Promise((r) => setTimeout(r, 50));
   }
   throw new Error(`Timed out waiting for ${message} (last: ${JSON.stringify(last)})`);
 }
 
 /** Waits until `fn` (run in node) answers a value deeply equal to `expected`. */
-export function untilEqual(fn, expected, message = JSON.stringify(expected)) {
-  return until(async () => JSON.stringify(await fn()) === JSON.stringify(expected), { message });
-}
+export const untilEqual = (fn, expected, message = JSON.stringify(expected)) =>
+  until(async () => JSON.stringify(await fn()) === JSON.stringify(expected), { message });
