@@ -181,7 +181,8 @@ void AudioOutput::startPipeline(const QString& uri, bool paused, qint64 fromMs)
 
 // The stream handed over for a gapless join failed before it started, and the pipeline with it. The
 // current stream goes on from where it was; the failed one is left to the player, which opens it
-// again at the end and hears its failure then.
+// again at the end and hears its failure then. Nothing is joined to the reopened stream, so its end
+// does not wait for an answer the player already gave.
 bool AudioOutput::reopenAfterFailedHandOver()
 {
     if (!m_handedOver || m_awaitingFirst)
@@ -190,6 +191,11 @@ bool AudioOutput::reopenAfterFailedHandOver()
     KELO_LOG_INFO(PlayerLogger, "The next stream failed before it started; " << m_uri << " goes on at " << position << " ms");
     gst_element_set_state(m_playbin, GST_STATE_NULL);
     startPipeline(m_uri, !m_playing, position);
+    {
+        std::lock_guard<std::mutex> lock(m_queueMutex);
+        m_queued.clear();
+        m_queueAnswered = true;
+    }
     return m_open;
 }
 
