@@ -9,4 +9,4 @@ export CCACHE_DIR=${CCACHE_DIR:-$HOME/.cache/ccache} CCACHE_BASEDIR=$PWD
 cmake -S . -B build-tsan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKELO_TSAN=ON -DKELO_BENCH=OFF >/dev/null
 cmake --build build-tsan -j "$(nproc)" --target sdk_tests playlists_tests kelo-host
 export TSAN_OPTIONS="suppressions=$PWD/tests/tsan.supp halt_on_error=1 second_deadlock_stack=1"
-(cd build-tsan && ctest --output-on-failure -j 1 -R "${KELO_TSAN_TESTS:-Framework|Thread|Clients|Concurrent|PlayLogicThreads}")
+(cd build-tsan && ctest --output-on-failure -j 1 -R "${KELO_TSAN_TESTS:-Framework|Thread|Concurrent|WorkerTest}")
