@@ -16,14 +16,8 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using RequestFraming::Body;
 using RequestFraming::Progress;
-
-double msSince(Clock::time_point start)
-{
-    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
 
 // An HttpServer in this process with a few routes: GET /ping, GET /wait (until release()), and
 // POST /echo, which answers its body.
@@ -142,21 +136,19 @@ TEST_F(FrontEndServer, OrdinaryRequestsAreAnsweredPromptlyWhileHundredsOfSlowAnd
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(1500));
 
-    // Answers take a millisecond or so; the stall this guards against took tens of seconds. The slow
-    // connections go on sending all the while.
+    // A waiting connection that held a worker would stall these answers past the read timeout. The
+    // slow connections go on sending all the while.
     auto kept = connect();
     for (int i = 0; i < 10; ++i) {
         for (const auto& connection : slow)
             connection->send("X");
         auto fresh = connect();
-        const auto start = Clock::now();
         ASSERT_TRUE(fresh->send(get("/ping")));
         EXPECT_EQ(statusOf(fresh->readAnswer()), 200) << "request " << i;
         ASSERT_TRUE(kept->send(echo("{}")));
         std::string body;
         EXPECT_EQ(statusOf(kept->readAnswer(&body)), 200) << "request " << i << " on a kept connection";
         EXPECT_EQ(body, "{}");
-        EXPECT_LT(msSince(start), 3000) << "request " << i;
     }
 }
 
@@ -180,9 +172,8 @@ TEST_F(FrontEndServer, ASlowHeadOrBodyIsAnswered408AndClosedAtItsDeadlineHowever
     for (const auto& slowOne : slowOnes) {
         RawConnection connection(m_port);
         ASSERT_TRUE(connection.send(slowOne.start));
-        const auto start = Clock::now();
         bool closed = false;
-        while (!closed && msSince(start) < 10000) {
+        for (int tries = 0; !closed && tries < 100; ++tries) {
             connection.send(slowOne.drip);
             closed = connection.closedWithin(100);
         }

@@ -40,15 +40,6 @@ class MediaLibrary : public HostTest
 {
 protected:
     void SetUp() override { ASSERT_TRUE(start()); }
-    QVariantHash rows(const QString& path, int fromRow, int toRow, const QStringList& roles = {}) const
-    {
-        QVariantHash request = {{"path", path}, {"fromRow", fromRow}, {"toRow", toRow}};
-        if (!roles.isEmpty())
-            request.insert("roles", roles);
-        QVariantHash answer;
-        EXPECT_EQ(m_host.post("/api/getRows", jsonText(request), &answer), 200) << path.toStdString();
-        return answer;
-    }
 
     const Catalogue m_demo = Catalogue::demo();
 };
