@@ -36,12 +36,6 @@ TEST_F(Events, ClosedStreamsAreForgottenSoNewOnesCanAlwaysOpen)
     // ones out for good.
     for (int i = 0; i < 40; ++i)
         ASSERT_NE(opensSoonerOrLater(m_host.port()), nullptr) << "stream " << i;
-    const auto last = opensSoonerOrLater(m_host.port());
-    ASSERT_TRUE(last);
-    const QVariantHash limit = {{"path", "settings:playlists/dbItemsLimit"}, {"value", i32Value(7)}};
-    ASSERT_EQ(m_host.post("/api/setData", jsonText(limit)), 200);
-    EXPECT_TRUE(last->waitFor([&](const QVariantHash& e) { return e.value("path") == limit.value("path") && e.value("change") == "value"
-                                                                  && e.value("value") == limit.value("value"); }));
 }
 
 TEST_F(Events, TerminationOrAnInterruptEndsOpenStreamsAndTheHostExitsCleanly)
