@@ -50,7 +50,7 @@ const QVariantHash Stream = {
 
 }  // namespace
 
-TEST_F(PlaylistFilesApi, EveryFormatRoundTripsLibraryTracksAndStreamsInTheirOrder)
+TEST_F(PlaylistFilesApi, EveryFormatRoundTripsLibraryTracksAndStreamsAndAnImportReportsWhatItCouldNotResolve)
 {
     ASSERT_TRUE(startModule());
     const int plid = command("playlists:pl/create", {{"name", "Süd/Nord: \"Mix\""}})
@@ -81,11 +81,8 @@ TEST_F(PlaylistFilesApi, EveryFormatRoundTripsLibraryTracksAndStreamsInTheirOrde
     ASSERT_TRUE(queue);
     EXPECT_NE(queue->body.find("demo://track/9"), std::string::npos) << queue->body;
     EXPECT_EQ(queue->get_header_value("Content-Type").rfind("audio/x-mpegurl", 0), 0u);
-}
 
-TEST_F(PlaylistFilesApi, AnImportAddsWhatItCanResolveAndReportsTheRestWithTheirLines)
-{
-    ASSERT_TRUE(startModule());
+    // What cannot be resolved is reported with its line.
     const std::string file = "#EXTM3U\r\n"
                              "#EXTINF:200,Somebody - First\r\n"
                              "demo://track/3\r\n"
