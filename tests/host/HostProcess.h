@@ -16,8 +16,8 @@ public:
 
     static QString binDir();
     static QString libDir();
-    static QString testWorker();       // the test plug-in's library
-    static QString playlistsModule();  // the playlists module's library
+    static QString testWorker() { return libDir() + QStringLiteral("/libkelo_testworker.so"); }
+    static QString playlistsModule() { return libDir() + QStringLiteral("/libkelo_playlists.so"); }
 
     // Starts kelo-host with --listen 127.0.0.1:0 (a later --listen wins), --data-dir dataDir, the
     // test plug-in unless arguments name a --plugin, and arguments, and waits for its listening line. False when it exits first or says nothing in time.
