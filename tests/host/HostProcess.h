@@ -28,6 +28,7 @@ public:
     int stop(int sig = SIGTERM, int timeoutMs = 10000);
 
     int port() const { return m_port; }
+    qint64 pid() const { return m_process.processId(); }  // 0 when not running
     QString errorOutput() const;  // what the host wrote to stderr
     std::unique_ptr<httplib::Client> client() const;
     // POSTs body to path and parses the JSON answer into *json (when given). The HTTP status, or -1.
