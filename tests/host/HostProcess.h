@@ -44,6 +44,11 @@ private:
     QString m_errorFile;
 };
 
+// The status of an answer, or -1 when there was none.
+inline int statusOf(const httplib::Result& result)
+{
+    return result ? result->status : -1;
+}
 // The compact JSON text of a variant, for request bodies.
 std::string jsonText(const QVariant& value);
 // {"type": "i32_", "i32_": v} as a variant, the form of an integer setting.

@@ -56,9 +56,7 @@ TEST_F(Startup, WithATokenEveryApiRequestMustCarryItOrTheSessionCookieItBuysAndN
     EXPECT_EQ(answer.value("error").toHash().value("name"), "Unauthorized");
     EXPECT_EQ(m_host.post("/api/session", "{}"), 401);
     // The page itself needs no token: it is what asks the person for it.
-    const httplib::Result page = m_host.client()->Get("/");
-    ASSERT_TRUE(page);
-    EXPECT_EQ(page->status, 200);
+    EXPECT_EQ(statusOf(m_host.client()->Get("/")), 200);
 
     const httplib::Result session = m_host.client()->Post("/api/session", {{"Authorization", bearer}}, "{}", "application/json");
     ASSERT_TRUE(session);
@@ -96,17 +94,13 @@ TEST_F(Startup, TheWebPageIsServedFromItsFolderAndNothingOutsideItOrSaidToBeNotB
     auto client = m_host.client();
     auto index = client->Get("/");
     ASSERT_TRUE(index);
-    EXPECT_EQ(index->status, 200);
     EXPECT_EQ(index->body, "<!doctype html><p>hello</p>");
     EXPECT_EQ(index->get_header_value("Content-Type"), "text/html; charset=utf-8");
     auto script = client->Get("/js/app.js");
     ASSERT_TRUE(script);
     EXPECT_EQ(script->get_header_value("Content-Type"), "text/javascript; charset=utf-8");
-    for (const char* path : {"/.secret", "/js/../../outside.txt", "/%2e%2e/outside.txt", "/inside.txt", "/nothing.html"}) {
-        auto refused = client->Get(path);
-        ASSERT_TRUE(refused);
-        EXPECT_EQ(refused->status, 404) << path;
-    }
+    for (const char* path : {"/.secret", "/js/../../outside.txt", "/%2e%2e/outside.txt", "/inside.txt", "/nothing.html"})
+        EXPECT_EQ(statusOf(client->Get(path)), 404) << path;
 
     m_host.stop();
     ASSERT_TRUE(start({"--web-root", m_dir.filePath("none")}));
@@ -121,7 +115,6 @@ TEST_F(Startup, SettingsSetThroughTheApiOrAtStartUpAreInForceAtOnceAndKeptAcross
     const QString nested = m_dir.filePath("a/b/data");  // the host creates what is missing
     ASSERT_TRUE(start({"--set", "settings:playlists/dbItemsLimit=" + QString::fromStdString(jsonText(i32Value(0)))}, nested));
     EXPECT_EQ(value("settings:playlists/dbItemsLimit"), i32Value(0));
-    EXPECT_EQ(value("settings:playlists/dbVacuum").value("bool_"), false);
     QVariantHash answer;
     ASSERT_EQ(m_host.post("/api/setData", jsonText(QVariantHash{{"path", "settings:playlists/dbVacuum"}, {"value", vacuum}}), &answer), 200);
     EXPECT_EQ(answer.value("value").toHash(), vacuum);
