@@ -1,5 +1,4 @@
 // The events stream of kelo-host and how it ends.
-#include <QTemporaryDir>
 #include <QThread>
 #include <gtest/gtest.h>
 

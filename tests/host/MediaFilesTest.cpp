@@ -1,6 +1,5 @@
 // A media library read from files as people keep them, and the pictures the host serves for it.
 #include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QUrl>
 #include <gtest/gtest.h>

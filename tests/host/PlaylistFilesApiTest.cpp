@@ -1,6 +1,5 @@
 // Export and import of playlist files through a running kelo-host with the playlists module and the
 // built-in media library (whose tracks have the uris demo://track/<id>).
-#include <QTemporaryDir>
 #include <QUrl>
 #include <gtest/gtest.h>
 

@@ -2,7 +2,6 @@
 // settings it keeps across a restart.
 #include <QDir>
 #include <QFile>
-#include <QTemporaryDir>
 #include <gtest/gtest.h>
 
 #include "EventReader.h"
