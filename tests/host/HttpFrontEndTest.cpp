@@ -79,8 +79,6 @@ TEST(RequestFraming, FindsWhereARequestEndsHoweverItsBodyIsFramed)
     ASSERT_EQ(RequestFraming::readHead(post, 1024, 100, &head), Progress::Complete);
     EXPECT_EQ(head.body, Body::Length);
     EXPECT_EQ(head.length, 12u);
-    EXPECT_TRUE(head.expectsContinue);
-    EXPECT_EQ(RequestFraming::withoutExpect(post), "POST / HTTP/1.1\r\ncontent-LENGTH: 12\r\nContent-Length: 12\r\n\r\n");
 
     for (const char* unclear : {"Content-Length: 5\r\nContent-Length: 6\r\n", "Content-Length: 5\r\nTransfer-Encoding: chunked\r\n",
                                 "Content-Length: -5\r\n", "Transfer-Encoding: gzip\r\n"}) {

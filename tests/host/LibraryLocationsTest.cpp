@@ -64,10 +64,4 @@ TEST(LibraryLocations, TracksAreWrittenRelativeToTheFolderOrAsUrisAndReadBackAsT
     }
     EXPECT_EQ(library.locationOf(Tracks[1].second, false), QString("Nina Ströme/Kieler Nächte/01 Wolken über Kiel.mp3"));
     EXPECT_EQ(library.locationOf("http://radio.example/night.mp3", false), QString());
-
-    // A library without a folder (the built-in one) names its tracks by their uris only.
-    const LibraryLocations demo(QString(), {{7, "demo://track/7"}});
-    EXPECT_EQ(demo.locationOf("demo://track/7", false), QString("demo://track/7"));
-    EXPECT_EQ(trackOf(demo, "demo://track/7"), 7);
-    EXPECT_EQ(demo.resolve("track/7").kind, Kind::Missing);
 }
