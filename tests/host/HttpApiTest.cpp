@@ -78,9 +78,7 @@ TEST_F(HttpApi, EveryOutcomeOfARequestHasItsStatusAndErrorNameAndMalformedReques
     } cases[] = {
         {"/api/setData", R"({"path": "test:fail", "value": 1})", 200, "Failed"},  // an errored reply is an answer
         {"/api/setData", R"({"path": "nosuchprefix:x", "value": 1})", 404, "NotFound"},
-        {"/api/setData", R"({"path": "test:nosuchnode", "value": 1})", 404, "NotFound"},
         {"/api/setData", R"({"path": "test:refuse", "value": 1})", 404, "NotFound"},
-        {"/api/getRows", R"({"path": "test:echo", "fromRow": 0, "toRow": 9})", 404, "NotFound"},
         {"/api/getData", R"({"path": "nosuchprefix:"})", 404, "NotFound"},
         {"/api/setData", R"({"path": "test:silent", "value": 1})", 504, "Timeout"},
         {"/api/setData", R"({"path": "settings:playlists/dbItemsLimit", "value": )", 400, "BadRequest"},
