@@ -30,16 +30,6 @@ QString HostProcess::libDir()
     return dir.isEmpty() ? QDir::cleanPath(binDir() + QStringLiteral("/../lib")) : dir;
 }
 
-QString HostProcess::testWorker()
-{
-    return libDir() + QStringLiteral("/libkelo_testworker.so");
-}
-
-QString HostProcess::playlistsModule()
-{
-    return libDir() + QStringLiteral("/libkelo_playlists.so");
-}
-
 void HostProcess::launch(const QString& dataDir, const QStringList& arguments)
 {
     // Beside the data directory, which the host is to create itself.

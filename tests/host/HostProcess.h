@@ -16,8 +16,8 @@ public:
 
     static QString binDir();
     static QString libDir();
-    static QString testWorker();       // the test plug-in's library
-    static QString playlistsModule();  // the playlists module's library
+    static QString testWorker() { return libDir() + QStringLiteral("/libkelo_testworker.so"); }
+    static QString playlistsModule() { return libDir() + QStringLiteral("/libkelo_playlists.so"); }
 
     // Starts kelo-host with --listen 127.0.0.1:0 (a later --listen wins), --data-dir dataDir, the
     // test plug-in unless arguments name a --plugin, and arguments, and waits for its listening line. False when it exits first or says nothing in time.
@@ -44,6 +44,11 @@ private:
     QString m_errorFile;
 };
 
+// The status of an answer, or -1 when there was none.
+inline int statusOf(const httplib::Result& result)
+{
+    return result ? result->status : -1;
+}
 // The compact JSON text of a variant, for request bodies.
 std::string jsonText(const QVariant& value);
 // {"type": "i32_", "i32_": v} as a variant, the form of an integer setting.

@@ -24,6 +24,16 @@ protected:
         m_host.post("/api/getData", jsonText(QVariantHash{{"path", path}}), &answer);
         return answer.value("value").toHash();
     }
+    // What getRows answers for rows fromRow..toRow of path (only roles, when given).
+    QVariantHash rows(const QString& path, int fromRow = 0, int toRow = 10000, const QStringList& roles = {}) const
+    {
+        QVariantHash request = {{"path", path}, {"fromRow", fromRow}, {"toRow", toRow}};
+        if (!roles.isEmpty())
+            request.insert("roles", roles);
+        QVariantHash answer;
+        EXPECT_EQ(m_host.post("/api/getRows", jsonText(request), &answer), 200) << path.toStdString();
+        return answer;
+    }
 
     QTemporaryDir m_dir;
     HostProcess m_host;

@@ -1,6 +1,5 @@
 // A media library read from files as people keep them, and the pictures the host serves for it.
 #include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QUrl>
 #include <gtest/gtest.h>
@@ -52,7 +51,6 @@ TEST(MediaFiles, AFolderIsReadThroughTheTagsOrElseThroughThePathsAndGroupedByAlb
     EXPECT_EQ(first->mimeType, "audio/wav");
     const CatalogueTrack* cafe = catalogue.track(catalogue.album(2)->trackIds.at(1));
     EXPECT_EQ(cafe->uri, "file://" + QUrl::toPercentEncoding(dir.filePath("Ada Loom/Blue Hours/02 - Café Noir.wav"), "/"));
-    EXPECT_EQ(QUrl(cafe->uri).toLocalFile(), dir.filePath("Ada Loom/Blue Hours/02 - Café Noir.wav"));
 }
 
 class MediaArt : public HostTest
@@ -96,9 +94,7 @@ TEST_F(MediaArt, TheEmbeddedAndTheFolderPictureAreServedWithAValidatorAndABareAl
     EXPECT_EQ(QByteArray::fromStdString(result->body), AudioFiles::png());
     const std::string etag = result->get_header_value("ETag");
     ASSERT_FALSE(etag.empty());
-    result = m_host.client()->Get(embedded.toStdString(), {{"If-None-Match", etag}});
-    ASSERT_TRUE(result);
-    EXPECT_EQ(result->status, 304);
+    EXPECT_EQ(statusOf(m_host.client()->Get(embedded.toStdString(), {{"If-None-Match", etag}})), 304);
 
     const int folderTrack = albumNamed(m_catalogue, "Folder")->trackIds.first();
     result = art(QString("media:track/%1").arg(folderTrack));
@@ -108,14 +104,9 @@ TEST_F(MediaArt, TheEmbeddedAndTheFolderPictureAreServedWithAValidatorAndABareAl
     EXPECT_EQ(result->body.substr(0, 3), "\xff\xd8\xff");
 
     EXPECT_TRUE(icon("Bare").isEmpty());
-    result = art(QString("media:album/%1").arg(albumNamed(m_catalogue, "Bare")->id));
-    ASSERT_TRUE(result);
-    EXPECT_EQ(result->status, 404);
-    for (const char* bad : {"media:album/99", "media:track/x", "settings:playlists/dbVacuum"}) {
-        result = art(bad);
-        ASSERT_TRUE(result);
-        EXPECT_EQ(result->status, 404) << bad;
-    }
+    EXPECT_EQ(statusOf(art(QString("media:album/%1").arg(albumNamed(m_catalogue, "Bare")->id))), 404);
+    for (const char* bad : {"media:album/99", "media:track/x", "settings:playlists/dbVacuum"})
+        EXPECT_EQ(statusOf(art(bad)), 404) << bad;
 }
 
 }  // namespace

@@ -12,7 +12,6 @@ public:
     RawConnection(const RawConnection&) = delete;
     RawConnection& operator=(const RawConnection&) = delete;
 
-    bool connected() const { return m_fd >= 0; }
     bool send(const std::string& text) const;
     // The next answer's status line and headers, and its body by Content-Length; empty when the
     // connection ended first.

@@ -26,14 +26,6 @@ bool TestNode::setDataRequest(const CMSetDataRequest& request)
     return false;
 }
 
-bool TestNode::getDataRequest(const CMGetDataRequest& request)
-{
-    if (m_behaviour != Behaviour::Echo)
-        return false;
-    request.reply().setValue(QStringLiteral("echo"));
-    return true;
-}
-
 TestWorker::TestWorker(const QHash<QString, QVariant>& config) : CMNodesWorker(config, QStringLiteral("Test"))
 {
     const QList<QPair<const char*, TestNode::Behaviour>> nodes = {

@@ -1,7 +1,6 @@
 #pragma once
 // The worker of the test plug-in, prefix "test:". Its nodes behave in the ways a host must cope with:
-//   test:echo     set-data answers {"received": <value>, "type": <its variant type name>};
-//                 get-data answers "echo"
+//   test:echo     set-data answers {"received": <value>, "type": <its variant type name>}
 //   test:refuse   refuses every set-data (the handler returns false)
 //   test:fail     answers every set-data with the error {"name": "Failed", ...}
 //   test:silent   keeps every set-data and never answers it (until the worker is destroyed)
@@ -19,7 +18,6 @@ public:
     TestNode(const CMPath& path, Behaviour behaviour, QObject* parent);
 
     bool setDataRequest(const CMSetDataRequest& request) override;
-    bool getDataRequest(const CMGetDataRequest& request) override;
 
 private:
     Behaviour m_behaviour;
