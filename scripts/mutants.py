@@ -120,10 +120,13 @@ def replayed_sites(tree, saved):
         for path in [Path(m["path"])] + [p for p in everywhere if p != Path(m["path"])]:
             source = tree / path
             lines = source.read_text().splitlines(keepends=True) if source.exists() else []
-            matches = [n for n, line in enumerate(lines) if line == m["old"]]
+            # The same line, or the same text indented otherwise (moved into another block).
+            matches = [n for n, line in enumerate(lines) if line == m["old"]] or \
+                [n for n, line in enumerate(lines) if line.strip() == m["old"].strip()]
             if matches:
                 n = min(matches, key=lambda k: abs(k - (m["line"] - 1)))
-                found.append((path, m["kind"], n, m["new"]))
+                indent = lines[n][: len(lines[n]) - len(lines[n].lstrip())]
+                found.append((path, m["kind"], n, indent + m["new"].strip() + "\n"))
                 break
         else:
             lost.append(f"{m['path']}:{m['line']} {m['old'].strip()}")
