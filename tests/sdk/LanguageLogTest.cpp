@@ -30,20 +30,14 @@ TEST(TranslationContext, IsTheQualifiedNameOfTheFunction)
 {
     const std::vector<std::pair<const char*, const char*>> cases{
         {"bool Controller::plCreate(CMSetDataRequest, QString&, int&)", "Controller::plCreate"},
-        {"Controller::Controller(QObject*)", "Controller::Controller"},
         {"virtual void Ns::Node::getRowsRequest(const CMGetRowsRequest&) const", "Ns::Node::getRowsRequest"},
-        {"void helper()", "helper"},
         {"QList<QPair<QString, QString> > CMPath::parameters() const", "CMPath::parameters"},
-        {"static const char* Foo::name()", "Foo::name"},
         {"void Foo<T>::bar(T) [with T = std::map<int, int>]", "Foo::bar"},
-        {"T tf(T) [with T = double]", "tf"},
         {"Controller::plCreate(CMSetDataRequest, QString&, int&)::<lambda(int)>", "Controller::plCreate"},
         {"bool Foo<T>::operator<(const Foo<T>&) const [with T = int]", "Foo::operator<"},
         {"QDebug operator<<(QDebug, const CMPath&)", "operator<<"},
-        {"void C::operator()(int)", "C::operator()"},
         {"Foo<T>::operator bool() const [with T = int]", "Foo::operator bool"},
         {"void {anonymous}::anon(int)", "{anonymous}::anon"},
-        {"void (anonymous namespace)::anon(int)", "(anonymous namespace)::anon"},
         {"void (* Foo::handler())(int)", "Foo::handler"},
         {"", ""},
     };
