@@ -5,32 +5,26 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QTemporaryDir>
 
 #include "EventReader.h"
-#include "HostProcess.h"
+#include "HostTest.h"
 #include "PlayListTestSupport.h"
 
 using namespace pltest;
 
 namespace {
-class EndToEnd : public testing::Test
+class EndToEnd : public HostTest
 {
 protected:
-    void SetUp() override { start(); }
+    void SetUp() override { ASSERT_TRUE(start({"--plugin", HostProcess::playlistsModule()})); }
     // A non-zero status is also how the sanitizers report a leak at exit.
-    void TearDown() override { EXPECT_EQ(host.stop(), 0) << "kelo-host did not end cleanly"; }
-    void start()
-    {
-        ASSERT_TRUE(host.start(tmp.filePath("data"), {"--plugin", HostProcess::playlistsModule()}))
-            << "kelo-host did not start: " << host.errorOutput().toStdString();
-    }
+    void TearDown() override { EXPECT_EQ(m_host.stop(), 0) << "kelo-host did not end cleanly"; }
 
     // The command's result value ({"type": "i32_", "i32_": 7} -> 7); invalid when it failed.
     QVariant result(const QString& path, const QVariant& value) const
     {
         QVariantHash answer;
-        host.post("/api/setData", jsonText(QVariantHash{{"path", path}, {"value", value}}), &answer);
+        m_host.post("/api/setData", jsonText(QVariantHash{{"path", path}, {"value", value}}), &answer);
         const QVariantHash typed = answer.value("value").toHash().value("result").toHash().value("value").toHash();
         return answer.contains("value") ? typed.value(typed.value("type").toString(), true) : QVariant();
     }
@@ -44,10 +38,7 @@ protected:
     {
         return succeeds("playlists:pl/additems", QVariantHash{{"plid", plid}, {"items", paths}});
     }
-    StoreReader store() const { return StoreReader(tmp.filePath("data/data-rw/playlists/playlists.sqlite")); }
-
-    QTemporaryDir tmp;
-    HostProcess host;
+    StoreReader store() const { return StoreReader(dataDir() + "/data-rw/playlists/playlists.sqlite"); }
 };
 }  // namespace
 
@@ -62,8 +53,8 @@ TEST_F(EndToEnd, ARestartKeepsEverythingButThePlayQueue)
     const QStringList before = store().rows(playlists);
     const QStringList titles = store().titles(a);
 
-    ASSERT_EQ(host.stop(), 0);
-    start();
+    ASSERT_EQ(m_host.stop(), 0);
+    SetUp();
 
     EXPECT_EQ(store().rows(playlists), before);
     EXPECT_EQ(store().titles(0), QStringList());
@@ -89,7 +80,7 @@ TEST_F(EndToEnd, EveryEditReachesEveryOpenStreamOnceAndInOrder)
 {
     std::vector<std::unique_ptr<EventReader>> readers;
     for (int i = 0; i < 4; ++i) {
-        readers.push_back(std::make_unique<EventReader>(host.port()));
+        readers.push_back(std::make_unique<EventReader>(m_host.port()));
         ASSERT_TRUE(readers.back()->waitConnected());
     }
     const int road = createPlayList("Road");
@@ -125,7 +116,7 @@ TEST_F(EndToEnd, ARecordedSessionGetsTheRecordedAnswers)
     const QJsonArray exchanges = QJsonDocument::fromJson(file.readAll()).array();
     ASSERT_GT(exchanges.size(), 50);
     const auto compact = [](const QJsonValue& v) { return QJsonDocument(QJsonArray{v}).toJson(QJsonDocument::Compact).toStdString(); };
-    const auto http = host.client();
+    const auto http = m_host.client();
     for (int i = 0; i < exchanges.size(); ++i) {
         const QJsonObject exchange = exchanges[i].toObject();
         const std::string body = QJsonDocument(exchange["body"].toObject()).toJson(QJsonDocument::Compact).toStdString();
