@@ -1,5 +1,5 @@
-// The event hub and the row-change events workers publish through it; the rows filter, the connection
-// routine and the thread check.
+// The event hub and the row-change events workers publish through it; the connection routine and the
+// thread check.
 #include <thread>
 
 #include "CMEventHub.h"
@@ -70,16 +70,6 @@ TEST(FrameworkSubscribe, RowChangesArePublishedInTheirContractForm)
     ASSERT_EQ(subscriber->next(&reset, 0), CMEventSubscriber::Event);
     EXPECT_EQ(reset.value(QStringLiteral("change")).toString(), QStringLiteral("reset"));
     EXPECT_FALSE(reset.contains(QStringLiteral("rows")));
-}
-
-TEST(FrameworkGlobal, RowsKeepOnlyTheAskedRolesThatExist)
-{
-    KeloRoles roles;
-    roles.setTitle(QStringLiteral("Mix"));
-    roles.setId(QStringLiteral("7"));
-    EXPECT_EQ(CMGlobal::itemRolesToList(roles, {}).toHash(), roles.hash());
-    EXPECT_EQ(CMGlobal::itemRolesToList(roles, {KeloRoles::Title(), KeloRoles::Album()}).toHash(),
-              QVariantHash({{KeloRoles::Title(), QStringLiteral("Mix")}}));
 }
 
 namespace {
