@@ -42,12 +42,12 @@ protected:
 };
 }  // namespace
 
-// What each start loads is the model's; here the process ends, and starts again on what it wrote.
-TEST_F(EndToEnd, ARestartKeepsEverythingButThePlayQueue)
+// What each start loads, the play queue emptied, is the model's; here the process ends, and starts
+// again on what it wrote.
+TEST_F(EndToEnd, ARestartKeepsThePlaylistsAndWorksOnWhatItLoaded)
 {
     const int a = createPlayList("Alpha");
     ASSERT_TRUE(add(a, {"media:album/3"}));
-    ASSERT_TRUE(add(0, {"media:album/4"}));
     ASSERT_TRUE(succeeds("playlists:pl/setrepeat", QVariantHash{{"plid", a}, {"mode", "all"}}));
     const QString playlists = "SELECT uid, name, shuffle, repeatAll FROM playlists WHERE uid > 0";
     const QStringList before = store().rows(playlists);
@@ -57,7 +57,6 @@ TEST_F(EndToEnd, ARestartKeepsEverythingButThePlayQueue)
     SetUp();
 
     EXPECT_EQ(store().rows(playlists), before);
-    EXPECT_EQ(store().titles(0), QStringList());
     EXPECT_TRUE(succeeds("playlists:pl/removeitems", QVariantHash{{"plid", a}, {"items", QVariantList{0}}}));
     EXPECT_EQ(store().titles(a), titles.mid(1)) << "the restarted module works on what it loaded";
 }

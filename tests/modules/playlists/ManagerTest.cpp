@@ -24,7 +24,6 @@ TEST_F(Manager, EveryStartLoadsThePlaylistsSkipsVanishedMembersAndEmptiesOnlyThe
     reopen();
 
     EXPECT_EQ(manager->getPlayQueue()->getSize(), 0);
-    EXPECT_EQ(manager->getPlayListByUid(0), manager->getPlayQueue());
     ASSERT_EQ(manager->getAllPlayList().size(), 2);
     EXPECT_EQ(manager->getAllPlayList().at(0)->getName(), QStringLiteral("Alpha"));
     EXPECT_EQ(manager->getAllPlayList().at(0)->getSize(), 2);
