@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "HostTest.h"
-#include "KeloPlayList.h"
 #include "KeloRoles.h"
 #include "media/Catalogue.h"
 
