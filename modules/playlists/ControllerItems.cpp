@@ -61,18 +61,10 @@ bool rolesArePlayable(const QByteArray& rolesText)
 {
     // Most roles texts are read for the four facts alone; the others are decoded whole.
     KeloTrackFacts facts;
-    if (KeloRoles::readTrackFacts(rolesText, &facts)) {
-        return facts.type == KeloRolesType::Audio && !facts.title.isEmpty() &&
-               (!facts.firstResourceUri.isEmpty() || !CMPath(facts.prePlayPath).isEmpty());
-    }
-    const KeloRoles roles(KeloHash(KeloJson::parse(rolesText).toHash()));
-    if (roles.type() != KeloRolesType::Audio || roles.title().isEmpty())
-        return false;
-    const KeloMediaData mediaData = roles.mediaData();
-    const QList<KeloMediaResource> resources = mediaData.resources();
-    if (!resources.isEmpty() && !resources.first().uri().isEmpty())
-        return true;
-    return !mediaData.metaData().prePlayPath().isEmpty();
+    if (!KeloRoles::readTrackFacts(rolesText, &facts))
+        facts = KeloRoles(KeloHash(KeloJson::parse(rolesText).toHash())).trackFacts();
+    return facts.type == KeloRolesType::Audio && !facts.title.isEmpty() &&
+           (!facts.firstResourceUri.isEmpty() || !CMPath(facts.prePlayPath).isEmpty());
 }
 
 // The add request's record, its items read straight from the request's JSON text when it came as text.

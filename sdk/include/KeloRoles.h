@@ -89,6 +89,8 @@ public:
     // Reads the track facts straight from a roles JSON text, decoding nothing else. False when the
     // text is not a JSON object in the common forms or repeats one of those keys: decode it then.
     static bool readTrackFacts(const QByteArray& utf8, KeloTrackFacts* out);
+    // The same facts read from these roles.
+    KeloTrackFacts trackFacts() const;
 
     // Role names, as they appear in JSON and in a request's role list.
     static QString Title() { return QStringLiteral("title"); }

@@ -9,6 +9,7 @@
 #include <QString>
 #include <QVariant>
 #include <algorithm>
+#include <iterator>
 #include <limits>
 
 namespace KeloJsonPrivate {
@@ -63,6 +64,12 @@ public:
     // The elements of the array at the current position: element() reads each.
     template <typename Element>
     bool array(int depth, Element element);
+    // The members of the object at the current position whose keys are among names, each handed to
+    // read(index of its name) once; the others are skipped, and a named key that repeats declines.
+    // A value that is not an object is skipped, as a record reads it as empty. depth is the nesting
+    // of the value's parent (0 for a top-level value).
+    template <size_t N, typename Read>
+    bool namedMembers(int depth, const char* const (&names)[N], Read read);
 
     const char* position() const { return m_p; }
     bool atEnd() { skipSpace(); return m_p == m_end; }
@@ -128,6 +135,26 @@ bool Reader::array(int depth, Element element)
             return false;
     }
     return true;
+}
+
+template <size_t N, typename Read>
+bool Reader::namedMembers(int depth, const char* const (&names)[N], Read read)
+{
+    static_assert(N <= 32, "one bit per name");
+    if (!opens('{'))
+        return value(nullptr, depth);
+    unsigned seen = 0;
+    return object(depth + 1, [&](const Text& key) {
+        const auto found = std::find_if(std::begin(names), std::end(names),
+                                        [&](const char* name) { return key.is(QLatin1String(name)); });
+        if (found == std::end(names))
+            return value(nullptr, depth + 1);
+        const int index = static_cast<int>(found - std::begin(names));
+        if (seen & (1u << index))
+            return false;  // which of the two counts is the document parser's to settle
+        seen |= 1u << index;
+        return read(index);
+    });
 }
 
 }  // namespace KeloJsonPrivate

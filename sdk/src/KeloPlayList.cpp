@@ -62,16 +62,7 @@ constexpr int textCount = static_cast<int>(std::size(allTexts));
 // a text is set and empty, a number field anything but a whole number is set to its fallback.
 bool readItem(Reader& reader, int depth, KeloPlayListItem* item)
 {
-    unsigned seen = 0;
-    return reader.object(depth, [&](const Reader::Text& key) {
-        const auto* found = std::find_if(std::begin(itemKeys), std::end(itemKeys),
-                                         [&](const char* name) { return key.is(QLatin1String(name)); });
-        if (found == std::end(itemKeys))
-            return reader.value(nullptr, depth);
-        const int field = static_cast<int>(found - std::begin(itemKeys));
-        if (seen & (1u << field))
-            return false;  // which of the two counts is the document parser's to settle
-        seen |= 1u << field;
+    return reader.namedMembers(depth - 1, itemKeys, [&](int field) {
         if (field >= textCount)
             return readNumber(reader, depth, static_cast<Number>(field - textCount), item);
         QByteArray utf8;

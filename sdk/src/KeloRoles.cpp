@@ -23,30 +23,6 @@ bool textMember(Reader& reader, int depth, QString* out)
     return true;
 }
 
-// Reads the object at the reader's position, handing each of the keys named in `wanted` to read(index)
-// once and skipping every other member; a repeated wanted key declines. A value that is not an object
-// is skipped, as hashOf() gives an empty hash for it.
-template <typename Read>
-bool wantedMembers(Reader& reader, int depth, std::initializer_list<const char*> wanted, Read read)
-{
-    if (!reader.opens('{'))
-        return reader.value(nullptr, depth);
-    unsigned seen = 0;
-    return reader.object(depth + 1, [&](const Reader::Text& key) {
-        int index = 0;
-        for (const char* name : wanted) {
-            if (key.is(QLatin1String(name))) {
-                if (seen & (1u << index))
-                    return false;
-                seen |= 1u << index;
-                return read(index);
-            }
-            ++index;
-        }
-        return reader.value(nullptr, depth + 1);
-    });
-}
-
 bool readResources(Reader& reader, int depth, QString* firstUri)
 {
     if (!reader.opens('['))
@@ -57,7 +33,7 @@ bool readResources(Reader& reader, int depth, QString* firstUri)
         if (found || !reader.opens('{'))
             return reader.value(nullptr, depth + 1);
         found = true;
-        return wantedMembers(reader, depth + 1, {"uri"}, [&](int) { return textMember(reader, depth + 2, firstUri); });
+        return reader.namedMembers(depth + 1, {"uri"}, [&](int) { return textMember(reader, depth + 2, firstUri); });
     });
 }
 
@@ -71,14 +47,14 @@ bool KeloRoles::readTrackFacts(const QByteArray& utf8, KeloTrackFacts* out)
     if (!reader.opens('{'))
         return false;
     const auto metaData = [&](int) {
-        return wantedMembers(reader, 2, {"prePlayPath"}, [&](int) { return textMember(reader, 3, &out->prePlayPath); });
+        return reader.namedMembers(2, {"prePlayPath"}, [&](int) { return textMember(reader, 3, &out->prePlayPath); });
     };
     const auto mediaData = [&](int) {
-        return wantedMembers(reader, 1, {"resources", "metaData"}, [&](int index) {
+        return reader.namedMembers(1, {"resources", "metaData"}, [&](int index) {
             return index == 0 ? readResources(reader, 2, &out->firstResourceUri) : metaData(index);
         });
     };
-    const bool read = wantedMembers(reader, 0, {"type", "title", "mediaData"}, [&](int index) {
+    const bool read = reader.namedMembers(0, {"type", "title", "mediaData"}, [&](int index) {
         if (index == 1)
             return textMember(reader, 1, &out->title);
         if (index == 2)
@@ -91,6 +67,14 @@ bool KeloRoles::readTrackFacts(const QByteArray& utf8, KeloTrackFacts* out)
         return true;
     });
     return read && reader.atEnd();
+}
+
+KeloTrackFacts KeloRoles::trackFacts() const
+{
+    const KeloMediaData media = mediaData();
+    const QList<KeloMediaResource> resources = media.resources();
+    return {type(), title(), resources.isEmpty() ? QString() : resources.first().uri(),
+            media.metaData().prePlayPath().toEncoded()};
 }
 
 QList<KeloMediaResource> KeloMediaData::resources() const
