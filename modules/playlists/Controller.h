@@ -22,6 +22,7 @@
 
 class CMRequestGroup;
 class CollectionBase;
+class OfferedItems;
 class PlayListBase;
 class PlayListManager;
 class PlayListWorker;
@@ -69,10 +70,25 @@ public:
     // Expands this module's item and playlist paths into playlist items (each a KeloPlayListItem
     // as variant); paths that name nothing are logged and skipped.
     QVariantList preparePlaylistItems(const QStringList& paths);
-    // Validates the items' stored roles and adds them. Number added (0 when the items limit left no
-    // room), or -1 when an item is unusable or none is left (nothing is added then).
-    int addItemsToPlaylist(PlayListBase* pl, const QList<KeloPlayListItem>& items,
-                           KeloPlayListAddPosition::Enum position, QString* msg);
+    // Adds the offered entries that pass their verdicts. Number added (0 when the items limit left
+    // no room), or -1 when an entry is refused or none is kept (nothing is added then).
+    int addItemsToPlaylist(PlayListBase* pl, OfferedItems& items, KeloPlayListAddPosition::Enum position,
+                           QString* msg);
+    // An add of entries from outside: where to, how many were offered, how many were added.
+    struct ExternalAdd
+    {
+        bool handled = false;  // false: nothing was tried yet
+        PlayListBase* pl = nullptr;
+        KeloPlayListAddPosition::Enum position = KeloPlayListAddPosition::Append;
+        int offered = 0;
+        int added = -1;
+    };
+    // Texts of at least this many bytes have their entries read while they are inserted.
+    static constexpr int StreamedAddBytes = 64 * 1024;
+    // A large add read from its text while its entries are inserted. Not handled when the text is
+    // to be read whole instead (its head names no playlist or mode this way, or it is not in the
+    // forms read this way): nothing was added then.
+    ExternalAdd addExternalItemsWhileReading(const QByteArray& text, QString* msg);
     // Asks the player to play item as entry index of pl.
     void tryStartItem(const KeloPlayListItem& item, const PlayListBase* pl, int index);
 

@@ -7,6 +7,8 @@
 
 #include "CMGlobal.h"
 #include "CMRequestGroup.h"
+#include "ItemSource.h"
+#include "ItemTextReader.h"
 #include "KeloJson.h"
 #include "KeloLog.h"
 #include "KeloPaths.h"
@@ -54,17 +56,6 @@ QString describe(const QList<KeloPlayListItem>& items)
     for (const KeloPlayListItem& item : items)
         texts.append(item.title() + QStringLiteral(" <") + item.url() + QLatin1Char('>'));
     return texts.join(QStringLiteral(", "));
-}
-
-// Whether a stored role text describes a playable audio track.
-bool rolesArePlayable(const QByteArray& rolesText)
-{
-    // Most roles texts are read for the four facts alone; the others are decoded whole.
-    KeloTrackFacts facts;
-    if (!KeloRoles::readTrackFacts(rolesText, &facts))
-        facts = KeloRoles(KeloHash(KeloJson::parse(rolesText).toHash())).trackFacts();
-    return facts.type == KeloRolesType::Audio && !facts.title.isEmpty() &&
-           (!facts.firstResourceUri.isEmpty() || !CMPath(facts.prePlayPath).isEmpty());
 }
 
 // The add request's record, its items read straight from the request's JSON text when it came as text.
@@ -249,7 +240,9 @@ int Controller::addItemsFromAllReplays(const ReqGroupProperties& properties, CMR
                                             QString::number(properties.plid));
         return -1;
     }
-    return addItemsToPlaylist(pl, items, properties.position, msg);
+    KELO_LOG_TRACE(PlayListsLogger, "itemList: " << describe(items));
+    CheckedItemList offered(items);
+    return addItemsToPlaylist(pl, offered, properties.position, msg);
 }
 
 void Controller::finishAddItems(const ReqGroupProperties& properties, int added, QString msg)
@@ -284,31 +277,24 @@ bool Controller::startAddedItem(PlayListBase* pl, int added)
     return true;
 }
 
-int Controller::addItemsToPlaylist(PlayListBase* pl, const QList<KeloPlayListItem>& items,
-                                   KeloPlayListAddPosition::Enum position, QString* msg)
+int Controller::addItemsToPlaylist(PlayListBase* pl, OfferedItems& items, KeloPlayListAddPosition::Enum position,
+                                   QString* msg)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE(PlayListsLogger, "itemList: " << describe(items));
-    QList<KeloPlayListItem> kept;
-    kept.reserve(items.size());
-    for (const KeloPlayListItem& item : items) {
-        const QByteArray& roles = item.utf8(KeloPlayListItem::Text::KeloRoles);
-        if (roles.isEmpty()) {
-            KELO_LOG_WARN(PlayListsLogger, "Invalid file, missing roles: " << item.url());
-            continue;
-        }
-        if (!rolesArePlayable(roles)) {
-            *msg = KELO_TR("Missing title or type==audio or [resource uri and prePlayPath]");
-            return -1;
-        }
-        kept.append(item);
+    // An offer refused or empty beforehand never reaches the store; one still being read is checked
+    // while it is stored, and its transaction keeps nothing unless every entry passed.
+    const bool hopeless = items.decidedBeforehand() && (items.refused() || items.kept() == 0);
+    const int res = hopeless ? -1 : pl->addItems(position, items);
+    items.finish();
+    if (items.refused()) {
+        *msg = KELO_TR("Missing title or type==audio or [resource uri and prePlayPath]");
+        return -1;
     }
-    if (kept.isEmpty()) {
+    if (items.kept() == 0) {
         KELO_LOG_TRACE(PlayListsLogger, "no playitem found");
         *msg = KELO_TR("No playitem found.");
         return -1;
     }
-    const int res = pl->addItems(position, kept);
     KELO_LOG_TRACE(PlayListsLogger, "addItems() res: " << res);
     int added = 0;
     if (res >= 1) {
@@ -322,46 +308,72 @@ int Controller::addItemsToPlaylist(PlayListBase* pl, const QList<KeloPlayListIte
     return added;
 }
 
+Controller::ExternalAdd Controller::addExternalItemsWhileReading(const QByteArray& text, QString* msg)
+{
+    ExternalAdd add;
+    ItemTextReader reader(text);
+    KeloPlayListPlAddExternalItems head;
+    // A head the add refuses is left to the whole reading, which answers it as always.
+    if (!reader.waitForHead(&head) || !(add.pl = manager->getPlayListByUid(head.plid())) ||
+        !addPositionOf(head, &add.position))
+        return add;
+    add.added = addItemsToPlaylist(add.pl, reader, add.position, msg);
+    add.handled = reader.outcome() != ItemTextReader::Outcome::Declined;
+    add.offered = reader.offered();
+    return add;
+}
+
 bool Controller::plAddExternalItems(CMSetDataRequest request, QString& msg)
 {
     KELO_TRACE_SCOPE(PlayListsLogger);
     const QString what = KELO_TR("Could not add external items to playlist.");
-    const KeloPlayListPlAddExternalItems args = addExternalItemsArgs(request);
-    const int plid = args.plid();
-    if (!checkPlayListId(plid, what, msg))
-        return false;
-    PlayListBase* pl = manager->getPlayListByUid(plid);
-    if (!checkPlayList(pl, plid, what, msg)) {
-        KELO_LOG_ERROR(PlayListsLogger, "Cannot add items to invalid playlist id: " << plid);
-        return false;
+    ExternalAdd add;
+    const QByteArray text = request.valueText();
+    if (text.size() >= StreamedAddBytes)
+        add = addExternalItemsWhileReading(text, &msg);
+    if (!add.handled) {
+        add = ExternalAdd();
+        msg.clear();
+        const KeloPlayListPlAddExternalItems args = addExternalItemsArgs(request);
+        const int plid = args.plid();
+        if (!checkPlayListId(plid, what, msg))
+            return false;
+        add.pl = manager->getPlayListByUid(plid);
+        if (!checkPlayList(add.pl, plid, what, msg)) {
+            KELO_LOG_ERROR(PlayListsLogger, "Cannot add items to invalid playlist id: " << plid);
+            return false;
+        }
+        if (!addPositionOf(args, &add.position)) {
+            msg = buildErrMsg(what, KELO_TR("Invalid add mode."), QStringLiteral("mode"));
+            return false;
+        }
+        KELO_LOG_TRACE(PlayListsLogger, "itemList: " << describe(args.items()));
+        CheckedItemList items(args.items());
+        add.offered = items.offered();
+        if (add.offered > 0)
+            add.added = addItemsToPlaylist(add.pl, items, add.position, &msg);
     }
-    KeloPlayListAddPosition::Enum position = KeloPlayListAddPosition::Append;
-    if (!addPositionOf(args, &position)) {
-        msg = buildErrMsg(what, KELO_TR("Invalid add mode."), QStringLiteral("mode"));
-        return false;
-    }
-    const QList<KeloPlayListItem> items = args.items();
-    if (items.isEmpty()) {
+    PlayListBase* pl = add.pl;
+    if (add.offered == 0) {
         msg = buildErrMsg(what, KELO_TR("Please select one or more items to add."), QString());
-        KELO_LOG_ERROR(PlayListsLogger, "Cannot add zero items to playlist id: " << plid);
+        KELO_LOG_ERROR(PlayListsLogger, "Cannot add zero items to playlist id: " << pl->getUid());
         return false;
     }
-    const int added = addItemsToPlaylist(pl, items, position, &msg);
-    KELO_LOG_TRACE(PlayListsLogger, "addItemsRes: " << added);
-    if (added <= 0) {
+    KELO_LOG_TRACE(PlayListsLogger, "addItemsRes: " << add.added);
+    if (add.added <= 0) {
         msg = buildErrMsg(what, KELO_TR("No items were added."), QString());
-        KELO_LOG_ERROR(PlayListsLogger, "No items were added to playlist id: " << plid);
+        KELO_LOG_ERROR(PlayListsLogger, "No items were added to playlist id: " << pl->getUid());
         return false;
     }
-    if (position == KeloPlayListAddPosition::Now) {
+    if (add.position == KeloPlayListAddPosition::Now) {
         KELO_LOG_TRACE(PlayListsLogger, "plsize: " << pl->getSize());
-        if (!startAddedItem(pl, added)) {
+        if (!startAddedItem(pl, add.added)) {
             msg = buildErrMsg(what, KELO_TR("Cannot get last item."), QString());
-            KELO_LOG_ERROR(PlayListsLogger, "Cannot get last item for playlist id: " << plid);
+            KELO_LOG_ERROR(PlayListsLogger, "Cannot get last item for playlist id: " << pl->getUid());
             return false;
         }
     }
     msg = buildOkMsg(KELO_TR("Items added successfully to playlist."), pl->getName(), msg);
-    KELO_LOG_INFO(PlayListsLogger, "Items added successfully to playlist id: " << plid);
+    KELO_LOG_INFO(PlayListsLogger, "Items added successfully to playlist id: " << pl->getUid());
     return true;
 }

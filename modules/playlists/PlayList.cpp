@@ -5,6 +5,7 @@
 
 #include "CMGlobal.h"
 #include "Database.h"
+#include "ItemSource.h"
 #include "KeloJson.h"
 #include "KeloLog.h"
 #include "KeloPaths.h"
@@ -138,13 +139,19 @@ QList<KeloPlayListItem> PlayList::getItems(int from, int to)
     return database->getItems(*record, from, to);
 }
 
-int PlayList::addItems(KeloPlayListAddPosition::Enum position, const QList<KeloPlayListItem>& items)
+int PlayListBase::addItems(KeloPlayListAddPosition::Enum position, const QList<KeloPlayListItem>& items)
+{
+    ItemList source(items);
+    return addItems(position, source);
+}
+
+int PlayList::addItems(KeloPlayListAddPosition::Enum position, ItemSource& source)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE(PlayListsLogger, "position=" << int(position) << " count=" << items.size());
+    KELO_LOG_TRACE(PlayListsLogger, "position=" << int(position) << " count=" << source.size());
     QMutexLocker locker(&mutex);
     int added = 0;
-    const int first = database->addItems(*record, position, items, &added);
+    const int first = database->addItems(*record, position, source, &added);
     if (first < 0)
         return -1;
     // New entries go behind the last played one or at the end, so its number stays right.

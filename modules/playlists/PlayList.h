@@ -20,6 +20,7 @@
 #include "KeloRoles.h"
 
 class Database;
+class ItemSource;
 struct PlayListRecord;
 
 class PlayListBase : public QObject
@@ -51,8 +52,10 @@ public:
     // A block move made of single moves stored in one transaction: all or none. Each move then
     // emits its own itemMoved; false (nothing moved, no signal) for an empty list or a failed store.
     virtual bool moveItems(QList<int> indices, int to) = 0;
-    // Number added (the items limit may cut the list short), or -1 when nothing was added.
-    virtual int addItems(KeloPlayListAddPosition::Enum position, const QList<KeloPlayListItem>& items) = 0;
+    // Number added (the items limit may cut the list short), or -1 when nothing was added (also
+    // when the source did not end complete).
+    virtual int addItems(KeloPlayListAddPosition::Enum position, ItemSource& source) = 0;
+    int addItems(KeloPlayListAddPosition::Enum position, const QList<KeloPlayListItem>& items);
     virtual bool clearItems() = 0;
     // Deletes the row with its entries; the play queue's row is refused (false). The owner deletes
     // the object.
@@ -100,7 +103,8 @@ public:
     int removeItems(const QList<int>& indices) override;
     bool moveItem(int from, int to) override;
     bool moveItems(QList<int> indices, int to) override;
-    int addItems(KeloPlayListAddPosition::Enum position, const QList<KeloPlayListItem>& items) override;
+    using PlayListBase::addItems;
+    int addItems(KeloPlayListAddPosition::Enum position, ItemSource& source) override;
     bool clearItems() override;
     bool remove() override;
     KeloRoles itemToKeloRoles(const KeloPlayListItem& item) const override;

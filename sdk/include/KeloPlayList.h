@@ -3,6 +3,7 @@
 // the playlist and collection commands. Keys as in docs/api.md. Accessors never fail: a missing
 // key or a value of the wrong type gives the fallback named beside it (ids: -1, texts: empty,
 // lists: empty, modes: KeloEnum::Invalid for a text that names no mode).
+#include <functional>
 #include <QList>
 #include <QStringList>
 
@@ -173,6 +174,14 @@ public:
     // on the way), reading exactly what the hash would give. False, with the record unchanged, when
     // the text is not in the common JSON forms or an item repeats a key: decode it and read the hash.
     bool readJson(const QByteArray& utf8);
+    // Reads the same text as readJson(utf8) does, handing each item to take() as soon as it is read
+    // instead of keeping it: head() is called once, when the items begin, with a record of the
+    // members read before them. take() returning false stops the reading. True when the whole text
+    // was read: the record then holds every member but the items (items() is empty). On false the
+    // record is unchanged, and the items already taken are to be dropped.
+    using Head = std::function<void(const KeloPlayListPlAddExternalItems& head)>;
+    using Take = std::function<bool(KeloPlayListItem&& item)>;
+    bool readJson(const QByteArray& utf8, const Head& head, const Take& take);
 
 private:
     QList<KeloPlayListItem> m_items;  // the items as read from JSON text, when m_itemsRead

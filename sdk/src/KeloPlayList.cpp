@@ -160,10 +160,24 @@ void KeloPlayListPlAddExternalItems::setItems(const QList<KeloPlayListItem>& ite
 
 bool KeloPlayListPlAddExternalItems::readJson(const QByteArray& utf8)
 {
+    QList<KeloPlayListItem> items;
+    bool itemsRead = false;
+    const auto take = [&](KeloPlayListItem&& item) {
+        items.append(std::move(item));
+        return true;
+    };
+    if (!readJson(utf8, [&](const KeloPlayListPlAddExternalItems&) { itemsRead = true; }, take))
+        return false;
+    m_items = items;
+    m_itemsRead = itemsRead;
+    return true;
+}
+
+bool KeloPlayListPlAddExternalItems::readJson(const QByteArray& utf8, const Head& head, const Take& take)
+{
     Reader reader(utf8);
     reader.skipSpace();
     QVariantHash members;
-    QList<KeloPlayListItem> items;
     bool itemsRead = false;
     const bool read = reader.object(1, [&](const Reader::Text& text) {
         const QString key = Reader::keyString(text);
@@ -171,12 +185,13 @@ bool KeloPlayListPlAddExternalItems::readJson(const QByteArray& utf8)
             return false;
         if (key == kItems && reader.opens('[')) {
             itemsRead = true;
+            head(KeloPlayListPlAddExternalItems(KeloHash(members)));
             // Elements that are not objects are left out, as items() leaves them out of a hash.
             return reader.array(2, [&]() {
                 if (!reader.opens('{'))
                     return reader.value(nullptr, 2);
-                items.append(KeloPlayListItem());
-                return readItem(reader, 3, &items.last());
+                KeloPlayListItem item;
+                return readItem(reader, 3, &item) && take(std::move(item));
             });
         }
         QVariant v;
@@ -188,7 +203,7 @@ bool KeloPlayListPlAddExternalItems::readJson(const QByteArray& utf8)
     if (!read || !reader.atEnd())
         return false;
     *static_cast<KeloHash*>(this) = KeloHash(members);
-    m_items = items;
-    m_itemsRead = itemsRead;
+    m_items.clear();
+    m_itemsRead = false;
     return true;
 }

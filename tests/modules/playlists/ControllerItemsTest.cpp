@@ -3,6 +3,7 @@
 #include <QTest>
 
 #include "ControllerTestSupport.h"
+#include "ItemSource.h"
 #include "ReplyTimeout.h"
 
 using namespace pltest;
@@ -84,8 +85,10 @@ TEST_F(ControllerTest, TheItemsLimitKeepsTheFirstItemsThatFitAndAFullStoreAddsNo
               noneAdded);
     QString msg;
     PlayListBase* pl = manager->getPlayListByUid(uid);
-    EXPECT_EQ(controller->addItemsToPlaylist(pl, tracks({"x"}), KeloPlayListAddPosition::Append, &msg), 0);
-    EXPECT_EQ(controller->addItemsToPlaylist(pl, {}, KeloPlayListAddPosition::Append, &msg), -1);
+    CheckedItemList one(tracks({"x"}));
+    EXPECT_EQ(controller->addItemsToPlaylist(pl, one, KeloPlayListAddPosition::Append, &msg), 0);
+    CheckedItemList none({});
+    EXPECT_EQ(controller->addItemsToPlaylist(pl, none, KeloPlayListAddPosition::Append, &msg), -1);
     EXPECT_EQ(msg, QStringLiteral("No playitem found."));
 }
 
@@ -140,4 +143,83 @@ TEST_F(ControllerTest, AnAddWhosePrepareNeverComesBackIsAnsweredTimeoutAndLetGo)
     EXPECT_EQ(manager->getPlayListByUid(uid)->getSize(), 0);
     ReplyTimeout::ms = saved;
     root.removeWorker(&silent);
+}
+
+// Texts this long are read while their entries are stored; what they answer and store must be what a
+// small add of the same items answers and stores.
+class LargeAddTest : public ControllerTest
+{
+protected:
+    Answer sendText(const QByteArray& text)
+    {
+        EXPECT_GE(text.size(), Controller::StreamedAddBytes);
+        return send(KeloPlayListPlAddExternalItemsPath(), QVariant::fromValue(KeloJsonText{text}));
+    }
+    const QStringList many = names(1500);
+};
+
+TEST_F(LargeAddTest, EntriesLandInOrderWithDenseNumbersAtTheEndOrBehindThePlayedOne)
+{
+    PlayListBase* pl = playlistWith("Big", {"a", "b", "c"});
+    pl->setLastSequenceNumber(0);
+    const int uid = pl->getUid();
+    EXPECT_TRUE(sendText(addText(uid, tracks(many), "\"mode\":\"afterCurrent\",")).ok);
+    EXPECT_TRUE(sendText(addText(uid, tracks(many))).ok);
+    EXPECT_EQ(store().titles(uid), QStringList({"a"}) + many + QStringList({"b", "c"}) + many);
+    EXPECT_EQ(pl->getSize(), 3 + 2 * many.size());
+    EXPECT_TRUE(store().gaps().isEmpty());
+}
+
+TEST_F(LargeAddTest, ARefusedEntryAnywhereLeavesThePlaylistAsItWas)
+{
+    PlayListBase* pl = playlistWith("Strict", {"pre"});
+    const int uid = pl->getUid();
+    for (int at : {0, 700, many.size()}) {
+        QList<KeloPlayListItem> items = tracks(many);
+        items.insert(at, withRoles(track("bad"), [](KeloRoles& r) { r.setTitle(QString()); }));
+        EXPECT_EQ(sendText(addText(uid, items)).message, noneAdded) << at;
+    }
+    QList<KeloPlayListItem> bare = tracks({"x", "y"});
+    for (KeloPlayListItem& item : bare)
+        item.setKeloRoles(QString());
+    QList<KeloPlayListItem> padded = bare;
+    while (addText(uid, padded).size() < Controller::StreamedAddBytes)
+        padded += bare;
+    EXPECT_EQ(sendText(addText(uid, padded)).message, noneAdded);
+    EXPECT_EQ(store().titles(uid), QStringList({"pre"}));
+    EXPECT_EQ(pl->getSize(), 1);
+}
+
+TEST_F(LargeAddTest, MembersAfterTheItemsAndUncommonFormsAreHonoured)
+{
+    PlayListBase* pl = playlistWith("Late", {"a", "b"});
+    pl->setLastSequenceNumber(0);
+    const int uid = pl->getUid();
+    const QStringList few = names(1000, "f");
+    // The mode after the items decides where they go, although the items were read before it.
+    EXPECT_TRUE(sendText(addText(uid, tracks(few), "", ",\"mode\":\"afterCurrent\"")).ok);
+    // The playlist named after the items.
+    const int other = createPlayList("Other");
+    QByteArray late = addText(uid, tracks(few), "", ",\"plid\":" + QByteArray::number(other));
+    late.replace("{\"plid\":" + QByteArray::number(uid) + ",", "{");
+    EXPECT_TRUE(sendText(late).ok);
+    // An escape the quick reading leaves to the document parser.
+    QByteArray escaped = addText(uid, tracks(few));
+    escaped.replace("\"f999\"", "\"f\\u00e9\"");
+    EXPECT_TRUE(sendText(escaped).ok);
+    EXPECT_EQ(store().titles(uid), QStringList({"a"}) + few + QStringList({"b"}) + few.mid(0, 999) + QStringList({"fé"}));
+    EXPECT_EQ(store().titles(other), few);
+    EXPECT_TRUE(store().gaps().isEmpty());
+}
+
+TEST_F(LargeAddTest, TheItemsLimitKeepsTheFirstEntriesAndAFullStoreAddsNone)
+{
+    controller.reset();
+    reopen(1200);
+    controller = std::make_unique<Controller>(nullptr, manager.get());
+    const int uid = createPlayList("Full");
+    EXPECT_TRUE(sendText(addText(uid, tracks(many))).ok);
+    EXPECT_EQ(store().titles(uid), many.mid(0, 1200));
+    EXPECT_EQ(sendText(addText(uid, tracks(many))).message, noneAdded);
+    EXPECT_EQ(store().titles(uid).size(), 1200);
 }

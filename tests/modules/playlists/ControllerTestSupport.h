@@ -1,6 +1,9 @@
 #pragma once
 // A Controller on a fresh model, driven the way the worker drives it: set-data requests on the
 // command paths, answered through their replies.
+#include <QJsonArray>
+#include <QJsonDocument>
+
 #include "Controller.h"
 #include "KeloPaths.h"
 #include "PlayListTestSupport.h"
@@ -51,6 +54,15 @@ inline QVariantList itemList(const QList<KeloPlayListItem>& items)
     for (const KeloPlayListItem& item : items)
         list.append(item.toVariant());
     return list;
+}
+
+// An add request's value as an HTTP client sends it, as JSON text: plid, then before, the items and
+// after.
+inline QByteArray addText(int plid, const QList<KeloPlayListItem>& items,
+                          const QByteArray& before = "\"mode\":\"append\",", const QByteArray& after = "")
+{
+    const QByteArray itemsText = QJsonDocument(QJsonArray::fromVariantList(itemList(items))).toJson(QJsonDocument::Compact);
+    return "{\"plid\":" + QByteArray::number(plid) + "," + before + "\"items\":" + itemsText + after + "}";
 }
 
 }  // namespace pltest
