@@ -117,6 +117,21 @@ void BM_SlotsInsertAfterCurrentThenRemove(benchmark::State& state)
 }
 BENCHMARK(BM_SlotsInsertAfterCurrentThenRemove)->Unit(benchmark::kMicrosecond);
 
+// A bulk append to the playing list, slots alone: the added numbers mixed into the unplayed order.
+// The order is drawn again from the list's own entries between rounds, untimed.
+void BM_SlotsBulkAppend(benchmark::State& state)
+{
+    Fixture& f = fixture();
+    const int count = int(state.range(0));
+    for (auto _ : state) {
+        emit f.pl->itemsAdded(KeloPlayListAddPosition::toString(KeloPlayListAddPosition::Append), kEntries, count);
+        state.PauseTiming();
+        f.logic->setShuffleEnabled(true);
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(BM_SlotsBulkAppend)->Arg(1000)->Arg(10000)->Unit(benchmark::kMicrosecond);
+
 void BM_SlotsMoveThereAndBack(benchmark::State& state)
 {
     Fixture& f = fixture();

@@ -34,6 +34,18 @@ ssize_t ConnectionStream::read(char* ptr, size_t size)
     return static_cast<ssize_t>(n);
 }
 
+bool ConnectionStream::takeRest(size_t length, std::string* rest)
+{
+    if (m_request.size() - m_read != length)
+        return false;
+    // The head before it is short: moving the body to the front costs far less than a copy into new memory.
+    m_request.erase(0, m_read);
+    *rest = std::move(m_request);
+    m_request.clear();
+    m_read = 0;
+    return true;
+}
+
 ssize_t ConnectionStream::write(const char* ptr, size_t size)
 {
     if (m_failed)

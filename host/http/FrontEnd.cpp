@@ -103,7 +103,7 @@ bool FrontEnd::Loop::open(int listeningFd)
     wakeUp.data.fd = m_wake;
     if (epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_listen, &listen) != 0 || epoll_ctl(m_epoll, EPOLL_CTL_ADD, m_wake, &wakeUp) != 0)
         return false;
-    m_pool = std::make_unique<httplib::ThreadPool>(static_cast<size_t>(m_limits.workers));
+    m_pool = std::make_unique<WorkerPool>(m_limits.workers);
     return true;
 }
 

@@ -16,6 +16,7 @@
 #include "http/ConnectionStream.h"
 #include "http/FrontEnd.h"
 #include "http/RequestFraming.h"
+#include "http/WorkerPool.h"
 
 namespace frontend {
 
@@ -96,7 +97,7 @@ private:
     int m_epoll = -1;
     int m_wake = -1;
     int m_total = 0;
-    std::unique_ptr<httplib::ThreadPool> m_pool;
+    std::unique_ptr<WorkerPool> m_pool;
     std::unordered_map<int, std::unique_ptr<frontend::Connection>> m_connections;
     // Closed in this round of the loop: kept until its end, as callers may still look at them.
     std::vector<std::unique_ptr<frontend::Connection>> m_closed;

@@ -129,7 +129,10 @@ void FrontEnd::Loop::headReceived(Connection& c)
     const int ms = m_limits.bodyMs + static_cast<int>(expected * 1000 / m_limits.minBodyBytesPerSecond);
     enter(c, Phase::Body, after(ms));
     if (overBudget(c, expected))
-        refuse(c, 503);
+        return refuse(c, 503);
+    // The announced body is already counted against the budget: its room is taken once rather
+    // than grown into, which would copy it again and again on the way.
+    c.in.reserve(c.head.bytes + expected);
 }
 
 void FrontEnd::Loop::bodyProgress(Connection& c)
@@ -183,14 +186,20 @@ void FrontEnd::Loop::dispatch(Connection& c, size_t end, bool closeAfter)
     const int fd = c.fd;
     auto job = std::make_shared<std::string>(std::move(request));
     m_pool->enqueue([this, fd, job, peer = c.peer, closeAfter] {
-        ConnectionStream stream(fd, std::move(*job), peer, m_limits.writeTimeoutMs);
-        const bool served = m_serve(stream, closeAfter);
-        const bool keepOpen = stream.flush() && served && !closeAfter;
+        std::function<void()> afterAnswer;
         {
-            std::lock_guard<std::mutex> lock(m_returnedMutex);
-            m_returned.push_back({fd, keepOpen});
+            ConnectionStream stream(fd, std::move(*job), peer, m_limits.writeTimeoutMs);
+            const bool served = m_serve(stream, closeAfter);
+            const bool keepOpen = stream.flush() && served && !closeAfter;
+            {
+                std::lock_guard<std::mutex> lock(m_returnedMutex);
+                m_returned.push_back({fd, keepOpen});
+            }
+            wake();
+            afterAnswer = stream.takeAfterAnswer();
         }
-        wake();
+        if (afterAnswer)
+            afterAnswer();
     });
 }
 

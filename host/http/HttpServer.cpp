@@ -34,6 +34,24 @@ public:
 
 namespace {
 
+// The request this worker thread answers (set around process_request, so never null in a route):
+// httplib gives its handlers only what it parsed.
+thread_local ConnectionStream* t_serving = nullptr;
+
+// A body framed by its Content-Length alone is in memory whole, right behind the head httplib read:
+// it is taken as it is. False when httplib's reader must decode it (chunked, encoded, over maxBytes,
+// or not what the length says).
+bool takeWholeBody(const httplib::Request& req, size_t maxBytes, std::string* body)
+{
+    if (!t_serving || req.has_header("Transfer-Encoding") || req.has_header("Content-Encoding"))
+        return false;
+    const std::string length = req.get_header_value("Content-Length");
+    if (length.empty() || length.size() > 18 || length.find_first_not_of("0123456789") != std::string::npos)
+        return false;
+    const size_t bytes = std::strtoull(length.c_str(), nullptr, 10);
+    return bytes <= maxBytes && t_serving->takeRest(bytes, body);
+}
+
 // SO_REUSEADDR only: a second host on the same port must fail to bind instead of sharing it.
 void listeningSocketOptions(socket_t sock)
 {
@@ -58,7 +76,10 @@ HttpServer::HttpServer(const HttpAccess& access, const FrontEnd::Limits& limits)
     , m_server(std::make_unique<Routes>())
     , m_front(limits, [this](ConnectionStream& stream, bool closeAfter) {
         bool clientCloses = false;
-        return m_server->process_request(stream, closeAfter, clientCloses, nullptr) && !clientCloses;
+        t_serving = &stream;
+        const bool served = m_server->process_request(stream, closeAfter, clientCloses, nullptr) && !clientCloses;
+        t_serving = nullptr;
+        return served;
     })
 {
     m_server->set_payload_max_length(limits.maxBodyBytes);
@@ -90,28 +111,33 @@ void HttpServer::post(const std::string& pattern, size_t maxBytes, BodyHandler h
     m_server->Post(pattern, [maxBytes, handler](const httplib::Request& req, httplib::Response& res,
                                                 const httplib::ContentReader& reader) {
         std::string body;
-        // The declared length, within the limit, is taken at once rather than grown into.
-        body.reserve(std::min<size_t>(std::strtoull(req.get_header_value("Content-Length").c_str(), nullptr, 10), maxBytes));
-        bool tooLarge = false;
-        const bool complete = reader([&](const char* data, size_t length) {
-            tooLarge = body.size() + length > maxBytes;
-            if (!tooLarge)
-                body.append(data, length);
-            return !tooLarge;
-        });
-        if (tooLarge || res.status == 413)
-            return HttpErrors::answer(res, HttpErrors::forStatus(413));
-        if (!complete)
-            return HttpErrors::answer(res, HttpErrors::forStatus(400));
+        if (!takeWholeBody(req, maxBytes, &body)) {
+            // The declared length, within the limit, is taken at once rather than grown into.
+            body.reserve(std::min<size_t>(std::strtoull(req.get_header_value("Content-Length").c_str(), nullptr, 10), maxBytes));
+            bool tooLarge = false;
+            const bool complete = reader([&](const char* data, size_t length) {
+                tooLarge = body.size() + length > maxBytes;
+                if (!tooLarge)
+                    body.append(data, length);
+                return !tooLarge;
+            });
+            if (tooLarge || res.status == 413)
+                return HttpErrors::answer(res, HttpErrors::forStatus(413));
+            if (!complete)
+                return HttpErrors::answer(res, HttpErrors::forStatus(400));
+        }
         if (body.size() <= LargeBodyBytes)
             return handler(req, body, res);
-        // Decoded JSON takes tens of times its text's size: one large body at a time, and its
-        // memory given back to the system afterwards rather than kept by the allocator.
-        static std::mutex largeBodies;
-        std::lock_guard<std::mutex> oneAtATime(largeBodies);
-        handler(req, body, res);
-        body = std::string();
-        malloc_trim(0);
+        {
+            // Decoded JSON takes tens of times its text's size: one large body at a time.
+            static std::mutex largeBodies;
+            std::lock_guard<std::mutex> oneAtATime(largeBodies);
+            handler(req, body, res);
+            body = std::string();
+        }
+        // The memory it freed goes back to the system rather than staying with the allocator, once
+        // the answer is out: giving it back takes a millisecond and more.
+        t_serving->afterAnswer([] { malloc_trim(0); });
     });
 }
 

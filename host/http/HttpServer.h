@@ -47,8 +47,9 @@ public:
     httplib::Server& server();
     RequestGate& gate() { return m_gate; }
     // Installs a POST route that reads at most maxBytes of body, chunked or not, and answers 413
-    // (PayloadTooLarge) for more without calling handler. Handlers of bodies over LargeBodyBytes
-    // run one at a time, and the memory they freed is returned to the system after them.
+    // (PayloadTooLarge) for more without calling handler. A body framed by its length reaches handler
+    // without a copy. Handlers of bodies over LargeBodyBytes run one at a time, and the memory they
+    // freed is returned to the system once their answer is sent.
     void post(const std::string& pattern, size_t maxBytes, BodyHandler handler);
     // Binds and listens on address:port (0: any free port). The real port, or -1 with *error.
     int bind(const QString& address, int port, QString* error);

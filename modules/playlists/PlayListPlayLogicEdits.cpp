@@ -2,6 +2,7 @@
 // last played number before it signals; these slots bring the shuffle order, the announced next
 // media and the play-logic data in line.
 #include <algorithm>
+#include <numeric>
 
 #include "KeloLog.h"
 #include "PlayList.h"
@@ -32,11 +33,13 @@ void PlayListPlayLogic::addToShuffle(int p, int firstSeqNum, int count)
     if (p == KeloPlayListAddPosition::Now || p == KeloPlayListAddPosition::AfterCurrent) {
         insertIntoShuffle(firstSeqNum, count);
     } else if (p == KeloPlayListAddPosition::Append) {
-        // Mixed only into the part of the order not yet played.
-        for (int s = firstSeqNum; s < firstSeqNum + count; ++s) {
-            m_shuffleSeq.append(s);
-            randomizeShuffleItems(m_shuffleCurIndex + 1);
-        }
+        if (count < 1)
+            return;
+        // Mixed only into the part of the order not yet played, in one draw however many came.
+        const int end = m_shuffleSeq.size();
+        m_shuffleSeq.resize(end + count);
+        std::iota(m_shuffleSeq.begin() + end, m_shuffleSeq.end(), firstSeqNum);
+        randomizeShuffleItems(m_shuffleCurIndex + 1);
     } else {
         KELO_LOG_ERROR(PlayListsPlayLogicLogger, "Unknown position specifier: " << p);
     }
@@ -70,8 +73,10 @@ void PlayListPlayLogic::insertIntoShuffle(int first, int count)
         if (entry >= first)
             entry += count;
     }
-    for (int j = 0; j < count; ++j)
-        m_shuffleSeq.insert(m_shuffleCurIndex + 1 + j, first + j);
+    // Room made once: inserting one at a time would move the rest of the order for each.
+    const int at = m_shuffleCurIndex + 1;
+    m_shuffleSeq.insert(at, count, 0);
+    std::iota(m_shuffleSeq.begin() + at, m_shuffleSeq.begin() + at + count, first);
 }
 
 void PlayListPlayLogic::on_currentPlayList_itemsRemoved(const QList<int>& indices, int lastSeqNum)

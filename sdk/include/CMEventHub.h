@@ -36,6 +36,9 @@ public:
     std::shared_ptr<CMEventSubscriber> subscribe(int queueLimit = DefaultQueueLimit);
     void publish(const QVariantHash& event);
     int subscriberCount() const;
+    // Whether any subscriber is open: an event nobody will read need not be built. One that
+    // subscribes right after this answered false misses the event, as it would had it been published.
+    bool hasSubscribers() const;
     // Closes every subscriber (at shutdown, so that open streams end).
     void closeAll();
 

@@ -20,4 +20,7 @@ public:
     void rowsChanged(const CMPath& path, const QString& change, int from, int to);
     // Rows of exactly this path changed: changes like "+4" (row 4 inserted), "-4" (removed).
     void rowsChanged(const CMPath& path, const QStringList& changes, int from, int to);
+    // Rows first .. first + count - 1 of exactly this path were inserted: the event of rowsChanged
+    // with "+first" .. "+<last>". Costs nothing but a look at the hub when no view is open.
+    void rowsInserted(const CMPath& path, int first, int count, int from, int to);
 };

@@ -121,6 +121,13 @@ void CMEventHub::publish(const QVariantHash& event)
         queue->push(event);
 }
 
+bool CMEventHub::hasSubscribers() const
+{
+    const auto hub = impl();
+    std::lock_guard<std::mutex> locker(hub->mutex);
+    return std::any_of(hub->queues.begin(), hub->queues.end(), [](const std::weak_ptr<Queue>& queue) { return !queue.expired(); });
+}
+
 int CMEventHub::subscriberCount() const
 {
     return static_cast<int>(impl()->live().size());

@@ -37,3 +37,18 @@ void CMSubscribe::rowsChanged(const CMPath& path, const QStringList& changes, in
     event.insert(QStringLiteral("rows"), rows);
     CMEventHub::instance().publish(event);
 }
+
+void CMSubscribe::rowsInserted(const CMPath& path, int first, int count, int from, int to)
+{
+    KELO_LOG_TRACE(KeloLog::FrameworkLogger, "rows of " << path.toEncoded() << ": +" << first << " .. +" << first + count - 1);
+    CMEventHub& hub = CMEventHub::instance();
+    if (!hub.hasSubscribers())
+        return;
+    QVariantHash event = rowsEvent(path, RowsChangeRows(), from, to);
+    QVariantList rows;
+    rows.reserve(count);
+    for (int row = first; row < first + count; ++row)
+        rows.append(QString(QLatin1Char('+')) + QString::number(row));
+    event.insert(QStringLiteral("rows"), rows);
+    hub.publish(event);
+}

@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdio>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -18,8 +19,9 @@ namespace {
 using RequestFraming::Body;
 using RequestFraming::Progress;
 
-// An HttpServer in this process with a few routes: GET /ping, GET /wait (until m_released), and
-// POST /echo, which answers its body.
+// An HttpServer in this process with a few routes: GET /ping, GET /wait (until m_released), POST
+// /echo, which answers its body, and POST /measure, which takes large bodies and answers their size
+// and their first and last bytes.
 class FrontEndServer : public ::testing::Test
 {
 protected:
@@ -38,6 +40,10 @@ protected:
         m_server->post("/echo", 1 << 20, [](const httplib::Request&, const std::string& body, httplib::Response& res) {
             res.set_content(body, "application/json");
         });
+        m_server->post("/measure", 3 << 20, [](const httplib::Request&, const std::string& body, httplib::Response& res) {
+            const std::string ends = body.empty() ? std::string() : body.substr(0, 1) + body.substr(body.size() - 1);
+            res.set_content(std::to_string(body.size()) + " " + ends, "text/plain");
+        });
         QString error;
         m_port = m_server->bind(QStringLiteral("127.0.0.1"), 0, &error);
         ASSERT_GT(m_port, 0) << error.toStdString();
@@ -50,9 +56,22 @@ protected:
         m_server.reset();
     }
     std::string get(const std::string& path) const { return "GET " + path + " HTTP/1.1\r\n" + m_host + "\r\n"; }
-    std::string echo(const std::string& body) const
+    std::string echo(const std::string& body) const { return withLength("/echo", body); }
+    std::string chunked(const std::string& path, const std::string& body) const
     {
-        return "POST /echo HTTP/1.1\r\n" + m_host + "Content-Type: application/json\r\nContent-Length: "
+        std::string text = "POST " + path + " HTTP/1.1\r\n" + m_host + "Content-Type: application/json\r\n"
+                           + "Transfer-Encoding: chunked\r\n\r\n";
+        for (size_t at = 0; at < body.size(); at += 100000) {
+            const std::string chunk = body.substr(at, 100000);
+            char size[16];
+            std::snprintf(size, sizeof size, "%zx\r\n", chunk.size());
+            text += size + chunk + "\r\n";
+        }
+        return text + "0\r\n\r\n";
+    }
+    std::string withLength(const std::string& path, const std::string& body) const
+    {
+        return "POST " + path + " HTTP/1.1\r\n" + m_host + "Content-Type: application/json\r\nContent-Length: "
                + std::to_string(body.size()) + "\r\n\r\n" + body;
     }
     std::unique_ptr<RawConnection> connect() const { return std::make_unique<RawConnection>(m_port); }
@@ -247,4 +266,42 @@ TEST_F(FrontEndServer, SlowOrOversizedRequestsAreRefusedIdleConnectionsClosedAnd
     EXPECT_EQ(statusOf(connection.readAnswer(&third)), 200);
     EXPECT_EQ(first + second + third, "[1][2]pong");
     EXPECT_TRUE(connection.closedWithin(3000)) << "idle for longer than the limit";
+}
+
+TEST_F(FrontEndServer, ABodyReachesItsRouteWholeHoweverItIsFramedAndOneOverTheRoutesBoundIsRefused)
+{
+    start();
+    RawConnection connection(m_port);
+    std::string large(2 << 20, 'a');
+    large.back() = 'z';
+    const std::string overEcho((1 << 20) + 1, ' ');
+    const struct
+    {
+        const char* what;
+        std::string request;
+        int status;
+        std::string body;
+    } cases[] = {
+        {"short, by length", echo("[1,2]"), 200, "[1,2]"},
+        {"short, chunked", chunked("/echo", "[1,2]"), 200, "[1,2]"},
+        {"empty, by length", echo(""), 200, ""},
+        {"large, by length", withLength("/measure", large), 200, "2097152 az"},
+        {"large, chunked", chunked("/measure", large), 200, "2097152 az"},
+        {"over the bound, by length", echo(overEcho), 413, ""},
+        {"over the bound, chunked", chunked("/echo", overEcho), 413, ""},
+    };
+    for (const auto& c : cases) {
+        // All on one kept connection: whatever a request left behind would spoil the next answer.
+        ASSERT_TRUE(connection.send(c.request)) << c.what;
+        std::string body;
+        EXPECT_EQ(statusOf(connection.readAnswer(&body)), c.status) << c.what;
+        if (c.status == 200)
+            EXPECT_EQ(body, c.body) << c.what;
+        else
+            EXPECT_NE(body.find("PayloadTooLarge"), std::string::npos) << c.what << ": " << body;
+    }
+    ASSERT_TRUE(connection.send(echo("{}")));
+    std::string last;
+    EXPECT_EQ(statusOf(connection.readAnswer(&last)), 200);
+    EXPECT_EQ(last, "{}");
 }

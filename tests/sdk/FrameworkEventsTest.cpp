@@ -26,6 +26,7 @@ TEST(FrameworkEventHub, AFullQueueDropsOnlyItsOwnOldestEventsAndASubscriberLeave
     auto slow = hub.subscribe(2);
     const auto roomy = hub.subscribe(10);
     EXPECT_EQ(hub.subscriberCount(), before + 2);
+    EXPECT_TRUE(hub.hasSubscribers());
     for (int n = 1; n <= 5; ++n)
         hub.publish({{QStringLiteral("n"), n}});
 
@@ -54,9 +55,10 @@ TEST(FrameworkEventHub, AQuietSubscriberTimesOutAndAClosedOneIsWokenForGood)
 
 TEST(FrameworkSubscribe, RowChangesArePublishedInTheirContractForm)
 {
-    const auto subscriber = CMEventHub::instance().subscribe();
     CMSubscribe subscribe;
+    const auto subscriber = CMEventHub::instance().subscribe();
     subscribe.rowsChanged(CMPath("playlists:pl/getitems/5"), QStringList{QStringLiteral("+4"), QStringLiteral("-2")}, 0, -1);
+    subscribe.rowsInserted(CMPath("playlists:pl/getitems/5"), 9, 3, 0, -1);
     subscribe.changedStartingWith(CMPath("playlists:"), CMSubscribe::RowsChangeReset(), -1, -1);
 
     QVariantHash rows;
@@ -66,6 +68,10 @@ TEST(FrameworkSubscribe, RowChangesArePublishedInTheirContractForm)
                                   {QStringLiteral("rows"), QVariantList{QStringLiteral("+4"), QStringLiteral("-2")}},
                                   {QStringLiteral("from"), 0},
                                   {QStringLiteral("to"), -1}}));
+    QVariantHash inserted;
+    ASSERT_EQ(subscriber->next(&inserted, 0), CMEventSubscriber::Event);
+    rows.insert(QStringLiteral("rows"), QVariantList{QStringLiteral("+9"), QStringLiteral("+10"), QStringLiteral("+11")});
+    EXPECT_EQ(inserted, rows);
     QVariantHash reset;
     ASSERT_EQ(subscriber->next(&reset, 0), CMEventSubscriber::Event);
     EXPECT_EQ(reset.value(QStringLiteral("change")).toString(), QStringLiteral("reset"));

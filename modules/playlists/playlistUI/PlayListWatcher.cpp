@@ -50,12 +50,8 @@ void PlayListWatcher::on_items_added(const QString&, int firstSeqIndex, int coun
 {
     KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE(PlayListsLogger, "firstSeqIndex: " << firstSeqIndex << " count: " << count);
-    QStringList changes;
-    for (int seq = firstSeqIndex; seq < firstSeqIndex + count; ++seq)
-        changes.append(QStringLiteral("+%1").arg(seq));
-    KELO_LOG_TRACE(PlayListsLogger, "itemsChanged: " << changes.join(QStringLiteral(", ")));
     KELO_LOG_TRACE(PlayListsLogger, "path: " << itemsPath(uid).toEncoded());
-    subscribe->rowsChanged(itemsPath(uid), changes, 0, -1);
+    subscribe->rowsInserted(itemsPath(uid), firstSeqIndex, count, 0, -1);
 }
 
 void PlayListWatcher::on_items_removed(const QList<int>&, int)
