@@ -1,6 +1,7 @@
 #include "KeloJsonReader_p.h"
 
 #include <QVarLengthArray>
+#include <QtEndian>
 #include <algorithm>
 
 namespace KeloJsonPrivate {
@@ -34,6 +35,43 @@ char unescapedChar(char escape)
     }
 }
 
+// What a byte inside a text asks of the reader. Nearly all are plain ASCII and only move it on.
+enum TextByte : unsigned char { Plain, Quote, Backslash, Control, Wide };
+
+struct TextBytes
+{
+    unsigned char of[256];
+};
+
+constexpr TextBytes textBytes()
+{
+    TextBytes bytes{};
+    for (int c = 0; c < 256; ++c)
+        bytes.of[c] = c < 0x20 ? Control : c >= 0x80 ? Wide : c == '"' ? Quote : c == '\\' ? Backslash : Plain;
+    return bytes;
+}
+
+constexpr TextBytes textByte = textBytes();
+
+// The first byte from p on that is not plain ASCII, or end. Eight bytes are looked at at once: a
+// byte's top bit flags it in each test below, and the lowest flag is the first such byte (what a
+// flagged byte borrows only flags bytes after it).
+inline const char* plainRun(const char* p, const char* end)
+{
+    constexpr quint64 ones = 0x0101010101010101ull;
+    constexpr quint64 tops = 0x8080808080808080ull;
+    const auto below = [](quint64 w, unsigned char n) { return (w - ones * n) & ~w & tops; };
+    for (; end - p >= 8; p += 8) {
+        const quint64 w = qFromLittleEndian<quint64>(p);
+        const quint64 flags = (w & tops) | below(w, 0x20) | below(w ^ (ones * '"'), 1) | below(w ^ (ones * '\\'), 1);
+        if (flags)
+            return p + qCountTrailingZeroBits(flags) / 8;
+    }
+    while (p < end && textByte.of[static_cast<unsigned char>(*p)] == Plain)
+        ++p;
+    return p;
+}
+
 }  // namespace
 
 bool Reader::document(QVariant* out)
@@ -44,14 +82,14 @@ bool Reader::document(QVariant* out)
 
 bool Reader::value(QVariant* out, int depth)
 {
+    if (!out)
+        return skip(depth);
     if (m_p == m_end)
         return false;
     switch (*m_p) {
     case '{': {
         QVariantHash hash;
         const bool read = object(depth + 1, [&](const Text& key) {
-            if (!out)
-                return value(nullptr, depth + 1);
             QVariant member;
             const QString name = keyString(key);
             if (!value(&member, depth + 1) || hash.contains(name))
@@ -59,38 +97,60 @@ bool Reader::value(QVariant* out, int depth)
             hash.insert(name, member);
             return true;
         });
-        if (read && out)
+        if (read)
             *out = hash;
         return read;
     }
     case '[': {
         QVariantList list;
         const bool read = array(depth + 1, [&]() {
-            if (!out)
-                return value(nullptr, depth + 1);
             list.append(QVariant());
             return value(&list.last(), depth + 1);
         });
-        if (read && out)
+        if (read)
             *out = list;
         return read;
     }
     case '"': {
         QString text;
-        if (!string(out ? &text : nullptr))
+        if (!string(&text))
             return false;
-        if (out)
-            *out = text;
+        *out = text;
         return true;
     }
     case 't':
-        return word("true", 4) && (!out || (*out = true, true));
+        return word("true", 4) && (*out = true, true);
     case 'f':
-        return word("false", 5) && (!out || (*out = false, true));
+        return word("false", 5) && (*out = false, true);
     case 'n':
-        return word("null", 4) && (!out || (*out = QVariant::fromValue(nullptr), true));
+        return word("null", 4) && (*out = QVariant::fromValue(nullptr), true);
     default:
         return number(out);
+    }
+}
+
+// value() without an out: the same checks, building nothing.
+bool Reader::skip(int depth)
+{
+    if (m_p == m_end)
+        return false;
+    switch (*m_p) {
+    case '{':
+        return object(depth + 1, [&](const Text&) { return skip(depth + 1); });
+    case '[':
+        return array(depth + 1, [&]() { return skip(depth + 1); });
+    case '"': {
+        Text text;
+        return readText(false, &text);
+    }
+    case 't':
+        return word("true", 4);
+    case 'f':
+        return word("false", 5);
+    case 'n':
+        return word("null", 4);
+    default:
+        return number(nullptr);
     }
 }
 
@@ -111,6 +171,7 @@ bool Reader::separator(char closing, bool* done)
     *done = c == closing;
     if (!*done && c != ',')
         return false;
+    m_values += *done ? 0 : 1;
     skipSpace();
     return true;
 }
@@ -217,39 +278,44 @@ bool Reader::readText(bool keep, Text* text)
 {
     if (!opens('"'))
         return false;
-    const char* start = ++m_p;
-    qint64 units = 0;  // UTF-16 units, as QString counts a text's length
-    while (m_p < m_end) {
-        const auto c = static_cast<unsigned char>(*m_p);
-        if (c == '"') {
-            if (units > m_longestText)
+    const char* const start = ++m_p;
+    // The text's length in UTF-16 units, as QString counts it, is its byte count less the bytes
+    // that escapes and characters of several bytes take beyond their units.
+    qint64 beyondUnits = 0;
+    for (const char* p = plainRun(start, m_end); p < m_end; p = plainRun(p, m_end)) {
+        m_p = p;
+        switch (textByte.of[static_cast<unsigned char>(*p)]) {
+        case Quote:
+            if ((p - start) - beyondUnits > m_longestText)
                 return false;
             text->begin = start;
-            text->end = m_p++;
+            text->end = p;
+            ++m_p;
             if (keep && text->escaped)
                 text->unescaped = unescape(text->begin, text->end);
             return true;
-        }
-        ++units;
-        if (c < 0x20)
-            return false;
-        if (c == '\\') {
-            if (m_end - m_p < 2 || !unescapedChar(m_p[1]))
+        case Backslash:
+            if (m_end - p < 2 || !unescapedChar(p[1]))
                 return false;  // \u escapes included: surrogate pairs are the document parser's
             text->escaped = true;
             text->ascii = false;
-            m_p += 2;
-        } else if (c < 0x80) {
-            ++m_p;
-        } else {
-            const int length = utf8Sequence(reinterpret_cast<const unsigned char*>(m_p));
+            p += 2;
+            beyondUnits += 1;
+            break;
+        case Wide: {
+            const int length = utf8Sequence(reinterpret_cast<const unsigned char*>(p));
             if (length == 0)
                 return false;
             text->ascii = false;
-            units += length == 4 ? 1 : 0;  // a surrogate pair in UTF-16
-            m_p += length;
+            p += length;
+            beyondUnits += length == 2 ? 1 : 2;  // four bytes are a surrogate pair in UTF-16
+            break;
+        }
+        default:
+            return false;
         }
     }
+    m_p = m_end;
     return false;
 }
 

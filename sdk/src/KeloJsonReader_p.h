@@ -48,6 +48,9 @@ public:
     bool document(QVariant* out);
     // One value at the current position, read into *out or only checked (out null).
     bool value(QVariant* out, int depth);
+    // The values of what was read so far, counted without decoding: each '{', '[' and ',' starts one
+    // more, so an empty object or array counts twice. A bound on what decoding the text would cost.
+    int values() const { return m_values; }
     // A text at the current position as its unescaped UTF-8 bytes; false when there is none.
     bool utf8Text(QByteArray* out);
     // True when the value at the current position opens with c ('{', '[' or '"').
@@ -75,11 +78,14 @@ public:
     bool atEnd() { skipSpace(); return m_p == m_end; }
     void skipSpace()
     {
-        while (m_p < m_end && (*m_p == ' ' || *m_p == '\n' || *m_p == '\r' || *m_p == '\t'))
+        // Most bytes after a value are above the space, and one compare lets them through.
+        while (m_p < m_end && static_cast<unsigned char>(*m_p) <= ' ' &&
+               (*m_p == ' ' || *m_p == '\n' || *m_p == '\r' || *m_p == '\t'))
             ++m_p;
     }
 
 private:
+    bool skip(int depth);
     bool word(const char* text, int length);
     bool number(QVariant* out);
     bool string(QString* out);
@@ -90,6 +96,7 @@ private:
 
     const char* m_p;
     const char* m_end;
+    int m_values = 1;
     int m_longestText = std::numeric_limits<int>::max();
 };
 
@@ -99,6 +106,7 @@ bool Reader::object(int depth, Member member)
     if (depth > DeepestNesting || !opens('{'))
         return false;
     ++m_p;
+    ++m_values;
     skipSpace();
     if (m_p < m_end && *m_p == '}') {
         ++m_p;
@@ -125,6 +133,7 @@ bool Reader::array(int depth, Element element)
     if (depth > DeepestNesting || !opens('['))
         return false;
     ++m_p;
+    ++m_values;
     skipSpace();
     if (m_p < m_end && *m_p == ']') {
         ++m_p;
