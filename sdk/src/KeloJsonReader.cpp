@@ -13,63 +13,60 @@ constexpr int longestNumber = 15;
 // How many keys a thread keeps for sharing: the keys of the records it reads, not of every document.
 constexpr int keysKept = 48;
 
-char unescapedChar(char escape)
+// The character each escape stands for, 0 for the escapes the direct reader declines (\u too).
+struct Escapes
 {
-    switch (escape) {
-    case '"':
-    case '\\':
-    case '/':
-        return escape;
-    case 'b':
-        return '\b';
-    case 'f':
-        return '\f';
-    case 'n':
-        return '\n';
-    case 'r':
-        return '\r';
-    case 't':
-        return '\t';
-    default:
-        return 0;
-    }
-}
-
-// What a byte inside a text asks of the reader. Nearly all are plain ASCII and only move it on.
-enum TextByte : unsigned char { Plain, Quote, Backslash, Control, Wide };
-
-struct TextBytes
-{
-    unsigned char of[256];
+    char of[256];
 };
 
-constexpr TextBytes textBytes()
+constexpr Escapes escapes()
 {
-    TextBytes bytes{};
-    for (int c = 0; c < 256; ++c)
-        bytes.of[c] = c < 0x20 ? Control : c >= 0x80 ? Wide : c == '"' ? Quote : c == '\\' ? Backslash : Plain;
+    Escapes e{};
+    e.of['"'] = '"';
+    e.of['\\'] = '\\';
+    e.of['/'] = '/';
+    e.of['b'] = '\b';
+    e.of['f'] = '\f';
+    e.of['n'] = '\n';
+    e.of['r'] = '\r';
+    e.of['t'] = '\t';
+    return e;
+}
+
+constexpr Escapes escaped = escapes();
+
+char unescapedChar(char escape)
+{
+    return escaped.of[static_cast<unsigned char>(escape)];
+}
+
+// The bytes a text's reader only moves over: ASCII but the quote, the backslash and control bytes.
+struct PlainBytes
+{
+    bool of[256];
+};
+
+constexpr PlainBytes plainBytes()
+{
+    PlainBytes bytes{};
+    for (int c = 0x20; c < 0x80; ++c)
+        bytes.of[c] = c != '"' && c != '\\';
     return bytes;
 }
 
-constexpr TextBytes textByte = textBytes();
+constexpr PlainBytes plain = plainBytes();
 
-// The first byte from p on that is not plain ASCII, or end. Eight bytes are looked at at once: a
-// byte's top bit flags it in each test below, and the lowest flag is the first such byte (what a
-// flagged byte borrows only flags bytes after it).
-inline const char* plainRun(const char* p, const char* end)
+// The top bit of each byte of w that is not plain: a quote, a backslash, a control byte or a byte
+// above 0x7f. Each byte is tested on its low seven bits, where the sums cannot carry into the next.
+inline quint64 unplainBytes(quint64 w)
 {
+    constexpr quint64 low7 = 0x7f7f7f7f7f7f7f7full;
     constexpr quint64 ones = 0x0101010101010101ull;
-    constexpr quint64 tops = 0x8080808080808080ull;
-    const auto below = [](quint64 w, unsigned char n) { return (w - ones * n) & ~w & tops; };
-    for (; end - p >= 8; p += 8) {
-        const quint64 w = qFromLittleEndian<quint64>(p);
-        const quint64 flags = (w & tops) | below(w, 0x20) | below(w ^ (ones * '"'), 1) | below(w ^ (ones * '\\'), 1);
-        if (flags)
-            return p + qCountTrailingZeroBits(flags) / 8;
-    }
-    while (p < end && textByte.of[static_cast<unsigned char>(*p)] == Plain)
-        ++p;
-    return p;
+    const quint64 l = w & low7;
+    const quint64 atLeastSpace = l + ones * (0x80 - 0x20);
+    const quint64 notQuote = (l ^ (ones * '"')) + low7;
+    const quint64 notBackslash = (l ^ (ones * '\\')) + low7;
+    return (w | ~(atLeastSpace & notQuote & notBackslash)) & ~low7;
 }
 
 }  // namespace
@@ -159,20 +156,6 @@ bool Reader::word(const char* text, int length)
     if (m_end - m_p < length || !std::equal(text, text + length, m_p))
         return false;
     m_p += length;
-    return true;
-}
-
-bool Reader::separator(char closing, bool* done)
-{
-    skipSpace();
-    if (m_p == m_end)
-        return false;
-    const char c = *m_p++;
-    *done = c == closing;
-    if (!*done && c != ',')
-        return false;
-    m_values += *done ? 0 : 1;
-    skipSpace();
     return true;
 }
 
@@ -274,49 +257,79 @@ bool Reader::utf8Text(QByteArray* out)
     return true;
 }
 
+// The byte after the escape or the character at p (whose byte is c), or p itself when a quote ends the text there;
+// null when p holds what the direct reader declines.
+inline const char* Reader::unplainByte(const char* p, char c, Text* text, qint64* beyondUnits) const
+{
+    if (c == '"')
+        return p;
+    if (c != '\\')
+        return character(p, text, beyondUnits);
+    if (m_end - p < 2 || !unescapedChar(p[1]))
+        return nullptr;  // \u escapes included: surrogate pairs are the document parser's
+    text->escaped = true;
+    text->ascii = false;
+    *beyondUnits += 1;
+    return p + 2;
+}
+
+// The byte after the character of several bytes at p; null for a control byte, or a byte above
+// 0x7f that starts no character.
+const char* Reader::character(const char* p, Text* text, qint64* beyondUnits) const
+{
+    const int length = utf8Sequence(reinterpret_cast<const unsigned char*>(p));
+    if (length == 0)
+        return nullptr;
+    text->ascii = false;
+    *beyondUnits += length == 2 ? 1 : 2;  // four bytes are a surrogate pair in UTF-16
+    return p + length;
+}
+
+// Texts are scanned eight bytes at a time, and the bytes that are not plain within those eight
+// are taken one after the other without reading them again.
 bool Reader::readText(bool keep, Text* text)
 {
     if (!opens('"'))
         return false;
     const char* const start = ++m_p;
+    const char* p = start;
     // The text's length in UTF-16 units, as QString counts it, is its byte count less the bytes
     // that escapes and characters of several bytes take beyond their units.
     qint64 beyondUnits = 0;
-    for (const char* p = plainRun(start, m_end); p < m_end; p = plainRun(p, m_end)) {
-        m_p = p;
-        switch (textByte.of[static_cast<unsigned char>(*p)]) {
-        case Quote:
-            if ((p - start) - beyondUnits > m_longestText)
-                return false;
-            text->begin = start;
-            text->end = p;
-            ++m_p;
-            if (keep && text->escaped)
-                text->unescaped = unescape(text->begin, text->end);
-            return true;
-        case Backslash:
-            if (m_end - p < 2 || !unescapedChar(p[1]))
-                return false;  // \u escapes included: surrogate pairs are the document parser's
-            text->escaped = true;
-            text->ascii = false;
-            p += 2;
-            beyondUnits += 1;
-            break;
-        case Wide: {
-            const int length = utf8Sequence(reinterpret_cast<const unsigned char*>(p));
-            if (length == 0)
-                return false;
-            text->ascii = false;
-            p += length;
-            beyondUnits += length == 2 ? 1 : 2;  // four bytes are a surrogate pair in UTF-16
-            break;
+    const char* end = nullptr;  // the closing quote
+    bool declined = false;
+    while (!end && !declined && m_end - p >= 8) {
+        const quint64 w = qFromLittleEndian<quint64>(p);
+        const char* next = p + 8;
+        for (quint64 flags = unplainBytes(w); flags;) {
+            // The byte is taken from the eight already read: reading it again would wait on the count.
+            const uint bit = qCountTrailingZeroBits(flags);
+            const char* at = p + bit / 8;
+            const char* after = unplainByte(at, static_cast<char>(w >> (bit - 7)), text, &beyondUnits);
+            end = after == at ? at : nullptr;
+            declined = !after;
+            if (end || declined || after - p >= 8) {
+                next = after;
+                break;
+            }
+            flags &= ~quint64(0) << (8 * (after - p));
         }
-        default:
-            return false;
-        }
+        p = next;
     }
-    m_p = m_end;
-    return false;
+    while (!end && !declined && p < m_end) {
+        const char* after = plain.of[static_cast<unsigned char>(*p)] ? p + 1 : unplainByte(p, *p, text, &beyondUnits);
+        end = after == p ? p : nullptr;
+        declined = !after;
+        p = after;
+    }
+    m_p = end ? end + 1 : m_end;
+    if (!end || (end - start) - beyondUnits > m_longestText)
+        return false;
+    text->begin = start;
+    text->end = end;
+    if (keep && text->escaped)
+        text->unescaped = unescape(text->begin, text->end);
+    return true;
 }
 
 // The bytes of a text already checked by readText(), its escapes replaced.

@@ -14,7 +14,8 @@
 
 namespace KeloJsonPrivate {
 
-class Reader
+// Used inside the SDK only: hidden, its calls to itself are direct.
+class Q_DECL_HIDDEN Reader
 {
 public:
     // A text's bytes between its quotes, and its unescaped bytes when it holds an escape. Object
@@ -90,9 +91,24 @@ private:
     bool number(QVariant* out);
     bool string(QString* out);
     bool readText(bool keep, Text* text);
+    const char* unplainByte(const char* p, char c, Text* text, qint64* beyondUnits) const;
+    const char* character(const char* p, Text* text, qint64* beyondUnits) const;
     static QByteArray unescape(const char* begin, const char* end);
     int utf8Sequence(const unsigned char* p) const;
-    bool separator(char closing, bool* done);
+    // After a member or an element: true with *done at the closing bracket, true at a comma.
+    bool separator(char closing, bool* done)
+    {
+        skipSpace();
+        if (m_p == m_end)
+            return false;
+        const char c = *m_p++;
+        *done = c == closing;
+        if (!*done && c != ',')
+            return false;
+        m_values += *done ? 0 : 1;
+        skipSpace();
+        return true;
+    }
 
     const char* m_p;
     const char* m_end;
