@@ -28,11 +28,16 @@ public:
         bool ascii = true;  // no escape and no byte above 0x7f
         QByteArray unescaped;
 
-        bool is(QLatin1String name) const
+        // True when the text is name, a nul-terminated ASCII name; a text holds no nul byte.
+        bool is(const char* name) const
         {
             const char* b = escaped ? unescaped.constData() : begin;
             const char* e = escaped ? b + unescaped.size() : end;
-            return e - b == name.size() && std::equal(b, e, name.data());
+            for (; b < e; ++b, ++name) {
+                if (*b != *name)
+                    return false;
+            }
+            return *name == 0;
         }
     };
 
@@ -171,7 +176,7 @@ bool Reader::namedMembers(int depth, const char* const (&names)[N], Read read)
     unsigned seen = 0;
     return object(depth + 1, [&](const Text& key) {
         const auto found = std::find_if(std::begin(names), std::end(names),
-                                        [&](const char* name) { return key.is(QLatin1String(name)); });
+                                        [&](const char* name) { return key.is(name); });
         if (found == std::end(names))
             return value(nullptr, depth + 1);
         const int index = static_cast<int>(found - std::begin(names));
