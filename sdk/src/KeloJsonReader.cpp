@@ -99,12 +99,11 @@ bool Reader::value(QVariant* out, int depth)
     case '{': {
         QVariantHash hash;
         const bool read = object(depth + 1, [&](const Text& key) {
-            QVariant member;
-            const QString name = keyString(key);
-            if (!value(&member, depth + 1) || hash.contains(name))
-                return false;  // a repeated key is the document parser's to settle
-            hash.insert(name, member);
-            return true;
+            // One lookup makes the member's place and tells a repeated key, which is the document
+            // parser's to settle; the value is read in place.
+            const int before = hash.size();
+            QVariant& member = hash[keyString(key)];
+            return hash.size() > before && value(&member, depth + 1);
         });
         if (read)
             *out = hash;
