@@ -18,8 +18,9 @@ namespace {
 // A track's roles as a media library hands them over.
 QByteArray rolesOf(int i, const QString& title)
 {
-    return QStringLiteral(R"({"type":3,"title":"%1","duration":%2,"mediaData":{"resources":[{"uri":"demo://track/%3"}]}})")
-        .arg(title)
+    static const QString form =
+        QStringLiteral(R"({"type":3,"title":"%1","duration":%2,"mediaData":{"resources":[{"uri":"demo://track/%3"}]}})");
+    return form.arg(title)
         .arg(180 + i % 120)
         .arg(i)
         .toUtf8();
@@ -38,7 +39,8 @@ QByteArray addBody(int count, bool wide)
 {
     QByteArray items = "[";
     for (int i = 0; i < count; ++i) {
-        const QString title = (wide ? QStringLiteral("Tr\u00e4ck \u266b %1 \U0001F3B5") : QStringLiteral("Track %1")).arg(i);
+        const QString title =
+            (wide ? QStringLiteral("Tr\u00e4ck \u266b %1 \U0001F3B5") : QStringLiteral("Track %1")).arg(i);
         if (i > 0)
             items += ',';
         items += R"({"title":)" + quoted(title.toUtf8()) + R"(,"artist":"Artist )" + QByteArray::number(i % 37) +
@@ -96,7 +98,8 @@ void TrackFactsRead(benchmark::State& state)
     QList<QByteArray> roles;
     int64_t bytes = 0;
     for (int i = 0; i < 1000; ++i) {
-        roles.append(rolesOf(i, state.range(0) ? QStringLiteral("Tr\u00e4ck \u266b %1").arg(i) : QStringLiteral("Track %1").arg(i)));
+        const QString title = (state.range(0) ? QStringLiteral("Tr\u00e4ck \u266b %1") : QStringLiteral("Track %1")).arg(i);
+        roles.append(rolesOf(i, title));
         bytes += roles.last().size();
     }
     for (auto _ : state) {

@@ -268,8 +268,8 @@ bool Reader::utf8Text(QByteArray* out)
     return true;
 }
 
-// The byte after the escape or the character at p (whose byte is c), or p itself when a quote ends the text there;
-// null when p holds what the direct reader declines.
+// The byte after the escape or the character at p (whose byte is c), or p itself when a quote ends
+// the text there; null when p holds what the direct reader declines.
 inline const char* Reader::unplainByte(const char* p, char c, Text* text, qint64* beyondUnits) const
 {
     if (c == '"')
