@@ -68,15 +68,16 @@ bool RequestBody::parse(const std::string& body, CMError* error)
         *error = badRequest(QStringLiteral("The request body is empty; it must be a JSON object."));
         return false;
     }
+    const QByteArray utf8 = QByteArray::fromRawData(body.data(), static_cast<int>(body.size()));
+    m_fields.clear();
+    // A body in the common forms has its values counted as it is checked, in one walk. The members
+    // are copied out of the body: a value sent on may outlive it.
+    if (KeloJson::members(utf8, MaxTextChars, &m_texts, MaxValues))
+        return true;
     if (valueCount(body, MaxValues) > MaxValues) {
         *error = badRequest(QStringLiteral("The request holds more than %1 JSON values.").arg(MaxValues));
         return false;
     }
-    const QByteArray utf8 = QByteArray::fromRawData(body.data(), static_cast<int>(body.size()));
-    m_fields.clear();
-    // The members are copied out of the body: a value sent on may outlive it.
-    if (KeloJson::members(utf8, MaxTextChars, &m_texts))
-        return true;
     bool ok = false;
     QString parseError;
     // parse already gives whole numbers as int.

@@ -5,6 +5,7 @@
 #include <QMetaType>
 #include <QString>
 #include <QVariant>
+#include <limits>
 
 // A JSON value still as its UTF-8 text, already checked to be JSON: a large value crosses threads
 // this way, and whoever reads it decodes it (KeloJson::parse), or reads it straight into values.
@@ -27,8 +28,11 @@ public:
     // The members of a JSON object text, each value kept as its own JSON text, after checking the
     // whole text. False when the text is not a JSON object in the common forms the direct reader takes
     // (no repeated keys, no \u escapes, no fractions or exponents, nesting up to 256) or holds a text,
-    // keys included, longer than longestText UTF-16 units; parse() then settles it.
-    static bool members(const QByteArray& utf8, int longestText, QHash<QString, QByteArray>* out);
+    // keys included, longer than longestText UTF-16 units, or holds more than mostValues values (each
+    // '{', '[' and ',' outside texts starts one more, so an empty object or array counts twice);
+    // parse() then settles it.
+    static bool members(const QByteArray& utf8, int longestText, QHash<QString, QByteArray>* out,
+                        int mostValues = std::numeric_limits<int>::max());
     // Turns JSON numbers that are whole into int, recursively, so that typed accessors read them.
     static QVariant normalize(const QVariant& value);
 };

@@ -128,7 +128,7 @@ QJsonValue KeloJsonPrivate::toJsonValue(const QVariant& value)
     }
 }
 
-bool KeloJson::members(const QByteArray& utf8, int longestText, QHash<QString, QByteArray>* out)
+bool KeloJson::members(const QByteArray& utf8, int longestText, QHash<QString, QByteArray>* out, int mostValues)
 {
     out->clear();
     KeloJsonPrivate::Reader reader(utf8);
@@ -142,7 +142,7 @@ bool KeloJson::members(const QByteArray& utf8, int longestText, QHash<QString, Q
         out->insert(key, QByteArray(begin, static_cast<int>(reader.position() - begin)));
         return true;
     });
-    if (read && reader.atEnd())
+    if (read && reader.atEnd() && reader.values() <= mostValues)
         return true;
     out->clear();
     return false;

@@ -14,7 +14,8 @@
 
 namespace KeloJsonPrivate {
 
-class Reader
+// Used inside the SDK only: hidden, its calls to itself are direct.
+class Q_DECL_HIDDEN Reader
 {
 public:
     // A text's bytes between its quotes, and its unescaped bytes when it holds an escape. Object
@@ -27,11 +28,16 @@ public:
         bool ascii = true;  // no escape and no byte above 0x7f
         QByteArray unescaped;
 
-        bool is(QLatin1String name) const
+        // True when the text is name, a nul-terminated ASCII name; a text holds no nul byte.
+        bool is(const char* name) const
         {
             const char* b = escaped ? unescaped.constData() : begin;
             const char* e = escaped ? b + unescaped.size() : end;
-            return e - b == name.size() && std::equal(b, e, name.data());
+            for (; b < e; ++b, ++name) {
+                if (*b != *name)
+                    return false;
+            }
+            return *name == 0;
         }
     };
 
@@ -48,6 +54,9 @@ public:
     bool document(QVariant* out);
     // One value at the current position, read into *out or only checked (out null).
     bool value(QVariant* out, int depth);
+    // The values of what was read so far, counted without decoding: each '{', '[' and ',' starts one
+    // more, so an empty object or array counts twice. A bound on what decoding the text would cost.
+    int values() const { return m_values; }
     // A text at the current position as its unescaped UTF-8 bytes; false when there is none.
     bool utf8Text(QByteArray* out);
     // True when the value at the current position opens with c ('{', '[' or '"').
@@ -75,21 +84,40 @@ public:
     bool atEnd() { skipSpace(); return m_p == m_end; }
     void skipSpace()
     {
-        while (m_p < m_end && (*m_p == ' ' || *m_p == '\n' || *m_p == '\r' || *m_p == '\t'))
+        // Most bytes after a value are above the space, and one compare lets them through.
+        while (m_p < m_end && static_cast<unsigned char>(*m_p) <= ' ' &&
+               (*m_p == ' ' || *m_p == '\n' || *m_p == '\r' || *m_p == '\t'))
             ++m_p;
     }
 
 private:
+    bool skip(int depth);
     bool word(const char* text, int length);
     bool number(QVariant* out);
     bool string(QString* out);
     bool readText(bool keep, Text* text);
+    const char* unplainByte(const char* p, char c, Text* text, qint64* beyondUnits) const;
+    const char* character(const char* p, Text* text, qint64* beyondUnits) const;
     static QByteArray unescape(const char* begin, const char* end);
     int utf8Sequence(const unsigned char* p) const;
-    bool separator(char closing, bool* done);
+    // After a member or an element: true with *done at the closing bracket, true at a comma.
+    bool separator(char closing, bool* done)
+    {
+        skipSpace();
+        if (m_p == m_end)
+            return false;
+        const char c = *m_p++;
+        *done = c == closing;
+        if (!*done && c != ',')
+            return false;
+        m_values += *done ? 0 : 1;
+        skipSpace();
+        return true;
+    }
 
     const char* m_p;
     const char* m_end;
+    int m_values = 1;
     int m_longestText = std::numeric_limits<int>::max();
 };
 
@@ -99,6 +127,7 @@ bool Reader::object(int depth, Member member)
     if (depth > DeepestNesting || !opens('{'))
         return false;
     ++m_p;
+    ++m_values;
     skipSpace();
     if (m_p < m_end && *m_p == '}') {
         ++m_p;
@@ -125,6 +154,7 @@ bool Reader::array(int depth, Element element)
     if (depth > DeepestNesting || !opens('['))
         return false;
     ++m_p;
+    ++m_values;
     skipSpace();
     if (m_p < m_end && *m_p == ']') {
         ++m_p;
@@ -146,7 +176,7 @@ bool Reader::namedMembers(int depth, const char* const (&names)[N], Read read)
     unsigned seen = 0;
     return object(depth + 1, [&](const Text& key) {
         const auto found = std::find_if(std::begin(names), std::end(names),
-                                        [&](const char* name) { return key.is(QLatin1String(name)); });
+                                        [&](const char* name) { return key.is(name); });
         if (found == std::end(names))
             return value(nullptr, depth + 1);
         const int index = static_cast<int>(found - std::begin(names));

@@ -3,6 +3,7 @@
 #include <QVarLengthArray>
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 
 #include "CMError.h"
 #include "CMPath.h"
@@ -63,12 +64,56 @@ char* writeEscapedAscii(ushort c, char* d)
     return d;
 }
 
-void writeString(const QString& text, QByteArray* out)
+// Writes at a pointer into out, grown ahead of what is written by at least double, and cut to what
+// was written when the writer ends: a character costs a store, not a call.
+class Writer
 {
-    // Room for the longest form of every unit (a six-byte \uXXXX), written in place, then cut to size.
-    const int start = out->size();
-    out->resize(start + 2 + 6 * text.size());
-    char* d = out->data() + start;
+public:
+    explicit Writer(QByteArray* out) : m_out(out)
+    {
+        const int used = out->size();
+        m_d = out->data() + used;
+        m_end = m_d;
+    }
+    ~Writer() { m_out->resize(static_cast<int>(m_d - m_out->constData())); }
+    Writer(const Writer&) = delete;
+    Writer& operator=(const Writer&) = delete;
+
+    // A place for n more bytes; wrote() takes the end of what was written there.
+    char* room(int n)
+    {
+        if (m_end - m_d < n)
+            grow(n);
+        return m_d;
+    }
+    void wrote(char* end) { m_d = end; }
+    void put(char c) { *room(1) = c; ++m_d; }
+    void put(const char* text, int n)
+    {
+        std::memcpy(room(n), text, static_cast<size_t>(n));
+        m_d += n;
+    }
+
+private:
+    void grow(int n)
+    {
+        const int used = static_cast<int>(m_d - m_out->constData());
+        m_out->resize(std::max(2 * used, used + n) + 64);
+        m_d = m_out->data() + used;
+        m_end = m_out->data() + m_out->size();
+    }
+
+    QByteArray* m_out;
+    char* m_d;
+    char* m_end;
+};
+
+void writeValue(const QVariant& value, Writer& out);
+
+void writeString(const QString& text, Writer& out)
+{
+    // Room for the longest form of every unit (a six-byte \uXXXX).
+    char* d = out.room(2 + 6 * text.size());
     *d++ = '"';
     const ushort* p = text.utf16();
     const ushort* end = p + text.size();
@@ -97,62 +142,62 @@ void writeString(const QString& text, QByteArray* out)
         }
     }
     *d++ = '"';
-    out->resize(static_cast<int>(d - out->constData()));
+    out.wrote(d);
 }
 
-void writeInt(int value, QByteArray* out)
+void writeInt(int value, Writer& out)
 {
-    char digits[16];
-    const auto written = std::to_chars(digits, digits + sizeof digits, value);
-    out->append(digits, static_cast<int>(written.ptr - digits));
+    constexpr int longest = 11;  // "-2147483648"
+    char* d = out.room(longest);
+    out.wrote(std::to_chars(d, d + longest, value).ptr);
 }
 
-void writeHash(const QVariantHash& hash, QByteArray* out)
+void writeHash(const QVariantHash& hash, Writer& out)
 {
     // The document writer sorts the keys; so does this one.
     QVarLengthArray<QVariantHash::const_iterator, 32> members;
     for (auto it = hash.cbegin(); it != hash.cend(); ++it)
         members.append(it);
     std::sort(members.begin(), members.end(), [](auto a, auto b) { return a.key() < b.key(); });
-    out->append('{');
+    out.put('{');
     for (int i = 0; i < members.size(); ++i) {
         if (i > 0)
-            out->append(',');
+            out.put(',');
         writeString(members[i].key(), out);
-        out->append(':');
-        write(members[i].value(), out);
+        out.put(':');
+        writeValue(members[i].value(), out);
     }
-    out->append('}');
+    out.put('}');
 }
 
-void writeMap(const QVariantMap& map, QByteArray* out)
+void writeMap(const QVariantMap& map, Writer& out)
 {
-    out->append('{');
+    out.put('{');
     for (auto it = map.cbegin(); it != map.cend(); ++it) {
         if (it != map.cbegin())
-            out->append(',');
+            out.put(',');
         writeString(it.key(), out);
-        out->append(':');
-        write(it.value(), out);
+        out.put(':');
+        writeValue(it.value(), out);
     }
-    out->append('}');
+    out.put('}');
 }
 
-void writeList(const QVariantList& list, QByteArray* out)
+void writeList(const QVariantList& list, Writer& out)
 {
-    out->append('[');
+    out.put('[');
     for (int i = 0; i < list.size(); ++i) {
         if (i > 0)
-            out->append(',');
-        write(list.at(i), out);
+            out.put(',');
+        writeValue(list.at(i), out);
     }
-    out->append(']');
+    out.put(']');
 }
 
-void writeThroughDocument(const QVariant& value, QByteArray* out)
+void writeThroughDocument(const QVariant& value, Writer& out)
 {
     const QByteArray wrapped = QJsonDocument(QJsonArray{toJsonValue(value)}).toJson(QJsonDocument::Compact);
-    out->append(wrapped.constData() + 1, wrapped.size() - 2);
+    out.put(wrapped.constData() + 1, wrapped.size() - 2);
 }
 
 // The hash behind a record held in a variant; false for anything that is not a hash record.
@@ -176,9 +221,7 @@ bool recordHash(const QVariant& value, QVariantHash* hash)
     return true;
 }
 
-}  // namespace
-
-void write(const QVariant& value, QByteArray* out)
+void writeValue(const QVariant& value, Writer& out)
 {
     switch (value.userType()) {
     case QMetaType::QVariantHash:
@@ -192,11 +235,11 @@ void write(const QVariant& value, QByteArray* out)
     case QMetaType::Int:
         return writeInt(*static_cast<const int*>(value.constData()), out);
     case QMetaType::Bool:
-        out->append(value.toBool() ? "true" : "false");
+        value.toBool() ? out.put("true", 4) : out.put("false", 5);
         return;
     case QMetaType::UnknownType:
     case QMetaType::Nullptr:
-        out->append("null");
+        out.put("null", 4);
         return;
     default:
         break;
@@ -208,6 +251,14 @@ void write(const QVariant& value, QByteArray* out)
         writeHash(hash, out);
     else
         writeThroughDocument(value, out);
+}
+
+}  // namespace
+
+void write(const QVariant& value, QByteArray* out)
+{
+    Writer writer(out);
+    writeValue(value, writer);
 }
 
 }  // namespace KeloJsonPrivate
