@@ -175,10 +175,12 @@ public:
     // the text is not in the common JSON forms or an item repeats a key: decode it and read the hash.
     bool readJson(const QByteArray& utf8);
     // Reads the same text as readJson(utf8) does, handing each item to take() as soon as it is read
-    // instead of keeping it: head() is called once, when the items begin, with a record of the
-    // members read before them. take() returning false stops the reading. True when the whole text
-    // was read: the record then holds every member but the items (items() is empty). On false the
-    // record is unchanged, and the items already taken are to be dropped.
+    // instead of keeping it. head() is called once before the first item, with a record of the
+    // members known then: when the members before the items name the playlist ("plid"), those, and
+    // the items are read at once; otherwise all members, read first while the items are only
+    // checked, and the items after them. take() returning false stops the reading. True when the
+    // whole text was read: the record then holds every member but the items (items() is empty). On
+    // false the record is unchanged, and the items already taken are to be dropped.
     using Head = std::function<void(const KeloPlayListPlAddExternalItems& head)>;
     using Take = std::function<bool(KeloPlayListItem&& item)>;
     bool readJson(const QByteArray& utf8, const Head& head, const Take& take);

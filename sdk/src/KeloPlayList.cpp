@@ -8,6 +8,7 @@
 
 namespace {
 const QString kItems = QStringLiteral("items");
+const QString kPlid = QStringLiteral("plid");
 
 int intOf(const QVariant& value, int fallback)
 {
@@ -175,24 +176,34 @@ bool KeloPlayListPlAddExternalItems::readJson(const QByteArray& utf8)
 
 bool KeloPlayListPlAddExternalItems::readJson(const QByteArray& utf8, const Head& head, const Take& take)
 {
+    // Elements that are not objects are left out, as items() leaves them out of a hash.
+    const auto readItems = [&](Reader& reader) {
+        return reader.array(2, [&]() {
+            if (!reader.opens('{'))
+                return reader.value(nullptr, 2);
+            KeloPlayListItem item;
+            return readItem(reader, 3, &item) && take(std::move(item));
+        });
+    };
     Reader reader(utf8);
     reader.skipSpace();
     QVariantHash members;
     bool itemsRead = false;
+    const char* laterItems = nullptr;
     const bool read = reader.object(1, [&](const Reader::Text& text) {
         const QString key = Reader::keyString(text);
         if (members.contains(key) || (itemsRead && key == kItems))
             return false;
         if (key == kItems && reader.opens('[')) {
             itemsRead = true;
-            head(KeloPlayListPlAddExternalItems(KeloHash(members)));
-            // Elements that are not objects are left out, as items() leaves them out of a hash.
-            return reader.array(2, [&]() {
-                if (!reader.opens('{'))
-                    return reader.value(nullptr, 2);
-                KeloPlayListItem item;
-                return readItem(reader, 3, &item) && take(std::move(item));
-            });
+            if (members.contains(kPlid)) {
+                head(KeloPlayListPlAddExternalItems(KeloHash(members)));
+                return readItems(reader);
+            }
+            // Writers that sort their keys put the items before the playlist: they are only checked
+            // now, and read once the members after them are known.
+            laterItems = reader.position();
+            return reader.value(nullptr, 1);
         }
         QVariant v;
         if (!reader.value(&v, 1))
@@ -202,6 +213,12 @@ bool KeloPlayListPlAddExternalItems::readJson(const QByteArray& utf8, const Head
     });
     if (!read || !reader.atEnd())
         return false;
+    if (laterItems) {
+        head(KeloPlayListPlAddExternalItems(KeloHash(members)));
+        Reader items(laterItems, utf8.constData() + utf8.size());
+        if (!readItems(items))
+            return false;
+    }
     *static_cast<KeloHash*>(this) = KeloHash(members);
     m_items.clear();
     m_itemsRead = false;

@@ -47,6 +47,23 @@ TEST(ItemTextReaderThreads, HandsTheKeptItemsInOrderInBoundedBatchesAfterTheHead
     EXPECT_EQ(reader.size(), titles.size());
 }
 
+TEST(ItemTextReaderThreads, ItemsBeforeThePlaylistAreReadOnceTheMembersAfterThemAreKnown)
+{
+    // As a writer that sorts its keys sends it: items, mode, plid.
+    const QStringList titles = names(700);
+    const QJsonObject value{{"plid", 9}, {"mode", "afterCurrent"}, {"items", QJsonArray::fromVariantList(itemList(tracks(titles)))}};
+    ItemTextReader reader(QJsonDocument(value).toJson(QJsonDocument::Compact));
+    KeloPlayListPlAddExternalItems head;
+    ASSERT_TRUE(reader.waitForHead(&head));
+    EXPECT_EQ(head.plid(), 9);
+    EXPECT_EQ(head.mode(), int(KeloPlayListAddPosition::AfterCurrent));
+    QList<KeloPlayListItem> read;
+    for (const QList<KeloPlayListItem>& batch : drain(reader))
+        read += batch;
+    EXPECT_EQ(titlesOf(read), titles);
+    EXPECT_EQ(reader.outcome(), Outcome::Complete);
+}
+
 TEST(ItemTextReaderThreads, SaysWhyAReadingIsNotComplete)
 {
     QList<KeloPlayListItem> refused = tracks(names(600));
