@@ -236,7 +236,7 @@ Repeats repeatsFor(int n)
 {
     if (n >= 100000)
         return {200, 300, 1, 5};
-    return {300, 1000, 3, 20};
+    return {300, 1000, 5, 20};
 }
 
 // The module in-process: the playlist model on its own store, and the node that pages a playlist.
