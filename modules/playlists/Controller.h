@@ -85,9 +85,9 @@ public:
     };
     // Texts of at least this many bytes have their entries read while they are inserted.
     static constexpr int StreamedAddBytes = 64 * 1024;
-    // A large add read from its text while its entries are inserted. Not handled when the text is
-    // to be read whole instead (its head names no playlist or mode this way, or it is not in the
-    // forms read this way): nothing was added then.
+    // A large add at the end read from its text while its entries are inserted. Not handled when
+    // the text is to be read whole instead (another mode, a head that names no playlist or mode this
+    // way, or a text not in the forms read this way): nothing was added then.
     ExternalAdd addExternalItemsWhileReading(const QByteArray& text, QString* msg);
     // Asks the player to play item as entry index of pl.
     void tryStartItem(const KeloPlayListItem& item, const PlayListBase* pl, int index);

@@ -284,7 +284,7 @@ int Controller::addItemsToPlaylist(PlayListBase* pl, OfferedItems& items, KeloPl
     // An offer refused or empty beforehand never reaches the store; one still being read is checked
     // while it is stored, and its transaction keeps nothing unless every entry passed.
     const bool hopeless = items.decidedBeforehand() && (items.refused() || items.kept() == 0);
-    const int res = hopeless ? -1 : pl->addItems(position, items);
+    const int res = hopeless ? -1 : items.storeIn(pl, position);
     items.finish();
     if (items.refused()) {
         *msg = KELO_TR("Missing title or type==audio or [resource uri and prePlayPath]");
@@ -313,9 +313,10 @@ Controller::ExternalAdd Controller::addExternalItemsWhileReading(const QByteArra
     ExternalAdd add;
     ItemTextReader reader(text);
     KeloPlayListPlAddExternalItems head;
-    // A head the add refuses is left to the whole reading, which answers it as always.
+    // Only adds at the end are stored while read (others open a gap as wide as the add, known only at
+    // its end); those and a head the add refuses are left to the whole reading, which answers as always.
     if (!reader.waitForHead(&head) || !(add.pl = manager->getPlayListByUid(head.plid())) ||
-        !addPositionOf(head, &add.position))
+        !addPositionOf(head, &add.position) || add.position != KeloPlayListAddPosition::Append)
         return add;
     add.added = addItemsToPlaylist(add.pl, reader, add.position, msg);
     add.handled = reader.outcome() != ItemTextReader::Outcome::Declined;

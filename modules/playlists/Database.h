@@ -105,16 +105,18 @@ public:
     // Where an add at position (KeloPlayListAddPosition) starts: 0 and 1 right behind the entry last
     // played (or the end if none), 2 the end, anything else -1. An empty playlist always gives the end.
     int addItemsNextSequenceNumber(const PlayListRecord& pl, int position);
-    // Inserts the entries source hands over at position, in one transaction, and returns the
-    // sequence number of the first one. Only as many entries as the items limit still admits are
-    // added, counted from the front; when the store already holds more than the limit, all are added.
-    // The source is read to its end either way, and nothing is kept unless it ends complete.
-    // addedCount (may be null) receives the number kept. -2: nothing may be added (limit reached, or
-    // no entries); -3: the source did not end complete; -1: other failure. Nothing changed on any of
-    // them. The record is not changed: the caller adds *addedCount to its size.
-    int addItems(const PlayListRecord& pl, int position, ItemSource& source, int* addedCount = nullptr);
+    // Inserts items at position and returns the sequence number of the first one. Only as many items
+    // as the items limit still admits are added, counted from the front of the list; when the store
+    // already holds more than the limit, the whole list is added. addedCount (may be null) receives
+    // the number kept. -2: nothing may be added (limit reached, or an empty list); -1: other failure
+    // (nothing changed). The record is not changed: the caller adds *addedCount to its size.
     int addItems(const PlayListRecord& pl, int position, const QList<KeloPlayListItem>& items,
                  int* addedCount = nullptr);
+    // As addItems at the end, with the entries handed over by source while they are inserted, in
+    // one transaction; the source is read to its end, and nothing is kept unless it ends complete.
+    // The count is known only at the end, so addedCount and the limit's trace come after the
+    // inserts. Results as addItems, and -3 when the source did not end complete.
+    int appendItems(const PlayListRecord& pl, ItemSource& source, int* addedCount = nullptr);
     // Removes the entries at indices (smallest first; ascending runs are removed as blocks) and
     // renumbers the rest densely. The number removed, or -1 if any index named no entry or a step
     // failed (then nothing changed).
@@ -189,6 +191,7 @@ private:
     bool deletePlayListTransaction(const PlayListRecord& pl);
 
     static KeloPlayListItem readItem(const StatementScope& query);
+    bool offsetItemsFromTransaction(const PlayListRecord& pl, int from, int count);
     // Inserts what source hands over, numbered from first, at most limit entries (-1: all); reads
     // the source to its end. The number inserted, or -1 when an insert failed.
     int insertItems(const PlayListRecord& pl, int first, ItemSource& source, int limit);

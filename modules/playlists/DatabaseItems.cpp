@@ -12,10 +12,6 @@
 
 namespace {
 const int highestSequenceNumber = 2147483647;
-// Where the entries behind an add wait: above any number a playlist reaches (its entries are bounded
-// by the items limit and the size of a request far below 2^30), so UNIQUE(playlist, sequenceNumber)
-// holds at every step, and below 2^31 with any number added.
-const int liftedOffset = 1 << 30;
 
 int addItemsFailed()
 {
@@ -134,35 +130,73 @@ int Database::addItemsNextSequenceNumber(const PlayListRecord& pl, int position)
 int Database::addItems(const PlayListRecord& pl, int position, const QList<KeloPlayListItem>& items,
                        int* addedCount)
 {
-    ItemList source(items);
-    return addItems(pl, position, source, addedCount);
-}
-
-int Database::addItems(const PlayListRecord& pl, int position, ItemSource& source, int* addedCount)
-{
     KELO_ASSERT_THREAD(this);
     // The write lock is taken before the limit is counted, so no other writer can slip in between.
     DatabaseTransaction transaction(*this, DatabaseTransaction::Immediate);
     KELO_LOG_TRACE(PlayListsLogger, "pl: " << pl.uid << " pl.size(): " << pl.size << " position: " << position
-                                       << " items.size(): " << source.size());
+                                       << " items.size(): " << items.size());
     if (!transaction.isOpen())
         return addItemsFailed();
     printItems(pl);
 
     const int dbItemsCount = countPlaylistsItems();
     const int room = m_itemsLimit - dbItemsCount;
-    // A store already above the limit (the limit was lowered) cuts nothing.
-    const int limit = (m_itemsLimit == 0 || room < 0) ? -1 : room;
+    // A store already above the limit (the limit was lowered) cuts nothing: the list is sliced as a
+    // slice with a negative length would be, which keeps everything.
+    const QList<KeloPlayListItem> kept = (m_itemsLimit == 0 || room < 0) ? items : items.mid(0, room);
+    if (addedCount)
+        *addedCount = kept.size();
+    KELO_LOG_TRACE(PlayListsLogger, "dbItemsCount: " << dbItemsCount << ", addedItemsCount: " << kept.size()
+                                                 << ", limit: " << m_itemsLimit);
+    if (kept.isEmpty()) {
+        KELO_LOG_ERROR(PlayListsLogger, "Error adding playlist items: database reached limit!");
+        return -2;
+    }
+
     const int first = addItemsNextSequenceNumber(pl, position);
     if (first < 0)
         return addItemsFailed();
-    // The entries behind the new ones wait above every number while the new ones arrive, since
-    // how many arrive is known only at the end.
-    const bool behind = pl.size > first;
-    if (behind && !shiftItems(pl, first, pl.size, liftedOffset)) {
+    if (pl.size > first && !offsetItemsFromTransaction(pl, first, kept.size())) {
         KELO_LOG_ERROR(PlayListsLogger, "Unable to move item block before adding items");
         return addItemsFailed();
     }
+    if (!addItemsFromSequenceNumber(pl, first, kept) || !transaction.commit())
+        return addItemsFailed();
+    return first;
+}
+
+bool Database::shiftItems(const PlayListRecord& pl, int lowest, int highest, int offset)
+{
+    return StatementScope(statement(MoveItem1)).bindAll(pl.uid, lowest, highest, offset).run();
+}
+
+bool Database::offsetItemsFromTransaction(const PlayListRecord& pl, int from, int count)
+{
+    // UNIQUE(playlist,sequenceNumber) is checked row by row, so the block is first lifted above
+    // every entry and then lowered onto its place: no two entries ever share a number.
+    const int n = pl.size;
+    if (!shiftItems(pl, from, n, count + n + 1))
+        return false;
+    return shiftItems(pl, n, highestSequenceNumber, ~n);
+}
+
+int Database::appendItems(const PlayListRecord& pl, ItemSource& source, int* addedCount)
+{
+    KELO_ASSERT_THREAD(this);
+    DatabaseTransaction transaction(*this, DatabaseTransaction::Immediate);
+    KELO_LOG_TRACE(PlayListsLogger, "pl: " << pl.uid << " pl.size(): " << pl.size << " position: "
+                                       << KeloPlayListAddPosition::Append << " items.size(): " << source.size());
+    if (!transaction.isOpen())
+        return addItemsFailed();
+    printItems(pl);
+
+    const int dbItemsCount = countPlaylistsItems();
+    const int room = m_itemsLimit - dbItemsCount;
+    // A store already above the limit cuts nothing, as for a list.
+    const int limit = (m_itemsLimit == 0 || room < 0) ? -1 : room;
+    const int first = addItemsNextSequenceNumber(pl, KeloPlayListAddPosition::Append);
+    if (first < 0)
+        return addItemsFailed();
     const int kept = insertItems(pl, first, source, limit);
     if (kept < 0)
         return addItemsFailed();
@@ -175,10 +209,6 @@ int Database::addItems(const PlayListRecord& pl, int position, ItemSource& sourc
     if (kept == 0) {
         KELO_LOG_ERROR(PlayListsLogger, "Error adding playlist items: database reached limit!");
         return -2;
-    }
-    if (behind && !shiftItems(pl, first + liftedOffset, highestSequenceNumber, kept - liftedOffset)) {
-        KELO_LOG_ERROR(PlayListsLogger, "Unable to move item block before adding items");
-        return addItemsFailed();
     }
     return transaction.commit() ? first : addItemsFailed();
 }
@@ -195,11 +225,6 @@ int Database::insertItems(const PlayListRecord& pl, int first, ItemSource& sourc
         kept += take;
     }
     return kept;
-}
-
-bool Database::shiftItems(const PlayListRecord& pl, int lowest, int highest, int offset)
-{
-    return StatementScope(statement(MoveItem1)).bindAll(pl.uid, lowest, highest, offset).run();
 }
 
 bool Database::insertItem(const KeloPlayListItem& item)

@@ -4,6 +4,7 @@
 #include "KeloJson.h"
 #include "KeloLog.h"
 #include "KeloRoles.h"
+#include "PlayList.h"
 #include "PlayListsLog.h"
 
 namespace {
@@ -18,15 +19,6 @@ bool rolesArePlayable(const QByteArray& rolesText)
            (!facts.firstResourceUri.isEmpty() || !CMPath(facts.prePlayPath).isEmpty());
 }
 }  // namespace
-
-bool ItemList::next(QList<KeloPlayListItem>* batch)
-{
-    if (m_handedOver)
-        return false;
-    m_handedOver = true;
-    *batch = m_items;
-    return true;
-}
 
 ItemVerdict verdictOn(const KeloPlayListItem& item)
 {
@@ -57,4 +49,9 @@ QList<KeloPlayListItem> CheckedItemList::keptOf(const QList<KeloPlayListItem>& i
             kept.append(item);
     }
     return kept;
+}
+
+int CheckedItemList::storeIn(PlayListBase* pl, KeloPlayListAddPosition::Enum position)
+{
+    return pl->addItems(position, m_kept);
 }

@@ -1,13 +1,15 @@
 #pragma once
-// Entries for an add, handed over in batches: a list at once (ItemList), or a request's items as
-// another thread reads them from its text (ItemTextReader). The add inserts each batch as it comes
-// and keeps them only when the source ends complete, so a source that fails half way leaves the
-// playlist as it was.
+// Entries for an append, handed over in batches as another thread reads them (ItemTextReader). The
+// append inserts each batch as it comes and keeps them only when the source ends complete, so a
+// source that fails half way leaves the playlist as it was.
 //
 // Threads: next(), complete() and size() are called on the thread of the add (the worker's).
 #include <QList>
 
+#include "KeloEnums.h"
 #include "KeloPlayList.h"
+
+class PlayListBase;
 
 class ItemSource
 {
@@ -18,22 +20,8 @@ public:
     // After next() was false: true when every entry was read and may be kept; false makes the add
     // keep nothing.
     virtual bool complete() const = 0;
-    // The number of entries handed over so far, or all of them when they are known at once (logs).
+    // The number of entries handed over so far (logs).
     virtual int size() const = 0;
-};
-
-// A list handed over as one batch.
-class ItemList final : public ItemSource
-{
-public:
-    explicit ItemList(const QList<KeloPlayListItem>& items) : m_items(items) {}
-    bool next(QList<KeloPlayListItem>* batch) override;
-    bool complete() const override { return true; }
-    int size() const override { return m_items.size(); }
-
-private:
-    const QList<KeloPlayListItem> m_items;
-    bool m_handedOver = false;
 };
 
 // What an add does with an entry offered to it: keeps it; leaves it out (it has no stored roles,
@@ -42,10 +30,14 @@ private:
 enum class ItemVerdict { Kept, LeftOut, Refused };
 ItemVerdict verdictOn(const KeloPlayListItem& item);
 
-// Entries offered to an add, each with its verdict; next() hands over the kept ones.
-class OfferedItems : public ItemSource
+// Entries offered to an add, each with its verdict: a list checked at once, or a request's items
+// checked as they are read.
+class OfferedItems
 {
 public:
+    virtual ~OfferedItems() = default;
+    // Stores the kept entries in pl at position: PlayListBase::addItems' result.
+    virtual int storeIn(PlayListBase* pl, KeloPlayListAddPosition::Enum position) = 0;
     // True when every verdict is known before the add: a refused or empty offer is then not
     // stored at all. Otherwise the verdicts are known once finish() returned.
     virtual bool decidedBeforehand() const = 0;
@@ -56,14 +48,12 @@ public:
     virtual int kept() const = 0;
 };
 
-// A list whose verdicts are taken at once; the kept entries are handed over as one batch.
+// A list whose verdicts are taken at once; the kept entries are stored as one list.
 class CheckedItemList final : public OfferedItems
 {
 public:
     explicit CheckedItemList(const QList<KeloPlayListItem>& items);
-    bool next(QList<KeloPlayListItem>* batch) override { return m_kept.next(batch); }
-    bool complete() const override { return !m_refused; }
-    int size() const override { return m_kept.size(); }
+    int storeIn(PlayListBase* pl, KeloPlayListAddPosition::Enum position) override;
     bool decidedBeforehand() const override { return true; }
     void finish() override {}
     bool refused() const override { return m_refused; }
@@ -75,5 +65,5 @@ private:
 
     const int m_offered;
     bool m_refused = false;
-    ItemList m_kept;
+    const QList<KeloPlayListItem> m_kept;
 };

@@ -1,5 +1,7 @@
 #include "ItemTextReader.h"
 
+#include "PlayList.h"
+
 ItemTextReader::ItemTextReader(const QByteArray& text) : m_text(text), m_thread([this] { read(); }) {}
 
 ItemTextReader::~ItemTextReader()
@@ -130,4 +132,9 @@ int ItemTextReader::kept() const
 {
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_kept;
+}
+
+int ItemTextReader::storeIn(PlayListBase* pl, KeloPlayListAddPosition::Enum)
+{
+    return pl->appendItems(*this);
 }

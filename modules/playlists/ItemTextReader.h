@@ -15,7 +15,7 @@
 #include "ItemSource.h"
 #include "KeloPlayList.h"
 
-class ItemTextReader final : public OfferedItems
+class ItemTextReader final : public ItemSource, public OfferedItems
 {
 public:
     enum class Outcome {
@@ -43,6 +43,8 @@ public:
     bool complete() const override;
     int size() const override;
 
+    // Appends the entries while they are read (the reader serves adds at the end only).
+    int storeIn(PlayListBase* pl, KeloPlayListAddPosition::Enum position) override;
     bool decidedBeforehand() const override { return false; }
     // Stops the reading unless it has ended, and waits for its end.
     void finish() override;

@@ -139,19 +139,27 @@ QList<KeloPlayListItem> PlayList::getItems(int from, int to)
     return database->getItems(*record, from, to);
 }
 
-int PlayListBase::addItems(KeloPlayListAddPosition::Enum position, const QList<KeloPlayListItem>& items)
-{
-    ItemList source(items);
-    return addItems(position, source);
-}
-
-int PlayList::addItems(KeloPlayListAddPosition::Enum position, ItemSource& source)
+int PlayList::addItems(KeloPlayListAddPosition::Enum position, const QList<KeloPlayListItem>& items)
 {
     KELO_ASSERT_THREAD(this);
-    KELO_LOG_TRACE(PlayListsLogger, "position=" << int(position) << " count=" << source.size());
+    KELO_LOG_TRACE(PlayListsLogger, "position=" << int(position) << " count=" << items.size());
     QMutexLocker locker(&mutex);
     int added = 0;
-    const int first = database->addItems(*record, position, source, &added);
+    const int first = database->addItems(*record, position, items, &added);
+    return addedAt(position, first, added);
+}
+
+int PlayList::appendItems(ItemSource& source)
+{
+    KELO_ASSERT_THREAD(this);
+    QMutexLocker locker(&mutex);
+    int added = 0;
+    const int first = database->appendItems(*record, source, &added);
+    return addedAt(KeloPlayListAddPosition::Append, first, added);
+}
+
+int PlayList::addedAt(KeloPlayListAddPosition::Enum position, int first, int added)
+{
     if (first < 0)
         return -1;
     // New entries go behind the last played one or at the end, so its number stays right.

@@ -52,10 +52,11 @@ public:
     // A block move made of single moves stored in one transaction: all or none. Each move then
     // emits its own itemMoved; false (nothing moved, no signal) for an empty list or a failed store.
     virtual bool moveItems(QList<int> indices, int to) = 0;
-    // Number added (the items limit may cut the list short), or -1 when nothing was added (also
-    // when the source did not end complete).
-    virtual int addItems(KeloPlayListAddPosition::Enum position, ItemSource& source) = 0;
-    int addItems(KeloPlayListAddPosition::Enum position, const QList<KeloPlayListItem>& items);
+    // Number added (the items limit may cut the list short), or -1 when nothing was added.
+    virtual int addItems(KeloPlayListAddPosition::Enum position, const QList<KeloPlayListItem>& items) = 0;
+    // The same at the end, with the entries handed over while they are stored; -1 also when the
+    // source did not end complete.
+    virtual int appendItems(ItemSource& source) = 0;
     virtual bool clearItems() = 0;
     // Deletes the row with its entries; the play queue's row is refused (false). The owner deletes
     // the object.
@@ -103,14 +104,16 @@ public:
     int removeItems(const QList<int>& indices) override;
     bool moveItem(int from, int to) override;
     bool moveItems(QList<int> indices, int to) override;
-    using PlayListBase::addItems;
-    int addItems(KeloPlayListAddPosition::Enum position, ItemSource& source) override;
+    int addItems(KeloPlayListAddPosition::Enum position, const QList<KeloPlayListItem>& items) override;
+    int appendItems(ItemSource& source) override;
     bool clearItems() override;
     bool remove() override;
     KeloRoles itemToKeloRoles(const KeloPlayListItem& item) const override;
 
 private:
     void adjustLastPlayedAfterMove(int last, int from, int to);
+    // After a stored add: the size grows and itemsAdded is emitted; the number added or -1.
+    int addedAt(KeloPlayListAddPosition::Enum position, int first, int added);
     bool store(const PlayListRecord& changed);  // writes the row, then takes it as the cached record
 
     Database* database;
