@@ -70,8 +70,11 @@ public:
     // Expands this module's item and playlist paths into playlist items (each a KeloPlayListItem
     // as variant); paths that name nothing are logged and skipped.
     QVariantList preparePlaylistItems(const QStringList& paths);
-    // Adds the offered entries that pass their verdicts. Number added (0 when the items limit left
-    // no room), or -1 when an entry is refused or none is kept (nothing is added then).
+    // Validates the items' stored roles and adds them. Number added (0 when the items limit left no
+    // room), or -1 when an item is unusable or none is left (nothing is added then).
+    int addItemsToPlaylist(PlayListBase* pl, const QList<KeloPlayListItem>& items,
+                           KeloPlayListAddPosition::Enum position, QString* msg);
+    // The same for entries whose verdicts may still be taken while they are stored.
     int addItemsToPlaylist(PlayListBase* pl, OfferedItems& items, KeloPlayListAddPosition::Enum position,
                            QString* msg);
     // An add of entries from outside: where to, how many were offered, how many were added.

@@ -240,9 +240,7 @@ int Controller::addItemsFromAllReplays(const ReqGroupProperties& properties, CMR
                                             QString::number(properties.plid));
         return -1;
     }
-    KELO_LOG_TRACE(PlayListsLogger, "itemList: " << describe(items));
-    CheckedItemList offered(items);
-    return addItemsToPlaylist(pl, offered, properties.position, msg);
+    return addItemsToPlaylist(pl, items, properties.position, msg);
 }
 
 void Controller::finishAddItems(const ReqGroupProperties& properties, int added, QString msg)
@@ -275,6 +273,14 @@ bool Controller::startAddedItem(PlayListBase* pl, int added)
         return false;
     tryStartItem(entries.first(), pl, next);
     return true;
+}
+
+int Controller::addItemsToPlaylist(PlayListBase* pl, const QList<KeloPlayListItem>& items,
+                                   KeloPlayListAddPosition::Enum position, QString* msg)
+{
+    KELO_LOG_TRACE(PlayListsLogger, "itemList: " << describe(items));
+    CheckedItemList offered(items);
+    return addItemsToPlaylist(pl, offered, position, msg);
 }
 
 int Controller::addItemsToPlaylist(PlayListBase* pl, OfferedItems& items, KeloPlayListAddPosition::Enum position,
@@ -348,9 +354,8 @@ bool Controller::plAddExternalItems(CMSetDataRequest request, QString& msg)
             msg = buildErrMsg(what, KELO_TR("Invalid add mode."), QStringLiteral("mode"));
             return false;
         }
-        KELO_LOG_TRACE(PlayListsLogger, "itemList: " << describe(args.items()));
-        CheckedItemList items(args.items());
-        add.offered = items.offered();
+        const QList<KeloPlayListItem> items = args.items();
+        add.offered = items.size();
         if (add.offered > 0)
             add.added = addItemsToPlaylist(add.pl, items, add.position, &msg);
     }

@@ -3,7 +3,6 @@
 #include <QTest>
 
 #include "ControllerTestSupport.h"
-#include "ItemSource.h"
 #include "ReplyTimeout.h"
 
 using namespace pltest;
@@ -85,10 +84,8 @@ TEST_F(ControllerTest, TheItemsLimitKeepsTheFirstItemsThatFitAndAFullStoreAddsNo
               noneAdded);
     QString msg;
     PlayListBase* pl = manager->getPlayListByUid(uid);
-    CheckedItemList one(tracks({"x"}));
-    EXPECT_EQ(controller->addItemsToPlaylist(pl, one, KeloPlayListAddPosition::Append, &msg), 0);
-    CheckedItemList none({});
-    EXPECT_EQ(controller->addItemsToPlaylist(pl, none, KeloPlayListAddPosition::Append, &msg), -1);
+    EXPECT_EQ(controller->addItemsToPlaylist(pl, tracks({"x"}), KeloPlayListAddPosition::Append, &msg), 0);
+    EXPECT_EQ(controller->addItemsToPlaylist(pl, {}, KeloPlayListAddPosition::Append, &msg), -1);
     EXPECT_EQ(msg, QStringLiteral("No playitem found."));
 }
 
