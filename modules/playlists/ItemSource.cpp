@@ -31,7 +31,7 @@ ItemVerdict verdictOn(const KeloPlayListItem& item)
 }
 
 CheckedItemList::CheckedItemList(const QList<KeloPlayListItem>& items)
-    : m_offered(items.size()), m_kept(keptOf(items, &m_refused))
+    : m_kept(keptOf(items, &m_refused))
 {
 }
 

@@ -44,7 +44,6 @@ public:
     // Ends what is still being read (the add may stop taking entries early) and waits for it.
     virtual void finish() = 0;
     virtual bool refused() const = 0;
-    virtual int offered() const = 0;  // those left out included
     virtual int kept() const = 0;
 };
 
@@ -57,13 +56,11 @@ public:
     bool decidedBeforehand() const override { return true; }
     void finish() override {}
     bool refused() const override { return m_refused; }
-    int offered() const override { return m_offered; }
     int kept() const override { return m_kept.size(); }
 
 private:
     static QList<KeloPlayListItem> keptOf(const QList<KeloPlayListItem>& items, bool* refused);
 
-    const int m_offered;
     bool m_refused = false;
     const QList<KeloPlayListItem> m_kept;
 };

@@ -52,7 +52,7 @@ public:
     // out included) and those kept.
     Outcome outcome() const;
     bool refused() const override { return outcome() == Outcome::Refused; }
-    int offered() const override;
+    int offered() const;
     int kept() const override;
 
 private:

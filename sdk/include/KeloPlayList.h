@@ -186,6 +186,10 @@ public:
     bool readJson(const QByteArray& utf8, const Head& head, const Take& take);
 
 private:
+    // The two readings: with playlistFirst, items met before "plid" are only checked at first and
+    // read after all other members; otherwise they are read where they stand.
+    bool readMembers(const QByteArray& utf8, bool playlistFirst, const Head& head, const Take& take);
+
     QList<KeloPlayListItem> m_items;  // the items as read from JSON text, when m_itemsRead
     bool m_itemsRead = false;
 };

@@ -40,15 +40,12 @@ void CMSubscribe::rowsChanged(const CMPath& path, const QStringList& changes, in
 
 void CMSubscribe::rowsInserted(const CMPath& path, int first, int count, int from, int to)
 {
-    KELO_LOG_TRACE(KeloLog::FrameworkLogger, "rows of " << path.toEncoded() << ": +" << first << " .. +" << first + count - 1);
-    CMEventHub& hub = CMEventHub::instance();
-    if (!hub.hasSubscribers())
+    // Thousands of rows added at once would otherwise become thousands of texts nobody reads.
+    if (!CMEventHub::instance().hasSubscribers())
         return;
-    QVariantHash event = rowsEvent(path, RowsChangeRows(), from, to);
-    QVariantList rows;
-    rows.reserve(count);
+    QStringList changes;
+    changes.reserve(count);
     for (int row = first; row < first + count; ++row)
-        rows.append(QString(QLatin1Char('+')) + QString::number(row));
-    event.insert(QStringLiteral("rows"), rows);
-    hub.publish(event);
+        changes.append(QLatin1Char('+') + QString::number(row));
+    rowsChanged(path, changes, from, to);
 }

@@ -167,7 +167,8 @@ bool KeloPlayListPlAddExternalItems::readJson(const QByteArray& utf8)
         items.append(std::move(item));
         return true;
     };
-    if (!readJson(utf8, [&](const KeloPlayListPlAddExternalItems&) { itemsRead = true; }, take))
+    // Kept whole, the items are read where they stand: nothing waits for the playlist.
+    if (!readMembers(utf8, false, [&](const KeloPlayListPlAddExternalItems&) { itemsRead = true; }, take))
         return false;
     m_items = items;
     m_itemsRead = itemsRead;
@@ -175,6 +176,12 @@ bool KeloPlayListPlAddExternalItems::readJson(const QByteArray& utf8)
 }
 
 bool KeloPlayListPlAddExternalItems::readJson(const QByteArray& utf8, const Head& head, const Take& take)
+{
+    return readMembers(utf8, true, head, take);
+}
+
+bool KeloPlayListPlAddExternalItems::readMembers(const QByteArray& utf8, bool playlistFirst, const Head& head,
+                                                 const Take& take)
 {
     // Elements that are not objects are left out, as items() leaves them out of a hash.
     const auto readItems = [&](Reader& reader) {
@@ -196,7 +203,7 @@ bool KeloPlayListPlAddExternalItems::readJson(const QByteArray& utf8, const Head
             return false;
         if (key == kItems && reader.opens('[')) {
             itemsRead = true;
-            if (members.contains(kPlid)) {
+            if (!playlistFirst || members.contains(kPlid)) {
                 head(KeloPlayListPlAddExternalItems(KeloHash(members)));
                 return readItems(reader);
             }
