@@ -138,7 +138,13 @@ public:
     {
         ++m_requests;
         const auto start = Clock::now();
-        const httplib::Result result = m_http.Post(endpoint, body.constData(), size_t(body.size()), "application/json");
+        // The body is written from the caller's buffer, as a client library given a buffer sends it;
+        // httplib's Post(data, size) would copy it into a string of its own first (2 ms for an add
+        // of 10,000), which is the client's time, not the host's.
+        const auto provide = [&body](size_t offset, size_t length, httplib::DataSink& sink) {
+            return sink.write(body.constData() + offset, length);
+        };
+        const httplib::Result result = m_http.Post(endpoint, size_t(body.size()), provide, "application/json");
         const double took = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
         if (!result || result->status != 200)
             fail(std::string("request failed: ") + endpoint + " " + body.left(200).toStdString() +

@@ -15,7 +15,8 @@ class ItemSource
 {
 public:
     virtual ~ItemSource() = default;
-    // Replaces *batch with the next entries; false when none are left.
+    // Replaces *batch with the next entries (what it held is the source's again, to free where it
+    // likes); false when none are left.
     virtual bool next(QList<KeloPlayListItem>* batch) = 0;
     // After next() was false: true when every entry was read and may be kept; false makes the add
     // keep nothing.

@@ -45,10 +45,28 @@ void ItemTextReader::read()
         outcome = Outcome::Complete;
     else if (refused)
         outcome = Outcome::Refused;
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_offered = offered;
-    m_kept = kept;
-    end(m_stop ? Outcome::Stopped : outcome, std::move(batch));
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_offered = offered;
+        m_kept = kept;
+        end(m_stop ? Outcome::Stopped : outcome, std::move(batch));
+    }
+    freeSpentUntilStopped();
+}
+
+void ItemTextReader::freeSpentUntilStopped()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    for (;;) {
+        m_changed.wait(lock, [this] { return m_stop || !m_spent.empty(); });
+        if (m_spent.empty())
+            return;
+        std::deque<QList<KeloPlayListItem>> spent;
+        spent.swap(m_spent);
+        lock.unlock();
+        spent.clear();
+        lock.lock();
+    }
 }
 
 bool ItemTextReader::hand(QList<KeloPlayListItem>* batch)
@@ -60,6 +78,9 @@ bool ItemTextReader::hand(QList<KeloPlayListItem>* batch)
     m_batches.push_back(std::move(*batch));
     batch->clear();
     m_changed.notify_all();
+    std::deque<QList<KeloPlayListItem>> spent;
+    spent.swap(m_spent);
+    lock.unlock();
     return true;
 }
 
@@ -85,6 +106,11 @@ bool ItemTextReader::waitForHead(KeloPlayListPlAddExternalItems* head)
 bool ItemTextReader::next(QList<KeloPlayListItem>* batch)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
+    if (!batch->isEmpty()) {
+        m_spent.push_back(std::move(*batch));
+        batch->clear();
+        m_changed.notify_all();
+    }
     m_changed.wait(lock, [this] { return !m_batches.empty() || m_outcome != Outcome::Reading; });
     // Once the reading failed, what is still queued is never inserted.
     if (m_batches.empty() || (m_outcome != Outcome::Reading && m_outcome != Outcome::Complete))

@@ -59,6 +59,7 @@ private:
     void read();
     bool hand(QList<KeloPlayListItem>* batch);  // false when stopped
     void end(Outcome outcome, QList<KeloPlayListItem> last);
+    void freeSpentUntilStopped();
 
     const QByteArray m_text;
     mutable std::mutex m_mutex;
@@ -66,6 +67,9 @@ private:
     bool m_headRead = false;
     KeloPlayListPlAddExternalItems m_head;
     std::deque<QList<KeloPlayListItem>> m_batches;
+    // Batches the caller is done with, freed on the reading thread that allocated their items: freed
+    // by the caller, they would contend with the reading for the allocator's lists.
+    std::deque<QList<KeloPlayListItem>> m_spent;
     int m_handedOver = 0;
     int m_offered = 0;
     int m_kept = 0;

@@ -177,10 +177,14 @@ public:
     // Reads the same text as readJson(utf8) does, handing each item to take() as soon as it is read
     // instead of keeping it. head() is called once before the first item, with a record of the
     // members known then: when the members before the items name the playlist ("plid"), those, and
-    // the items are read at once; otherwise all members, read first while the items are only
-    // checked, and the items after them. take() returning false stops the reading. True when the
-    // whole text was read: the record then holds every member but the items (items() is empty). On
-    // false the record is unchanged, and the items already taken are to be dropped.
+    // the items are read at once; when the items come first and the text ends in plain members
+    // (texts without escapes, numbers, words) that name the playlist, the members before the items
+    // and those read back from the text's end, and the items are read at once too: a text can
+    // mislead that look back, so the caller compares the head with the record once the reading is
+    // true; otherwise all members, read first while the items are only checked, and the items after
+    // them. take() returning false stops the reading. True when the whole text was read: the record
+    // then holds every member but the items (items() is empty). On false the record is unchanged,
+    // and the items already taken are to be dropped.
     using Head = std::function<void(const KeloPlayListPlAddExternalItems& head)>;
     using Take = std::function<bool(KeloPlayListItem&& item)>;
     bool readJson(const QByteArray& utf8, const Head& head, const Take& take);

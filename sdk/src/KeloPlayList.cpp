@@ -1,6 +1,7 @@
 #include "KeloPlayList.h"
 
 #include <algorithm>
+#include <cctype>
 #include <iterator>
 
 #include "KeloHash_p.h"
@@ -72,6 +73,88 @@ bool readItem(Reader& reader, int depth, KeloPlayListItem* item)
         item->setUtf8(allTexts[field], utf8);
         return true;
     });
+}
+
+bool isJsonSpace(char c)
+{
+    return c == ' ' || c == '\n' || c == '\r' || c == '\t';
+}
+
+// Steps *p back over one text without escapes ("..." ending at *p); false when there is none.
+bool textBefore(const char* begin, const char** p)
+{
+    const char* q = *p;
+    if (q == begin || *--q != '"')
+        return false;
+    while (q > begin && q[-1] != '"') {
+        if (*--q == '\\')
+            return false;
+    }
+    if (q == begin)
+        return false;
+    *p = q - 1;
+    return true;
+}
+
+// Steps *p back over one text without escapes, number, true, false or null.
+bool scalarBefore(const char* begin, const char** p)
+{
+    if (*p > begin && (*p)[-1] == '"')
+        return textBefore(begin, p);
+    const char* q = *p;
+    while (q > begin && (std::isalnum(static_cast<unsigned char>(q[-1])) || q[-1] == '-' || q[-1] == '+' || q[-1] == '.'))
+        --q;
+    const bool stepped = q < *p;
+    *p = q;
+    return stepped;
+}
+
+// The members of an object text that follow its last array, when all of them are plain (texts
+// without escapes, numbers, words), read from the text's end: {"items":[...],"mode":"append","plid":5}
+// gives mode and plid. The scan only finds where they begin; the reader reads them. False when the
+// text does not end that way.
+bool plainMembersAfterLastArray(const QByteArray& utf8, QVariantHash* members)
+{
+    const char* begin = utf8.constData();
+    const char* p = begin + utf8.size();
+    const auto skipSpace = [&] {
+        while (p > begin && isJsonSpace(p[-1]))
+            --p;
+    };
+    skipSpace();
+    if (p == begin || *--p != '}')
+        return false;
+    const char* const close = p;
+    for (;;) {
+        skipSpace();
+        if (!scalarBefore(begin, &p))
+            return false;
+        skipSpace();
+        if (p == begin || *--p != ':')
+            return false;
+        skipSpace();
+        if (!textBefore(begin, &p))
+            return false;
+        skipSpace();
+        if (p == begin || *--p != ',')
+            return false;
+        const char* const comma = p;
+        skipSpace();
+        if (p > begin && p[-1] == ']') {
+            const QByteArray tail = '{' + QByteArray(comma + 1, int(close - comma));
+            Reader reader(tail);
+            QVariantHash read;
+            const bool ok = reader.object(1, [&](const Reader::Text& key) {
+                QVariant v;
+                return reader.value(&v, 1) && !read.contains(Reader::keyString(key)) &&
+                       (read.insert(Reader::keyString(key), v), true);
+            });
+            if (!ok || !reader.atEnd())
+                return false;
+            *members = read;
+            return true;
+        }
+    }
 }
 }  // namespace
 
@@ -207,8 +290,18 @@ bool KeloPlayListPlAddExternalItems::readMembers(const QByteArray& utf8, bool pl
                 head(KeloPlayListPlAddExternalItems(KeloHash(members)));
                 return readItems(reader);
             }
-            // Writers that sort their keys put the items before the playlist: they are only checked
-            // now, and read once the members after them are known.
+            // Writers that sort their keys put the items before the playlist. Plain members after
+            // them are read from the text's end, and the items where they stand; the caller holds
+            // that head against the record read to the end.
+            QVariantHash after;
+            if (plainMembersAfterLastArray(utf8, &after) && after.contains(kPlid)) {
+                QVariantHash known = members;
+                for (auto it = after.cbegin(); it != after.cend(); ++it)
+                    known.insert(it.key(), it.value());
+                head(KeloPlayListPlAddExternalItems(KeloHash(known)));
+                return readItems(reader);
+            }
+            // Otherwise they are only checked now, and read once the members after them are known.
             laterItems = reader.position();
             return reader.value(nullptr, 1);
         }

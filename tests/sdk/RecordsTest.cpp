@@ -78,6 +78,51 @@ TEST(ArgumentRecords, ListsLeaveOutElementsOfTheWrongType)
     EXPECT_FALSE(direct.readJson(R"({"items": [{"title": "\u00e9"}]})"));
 }
 
+TEST(ArgumentRecords, AnAddsItemsBeforeThePlaylistAreTakenAtOnceOnlyWhenPlainMembersEndTheText)
+{
+    struct Reading
+    {
+        bool read = false;
+        int heads = 0;
+        int takenBeforeHead = 0;
+        int taken = 0;
+        KeloPlayListPlAddExternalItems head, record;
+    };
+    const auto readWhileTaking = [](const QByteArray& text) {
+        Reading r;
+        r.read = r.record.readJson(
+            text, [&](const KeloPlayListPlAddExternalItems& h) { ++r.heads; r.head = h; },
+            [&](KeloPlayListItem&&) { r.takenBeforeHead += r.heads == 0; ++r.taken; return true; });
+        return r;
+    };
+    // The second item is declined by the reader: only a reading that takes items where they stand
+    // has taken the first one by then.
+    const QByteArray items = R"({"items": [{"title": "a"}, {"title": "\u00e9"}])";
+    const Reading plain = readWhileTaking(items + R"(, "mode": "append", "plid": 5 })");
+    EXPECT_FALSE(plain.read);
+    EXPECT_EQ(plain.heads, 1);
+    EXPECT_EQ(plain.head.plid(), 5);
+    EXPECT_EQ(plain.head.mode(), KeloPlayListAddPosition::Append);
+    EXPECT_EQ(plain.taken, 1);
+    EXPECT_EQ(plain.takenBeforeHead, 0);
+    for (const char* tail : {R"(, "mode": {}, "plid": 5})", R"(, "mode": "app\"end", "plid": 5})", R"(, "mode": "append"})"}) {
+        const Reading checkedFirst = readWhileTaking(items + tail);
+        EXPECT_FALSE(checkedFirst.read) << tail;
+        EXPECT_EQ(checkedFirst.taken, 0) << tail;
+    }
+
+    // Looking back can be misled by an array among the members after the items; the record read to
+    // the end then differs from the head, which the caller checks.
+    const Reading misled = readWhileTaking(R"({"items": [{"title": "a"}], "tags": [1], "plid": 5})");
+    ASSERT_TRUE(misled.read);
+    EXPECT_EQ(misled.taken, 1);
+    EXPECT_NE(misled.head.hash(), misled.record.hash());
+    const Reading sorted = readWhileTaking(R"({"items": [{"title": "a"}], "mode": "now", "plid": -3})");
+    ASSERT_TRUE(sorted.read);
+    EXPECT_EQ(sorted.head.hash(), sorted.record.hash());
+    EXPECT_EQ(sorted.head.plid(), -3);
+}
+
 TEST(PlayListItems, WriteOnlyTheFieldsThatWereSetAndReadWrongTypesAsTheirFallbacks)
 {
     KeloPlayListItem fromLibrary;

@@ -69,6 +69,9 @@ TEST(ItemTextReaderThreads, SaysWhyAReadingIsNotComplete)
     QList<KeloPlayListItem> refused = tracks(names(600));
     refused[500].setKeloRoles(QStringLiteral(R"({"type":3})"));
     QByteArray escaped = addText(1, tracks(names(600)));
+    // Items first, then an array the look back from the text's end stops at.
+    const QByteArray misled = "{\"items\":" + QJsonDocument(QJsonArray::fromVariantList(itemList(tracks(names(600)))))
+                                  .toJson(QJsonDocument::Compact) + ",\"tags\":[1],\"plid\":1}";
     escaped.replace("\"t599\"", "\"t\\u0035\"");
     const struct
     {
@@ -78,6 +81,7 @@ TEST(ItemTextReaderThreads, SaysWhyAReadingIsNotComplete)
         {addText(1, refused), Outcome::Refused},
         {addText(1, tracks(names(600)), "", ",\"mode\":\"now\""), Outcome::Declined},  // the head changed
         {escaped, Outcome::Declined},
+        {misled, Outcome::Declined},
         {addText(1, tracks(names(600))) + "x", Outcome::Declined},
     };
     for (const auto& c : cases) {
