@@ -36,13 +36,13 @@ HttpApi::HttpApi(int replyTimeoutMs, const std::atomic<bool>* stopping)
 
 void HttpApi::install(HttpServer& server)
 {
-    using Handler = void (HttpApi::*)(const std::string&, httplib::Response&) const;
+    using Handler = void (HttpApi::*)(std::string&, httplib::Response&) const;
     const std::pair<const char*, Handler> routes[] = {
         {"/api/setData", &HttpApi::setData}, {"/api/getRows", &HttpApi::getRows}, {"/api/getData", &HttpApi::getData}};
     for (const auto& route : routes) {
         const Handler handler = route.second;
         server.post(route.first, RequestBody::MaxBodyBytes,
-                    [this, handler](const httplib::Request&, const std::string& body, httplib::Response& res) {
+                    [this, handler](const httplib::Request&, std::string& body, httplib::Response& res) {
                         (this->*handler)(body, res);
                     });
     }
@@ -82,12 +82,12 @@ bool HttpApi::awaitValue(const CMReplyBase& reply, httplib::Response& res) const
     return true;
 }
 
-void HttpApi::setData(const std::string& requestBody, httplib::Response& res) const
+void HttpApi::setData(std::string& requestBody, httplib::Response& res) const
 {
     RequestBody body;
     CMError error;
     QString path;
-    if (!body.parse(requestBody, &error) || !body.requiredPath(QStringLiteral("path"), &path, &error))
+    if (!body.parse(std::move(requestBody), &error) || !body.requiredPath(QStringLiteral("path"), &path, &error))
         return HttpErrors::answer(res, error);
     CMVoidReply reply;
     // The request is let go at once: if its handler drops it too, the reply ends as NoAnswer.
@@ -97,7 +97,7 @@ void HttpApi::setData(const std::string& requestBody, httplib::Response& res) co
     HttpErrors::answerJson(res, QVariantHash{{QStringLiteral("value"), reply.variant()}});
 }
 
-void HttpApi::getRows(const std::string& requestBody, httplib::Response& res) const
+void HttpApi::getRows(std::string& requestBody, httplib::Response& res) const
 {
     RequestBody body;
     CMError error;
@@ -105,7 +105,7 @@ void HttpApi::getRows(const std::string& requestBody, httplib::Response& res) co
     int fromRow = 0;
     int toRow = 0;
     QStringList roles;
-    if (!body.parse(requestBody, &error) || !body.requiredPath(QStringLiteral("path"), &path, &error)
+    if (!body.parse(std::move(requestBody), &error) || !body.requiredPath(QStringLiteral("path"), &path, &error)
         || !body.requiredInt(QStringLiteral("fromRow"), &fromRow, &error)
         || !body.requiredInt(QStringLiteral("toRow"), &toRow, &error)
         || !body.optionalStringList(QStringLiteral("roles"), &roles, &error))
@@ -120,13 +120,13 @@ void HttpApi::getRows(const std::string& requestBody, httplib::Response& res) co
     HttpErrors::answerJson(res, rowsAnswer(reply.variant().toHash()));
 }
 
-void HttpApi::getData(const std::string& requestBody, httplib::Response& res) const
+void HttpApi::getData(std::string& requestBody, httplib::Response& res) const
 {
     RequestBody body;
     CMError error;
     QString path;
     QStringList roles;
-    if (!body.parse(requestBody, &error) || !body.requiredPath(QStringLiteral("path"), &path, &error)
+    if (!body.parse(std::move(requestBody), &error) || !body.requiredPath(QStringLiteral("path"), &path, &error)
         || !body.optionalStringList(QStringLiteral("roles"), &roles, &error))
         return HttpErrors::answer(res, error);
     CMReply<QVariant> reply;

@@ -35,9 +35,9 @@ public:
     bool waitFor(const CMReplyBase& reply, CMError* error) const;
 
 private:
-    void setData(const std::string& requestBody, httplib::Response& res) const;
-    void getRows(const std::string& requestBody, httplib::Response& res) const;
-    void getData(const std::string& requestBody, httplib::Response& res) const;
+    void setData(std::string& requestBody, httplib::Response& res) const;
+    void getRows(std::string& requestBody, httplib::Response& res) const;
+    void getData(std::string& requestBody, httplib::Response& res) const;
     // Waits for reply; when it did not finish with a value, answers res with the error and gives false.
     bool awaitValue(const CMReplyBase& reply, httplib::Response& res) const;
 

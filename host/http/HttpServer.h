@@ -34,7 +34,8 @@ public:
     static constexpr size_t KeepAliveRequests = 10000;
 
     // Handles a POST whose whole body was read: req for its headers, body as received.
-    using BodyHandler = std::function<void(const httplib::Request& req, const std::string& body, httplib::Response& res)>;
+    // The handler may take the body (move it away).
+    using BodyHandler = std::function<void(const httplib::Request& req, std::string& body, httplib::Response& res)>;
 
     // The front end's bounds with the constants above.
     static FrontEnd::Limits defaultLimits();

@@ -62,16 +62,17 @@ int valueCount(const std::string& body, int limit)
 
 }  // namespace
 
-bool RequestBody::parse(const std::string& body, CMError* error)
+bool RequestBody::parse(std::string text, CMError* error)
 {
-    if (body.empty()) {
+    if (text.empty()) {
         *error = badRequest(QStringLiteral("The request body is empty; it must be a JSON object."));
         return false;
     }
+    m_body = std::make_shared<const std::string>(std::move(text));
+    const std::string& body = *m_body;
     const QByteArray utf8 = QByteArray::fromRawData(body.data(), static_cast<int>(body.size()));
     m_fields.clear();
-    // A body in the common forms has its values counted as it is checked, in one walk. The members
-    // are copied out of the body: a value sent on may outlive it.
+    // A body in the common forms has its values counted as it is checked, in one walk.
     if (KeloJson::members(utf8, MaxTextChars, &m_texts, MaxValues))
         return true;
     if (valueCount(body, MaxValues) > MaxValues) {
@@ -111,7 +112,7 @@ QVariant RequestBody::value(const QString& key) const
 QVariant RequestBody::valueAsSent(const QString& key) const
 {
     const auto text = m_texts.constFind(key);
-    return text == m_texts.cend() ? m_fields.value(key) : QVariant::fromValue(KeloJsonText{*text});
+    return text == m_texts.cend() ? m_fields.value(key) : QVariant::fromValue(KeloJsonText{*text, m_body});
 }
 
 bool RequestBody::requiredPath(const QString& key, QString* out, CMError* error) const

@@ -8,6 +8,7 @@
 #include <QHash>
 #include <QStringList>
 #include <QVariantHash>
+#include <memory>
 #include <string>
 
 #include "CMError.h"
@@ -22,8 +23,9 @@ public:
     static constexpr int MaxValues = 600000;
 
     // False with *error when body is empty, not JSON, not a JSON object, holds a text that is too long
-    // or more than MaxValues values.
-    bool parse(const std::string& body, CMError* error);
+    // or more than MaxValues values. The body is kept: the members' texts are read where they stand
+    // in it, and a value sent on (valueAsSent) keeps it alive for as long as it needs it.
+    bool parse(std::string body, CMError* error);
 
     // A field that must be there: a non-empty string / a whole number in int's range.
     bool requiredPath(const QString& key, QString* out, CMError* error) const;
@@ -37,8 +39,9 @@ public:
     QVariant valueAsSent(const QString& key) const;
 
 private:
-    // A body in the common JSON forms keeps each member as its JSON text (m_texts), checked but not
-    // decoded; any other body is decoded whole into m_fields.
+    // A body in the common JSON forms keeps each member as its JSON text (m_texts, pointing into
+    // m_body), checked but not decoded; any other body is decoded whole into m_fields.
+    std::shared_ptr<const std::string> m_body;
     QHash<QString, QByteArray> m_texts;
     QVariantHash m_fields;
 };

@@ -34,7 +34,8 @@ public:
     // The value; one given as JSON text is decoded on each call (call it once).
     QVariant value() const;
     // The value's JSON text when it was given as text, empty otherwise: for a handler that reads
-    // the text straight into its own values.
+    // the text straight into its own values. The bytes may belong to the request: they stay valid
+    // while this request (or a copy of it) lives.
     QByteArray valueText() const;
     CMVoidReply reply() const;
 };

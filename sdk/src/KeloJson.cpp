@@ -139,7 +139,7 @@ bool KeloJson::members(const QByteArray& utf8, int longestText, QHash<QString, Q
         const char* begin = reader.position();
         if (out->contains(key) || !reader.value(nullptr, 1))
             return false;
-        out->insert(key, QByteArray(begin, static_cast<int>(reader.position() - begin)));
+        out->insert(key, QByteArray::fromRawData(begin, static_cast<int>(reader.position() - begin)));
         return true;
     });
     if (read && reader.atEnd() && reader.values() <= mostValues)

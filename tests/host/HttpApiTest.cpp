@@ -6,6 +6,8 @@
 
 #include "HostTest.h"
 #include "RawConnection.h"
+#include "KeloJson.h"
+#include "http/RequestBody.h"
 #include "http/RequestGate.h"
 
 namespace {
@@ -172,4 +174,19 @@ TEST(RequestGateBodyTypes, JsonBodiesNeedTheJsonTypeAndFileBodiesAnyTypeAPageCan
     for (const char* type : {"", "  ", "text/plain; charset=utf-8", "TEXT/PLAIN", "application/x-www-form-urlencoded",
                              "multipart/form-data; boundary=x"})
         EXPECT_FALSE(RequestGate::bodyTypeProblem(type, Kind::File).isEmpty()) << type;
+}
+
+TEST(RequestBodyValues, AValueSentOnAsTextKeepsTheBodyItPointsIntoAlive)
+{
+    // A handler may still read the value after the HTTP side gave up waiting and dropped the body.
+    KeloJsonText sent;
+    {
+        std::string text = R"({"path": "p:x", "value": {"items": [1, 2, 3]}})";
+        RequestBody body;
+        CMError error;
+        ASSERT_TRUE(body.parse(std::move(text), &error));
+        sent = body.valueAsSent(QStringLiteral("value")).value<KeloJsonText>();
+    }
+    EXPECT_EQ(sent.utf8, R"({"items": [1, 2, 3]})");
+    EXPECT_EQ(KeloJson::parse(sent.utf8).toHash().value("items").toList().size(), 3);
 }

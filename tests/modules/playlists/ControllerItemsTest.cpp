@@ -150,7 +150,7 @@ protected:
     Answer sendText(const QByteArray& text)
     {
         EXPECT_GE(text.size(), Controller::StreamedAddBytes);
-        return send(KeloPlayListPlAddExternalItemsPath(), QVariant::fromValue(KeloJsonText{text}));
+        return send(KeloPlayListPlAddExternalItemsPath(), QVariant::fromValue(KeloJsonText{text, nullptr}));
     }
     const QStringList many = names(1500);
 };
