@@ -22,6 +22,7 @@
 // (a directory or file that cannot be made or moved) ends the process with an assertion.
 #include <array>
 #include <memory>
+#include <optional>
 
 #include <QList>
 #include <QObject>
@@ -117,15 +118,22 @@ public:
     // The count is known only at the end, so addedCount and the limit's trace come after the
     // inserts. Results as addItems, and -3 when the source did not end complete.
     int appendItems(const PlayListRecord& pl, ItemSource& source, int* addedCount = nullptr);
+    // The edits below that shift entries take the play position after the edit (lastPlayedIndex):
+    // when it is given and differs from pl.lastPlayedIndex, the playlist row is written with it in
+    // the edit's own transaction, so the entries and the position are stored together or not at all.
+    // A row that cannot be written fails the whole edit. The record itself is not changed.
+    //
     // Removes the entries at indices (smallest first; ascending runs are removed as blocks) and
     // renumbers the rest densely. The number removed, or -1 if any index named no entry or a step
     // failed (then nothing changed).
-    int removeItems(const PlayListRecord& pl, const QList<int>& indices);
+    int removeItems(const PlayListRecord& pl, const QList<int>& indices,
+                    std::optional<int> lastPlayedIndex = std::nullopt);
     // Moves one entry from one sequence number to another; the entries between slide by one.
     // from and to are not checked: both must name entries.
-    bool moveItem(const PlayListRecord& pl, int from, int to);
-    // The moves (from, to), one after the other, all or none.
-    bool moveItems(const PlayListRecord& pl, const QVector<QPair<int, int>>& moves);
+    bool moveItem(const PlayListRecord& pl, int from, int to, std::optional<int> lastPlayedIndex = std::nullopt);
+    // The moves (from, to), one after the other, all or none; lastPlayedIndex is the position after the last.
+    bool moveItems(const PlayListRecord& pl, const QVector<QPair<int, int>>& moves,
+                   std::optional<int> lastPlayedIndex = std::nullopt);
     // Removes every entry. No transaction: if the cleanup of the item rows fails, orphans stay until
     // the next successful cleanup, and the result is still true.
     bool clearItems(const PlayListRecord& pl);
@@ -188,6 +196,8 @@ private:
     bool cleanUnusedItems();
 
     static PlayListRecord readPlayListRecord(const StatementScope& query);
+    // Writes pl's row with lastPlayedIndex when one is given and it differs; true when nothing was due.
+    bool storePlayPosition(const PlayListRecord& pl, std::optional<int> lastPlayedIndex);
     bool deletePlayListTransaction(const PlayListRecord& pl);
 
     static KeloPlayListItem readItem(const StatementScope& query);

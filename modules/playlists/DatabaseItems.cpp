@@ -260,13 +260,13 @@ bool Database::addItemsFromSequenceNumber(const PlayListRecord& pl, int firstSeq
     return true;
 }
 
-int Database::removeItems(const PlayListRecord& pl, const QList<int>& indices)
+int Database::removeItems(const PlayListRecord& pl, const QList<int>& indices, std::optional<int> lastPlayedIndex)
 {
     KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE(PlayListsLogger, "pl=" << pl.uid << " indices=" << joinIndices(indices));
     DatabaseTransaction transaction(*this, DatabaseTransaction::Immediate);
     const int removed = transaction.isOpen() ? removeItemsTransaction(pl, indices) : -1;
-    if (removed < 0 || !transaction.commit()) {
+    if (removed < 0 || !storePlayPosition(pl, lastPlayedIndex) || !transaction.commit()) {
         KELO_LOG_ERROR(PlayListsLogger, "Error removing items from list");
         return -1;
     }
@@ -343,26 +343,28 @@ bool Database::renumberItems(const PlayListRecord& pl, int from)
     return true;
 }
 
-bool Database::moveItem(const PlayListRecord& pl, int from, int to)
+bool Database::moveItem(const PlayListRecord& pl, int from, int to, std::optional<int> lastPlayedIndex)
 {
     KELO_ASSERT_THREAD(this);
     KELO_LOG_TRACE(PlayListsLogger, "pl=" << pl.uid << " from=" << from << " to=" << to);
     DatabaseTransaction transaction(*this, DatabaseTransaction::Deferred);
-    if (!transaction.isOpen() || !moveItemTransaction(pl, from, to) || !transaction.commit()) {
+    if (!transaction.isOpen() || !moveItemTransaction(pl, from, to) || !storePlayPosition(pl, lastPlayedIndex) ||
+        !transaction.commit()) {
         KELO_LOG_ERROR(PlayListsLogger, "Error moving PlayListItem");
         return false;
     }
     return true;
 }
 
-bool Database::moveItems(const PlayListRecord& pl, const QVector<QPair<int, int>>& moves)
+bool Database::moveItems(const PlayListRecord& pl, const QVector<QPair<int, int>>& moves,
+                         std::optional<int> lastPlayedIndex)
 {
     KELO_ASSERT_THREAD(this);
     DatabaseTransaction transaction(*this, DatabaseTransaction::Deferred);
     bool moved = transaction.isOpen();
     for (int i = 0; moved && i < moves.size(); ++i)
         moved = moveItemTransaction(pl, moves[i].first, moves[i].second);
-    if (!moved || !transaction.commit()) {
+    if (!moved || !storePlayPosition(pl, lastPlayedIndex) || !transaction.commit()) {
         KELO_LOG_ERROR(PlayListsLogger, "Error moving PlayListItems");
         return false;
     }

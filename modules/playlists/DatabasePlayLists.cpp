@@ -51,6 +51,15 @@ bool Database::updatePlayList(const PlayListRecord& pl)
     return true;
 }
 
+bool Database::storePlayPosition(const PlayListRecord& pl, std::optional<int> lastPlayedIndex)
+{
+    if (!lastPlayedIndex || *lastPlayedIndex == pl.lastPlayedIndex)
+        return true;
+    PlayListRecord moved = pl;
+    moved.lastPlayedIndex = *lastPlayedIndex;
+    return updatePlayList(moved);
+}
+
 bool Database::deletePlayList(const PlayListRecord& pl)
 {
     KELO_ASSERT_THREAD(this);

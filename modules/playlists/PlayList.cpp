@@ -175,18 +175,19 @@ int PlayList::removeItems(const QList<int>& indices)
     QList<int> sorted = indices;
     std::sort(sorted.begin(), sorted.end());
     QMutexLocker locker(&mutex);
-    const int removed = database->removeItems(*record, sorted);
-    if (removed <= 0)
-        return removed;
     const int last = getLastSequenceNumber();
+    // The store removes every index or none, so the size after the removal is known before it.
+    const int size = record->size - sorted.size();
     // The last played entry itself is not counted: its index then names the entry that took its place.
     const int below = int(std::count_if(sorted.cbegin(), sorted.cend(), [last](int i) { return i < last; }));
-    record->size -= removed;
     // When the last entries went, the index names the new last entry (-1 for an empty playlist),
     // never a number behind the end: an add after it must not leave a gap.
-    const int kept = std::min(last - below, record->size - 1);
-    if (kept != last)
-        setLastSequenceNumber(kept);
+    const int kept = sorted.isEmpty() ? last : std::min(last - below, size - 1);
+    const int removed = database->removeItems(*record, sorted, kept);
+    if (removed <= 0)
+        return removed;
+    record->size -= removed;
+    record->lastPlayedIndex = kept;
     emit itemsRemoved(sorted, last);
     return removed;
 }
@@ -203,25 +204,29 @@ bool PlayList::moveItem(int from, int to)
     const int last = getLastSequenceNumber();
     KELO_LOG_TRACE(PlayListsLogger, "lastPlayedSeqNum: " << last);
     QMutexLocker locker(&mutex);
-    if (!database->moveItem(*record, from, to))
+    const int moved = adjustLastPlayedAfterMove(last, from, to);
+    if (!database->moveItem(*record, from, to, moved))
         return false;
-    adjustLastPlayedAfterMove(last, from, to);
+    record->lastPlayedIndex = moved;
     emit itemMoved(from, to);
     return true;
 }
 
-void PlayList::adjustLastPlayedAfterMove(int last, int from, int to)
+int PlayList::adjustLastPlayedAfterMove(int last, int from, int to) const
 {
     if (last == from) {
-        setLastSequenceNumber(to);
         KELO_LOG_TRACE(PlayListsLogger, "setLastSequenceNumber(toIndex): " << to);
-    } else if (last < from && last >= to) {
-        setLastSequenceNumber(last + 1);
-        KELO_LOG_TRACE(PlayListsLogger, "setLastSequenceNumber(lastPlayedSeqNum + 1): " << last + 1);
-    } else if (last > from && last <= to) {
-        setLastSequenceNumber(last - 1);
-        KELO_LOG_TRACE(PlayListsLogger, "setLastSequenceNumber(lastPlayedSeqNum - 1): " << last - 1);
+        return to;
     }
+    if (last < from && last >= to) {
+        KELO_LOG_TRACE(PlayListsLogger, "setLastSequenceNumber(lastPlayedSeqNum + 1): " << last + 1);
+        return last + 1;
+    }
+    if (last > from && last <= to) {
+        KELO_LOG_TRACE(PlayListsLogger, "setLastSequenceNumber(lastPlayedSeqNum - 1): " << last - 1);
+        return last - 1;
+    }
+    return last;
 }
 
 bool PlayList::moveItems(QList<int> indices, int to)
@@ -244,12 +249,17 @@ bool PlayList::moveItems(QList<int> indices, int to)
             moves.append(qMakePair(from, target));
     }
     QMutexLocker locker(&mutex);
-    // One transaction: a block is never found half moved.
-    if (!moves.isEmpty() && !database->moveItems(*record, moves))
+    // The position after each move: each itemMoved is seen with the position that move left.
+    QVector<int> positions;
+    int position = getLastSequenceNumber();
+    for (const auto& [from, target] : moves)
+        positions.append(position = adjustLastPlayedAfterMove(position, from, target));
+    // One transaction: a block is never found half moved, nor the position apart from it.
+    if (!moves.isEmpty() && !database->moveItems(*record, moves, position))
         return false;
-    for (const auto& [from, target] : moves) {
-        adjustLastPlayedAfterMove(getLastSequenceNumber(), from, target);
-        emit itemMoved(from, target);
+    for (int i = 0; i < moves.size(); ++i) {
+        record->lastPlayedIndex = positions[i];
+        emit itemMoved(moves[i].first, moves[i].second);
     }
     return true;
 }

@@ -7,8 +7,9 @@
 // same thread may call back into the playlist.
 //
 // Every change goes to the database first; the cached record changes and a signal is emitted only
-// when that succeeded. Exception: setLastSequenceNumber keeps the new play position even when the
-// row update fails.
+// when that succeeded. A removal or move that shifts the play position stores the new position
+// with the entries, in one transaction. Exception: setLastSequenceNumber keeps the new play
+// position even when the row update fails.
 #include <QList>
 #include <QMutex>
 #include <QObject>
@@ -111,7 +112,8 @@ public:
     KeloRoles itemToKeloRoles(const KeloPlayListItem& item) const override;
 
 private:
-    void adjustLastPlayedAfterMove(int last, int from, int to);
+    // The last played index after moving from -> to, given the one before (last); last when unmoved.
+    int adjustLastPlayedAfterMove(int last, int from, int to) const;
     // After a stored add: the size grows and itemsAdded is emitted; the number added or -1.
     int addedAt(KeloPlayListAddPosition::Enum position, int first, int added);
     bool store(const PlayListRecord& changed);  // writes the row, then takes it as the cached record

@@ -58,6 +58,8 @@ TEST_F(DatabaseAtomicity, AChangeThatFailsInAnyStepChangesNothingAndGoesThroughO
         {"a move failing in its last step", "UPDATE ON playlists_items",
          "OLD.sequenceNumber >= 5 AND NEW.sequenceNumber = 2", [&] { return db->moveItem(pl, 0, 4); },
          {"b", "c", "d", "e", "a"}},
+        {"a move whose shifted play position cannot be stored", "UPDATE ON playlists", "1",
+         [&] { return db->moveItem(pl, 1, 4, 4); }, {"a", "c", "d", "e", "b"}},
         {"a deletion failing in its cleanup", "DELETE ON items", "1", [&] { return db->deletePlayList(pl); }, {}},
     };
     for (const Case& c : cases) {

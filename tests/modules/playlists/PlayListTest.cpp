@@ -1,6 +1,7 @@
 // PlayList against a real store: the last-played index through every edit, the signals with their
 // arguments, what reaches the row, and the role map of an entry.
 #include <QSignalSpy>
+#include <functional>
 
 #include "KeloPaths.h"
 #include "PlayListTestSupport.h"
@@ -176,3 +177,67 @@ TEST_F(PlayListModel, AFailedBlockMoveChangesNeitherTheStoreNorTheIndexAndSendsN
     EXPECT_EQ(moved.count(), 2);
 }
 
+
+// The position goes to the row with the entries it follows, so a restart finds it on the same entry;
+// each single move of a block is announced with the position as that move left it.
+TEST_F(PlayListModel, ShiftedPositionsAreStoredWithTheEditAndSurviveARestart)
+{
+    const int uid = sixEntries(3)->getUid();
+    struct Case
+    {
+        const char* what;
+        std::function<bool(PlayListBase*)> edit;
+        int position;  // of "d", the entry last played
+    };
+    const Case cases[] = {
+        {"a move of the played entry", [](PlayListBase* pl) { return pl->moveItem(3, 5); }, 5},  // a b c e f d
+        {"a block move over it", [](PlayListBase* pl) { return pl->moveItems({4, 5}, 0); }, 1},  // f d a b c e
+        {"a removal in front of it", [](PlayListBase* pl) { return pl->removeItems({0, 2}) == 2; }, 0},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        ASSERT_TRUE(c.edit(manager->getPlayListByUid(uid)));
+        reopen();
+        PlayListBase* pl = manager->getPlayListByUid(uid);
+        ASSERT_NE(pl, nullptr);
+        EXPECT_EQ(pl->getLastSequenceNumber(), c.position);
+        EXPECT_EQ(titlesOf(pl).value(c.position), QStringLiteral("d"));
+    }
+
+    PlayListBase* pl = manager->getPlayListByUid(uid);  // d b c e
+    QList<int> seen;
+    QObject::connect(pl, &PlayListBase::itemMoved, pl, [&] { seen.append(pl->getLastSequenceNumber()); });
+    ASSERT_TRUE(pl->moveItems({0, 1}, 3));  // the moves (1, 2) then (0, 3)
+    EXPECT_EQ(seen, (QList<int>{0, 3}));
+    EXPECT_EQ(store().playlistRow(uid), QStringLiteral("Six|0|0|3"));
+}
+
+TEST_F(PlayListModel, AnEditWhosePositionCannotBeStoredChangesNothingAndSendsNothing)
+{
+    PlayListBase* pl = sixEntries(3);
+    const QString row = store().playlistRow(pl->getUid());
+    QSignalSpy moved(pl, &PlayListBase::itemMoved);
+    QSignalSpy removed(pl, &PlayListBase::itemsRemoved);
+    ASSERT_TRUE(store().exec(QStringLiteral(
+        "CREATE TRIGGER fault BEFORE UPDATE ON playlists BEGIN SELECT RAISE(ABORT, 'fault'); END;")));
+
+    EXPECT_FALSE(pl->moveItem(3, 0));
+    EXPECT_FALSE(pl->moveItem(0, 4));
+    EXPECT_FALSE(pl->moveItems({4, 5}, 1));
+    EXPECT_EQ(pl->removeItems({1}), -1);
+    EXPECT_EQ(store().titles(pl->getUid()), (QStringList{"a", "b", "c", "d", "e", "f"}));
+    EXPECT_EQ(store().playlistRow(pl->getUid()), row);
+    EXPECT_EQ(pl->getLastSequenceNumber(), 3);
+    EXPECT_EQ(pl->getSize(), 6);
+    EXPECT_EQ(moved.count() + removed.count(), 0);
+
+    // Edits that leave the position where it is do not touch the row.
+    EXPECT_TRUE(pl->moveItem(0, 1));
+    EXPECT_TRUE(pl->moveItems({4}, 5));
+    EXPECT_EQ(pl->removeItems({5}), 1);
+    EXPECT_EQ(store().titles(pl->getUid()), (QStringList{"b", "a", "c", "d", "f"}));
+
+    ASSERT_TRUE(store().exec(QStringLiteral("DROP TRIGGER fault;")));
+    EXPECT_TRUE(pl->moveItem(3, 0));
+    EXPECT_EQ(store().playlistRow(pl->getUid()), QStringLiteral("Six|0|0|0"));
+}
