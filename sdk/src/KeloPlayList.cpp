@@ -109,6 +109,25 @@ bool scalarBefore(const char* begin, const char** p)
     return stepped;
 }
 
+// The members of a small object text whose values are all plain; false when it is not one.
+bool readPlainMembers(const QByteArray& object, QVariantHash* members)
+{
+    Reader reader(object);
+    QVariantHash read;
+    const bool ok = reader.object(1, [&](const Reader::Text& key) {
+        QVariant v;
+        const QString name = Reader::keyString(key);
+        if (read.contains(name) || !reader.value(&v, 1))
+            return false;
+        read.insert(name, v);
+        return true;
+    });
+    if (!ok || !reader.atEnd())
+        return false;
+    *members = read;
+    return true;
+}
+
 // The members of an object text that follow its last array, when all of them are plain (texts
 // without escapes, numbers, words), read from the text's end: {"items":[...],"mode":"append","plid":5}
 // gives mode and plid. The scan only finds where they begin; the reader reads them. False when the
@@ -121,41 +140,30 @@ bool plainMembersAfterLastArray(const QByteArray& utf8, QVariantHash* members)
         while (p > begin && isJsonSpace(p[-1]))
             --p;
     };
-    skipSpace();
-    if (p == begin || *--p != '}')
+    const auto byteBefore = [&](char c) {
+        skipSpace();
+        if (p == begin || p[-1] != c)
+            return false;
+        --p;
+        return true;
+    };
+    if (!byteBefore('}'))
         return false;
     const char* const close = p;
     for (;;) {
         skipSpace();
-        if (!scalarBefore(begin, &p))
+        if (!scalarBefore(begin, &p) || !byteBefore(':'))
             return false;
         skipSpace();
-        if (p == begin || *--p != ':')
-            return false;
-        skipSpace();
-        if (!textBefore(begin, &p))
-            return false;
-        skipSpace();
-        if (p == begin || *--p != ',')
+        if (!textBefore(begin, &p) || !byteBefore(','))
             return false;
         const char* const comma = p;
         skipSpace();
-        if (p > begin && p[-1] == ']') {
-            const QByteArray tail = '{' + QByteArray(comma + 1, int(close - comma));
-            Reader reader(tail);
-            QVariantHash read;
-            const bool ok = reader.object(1, [&](const Reader::Text& key) {
-                QVariant v;
-                return reader.value(&v, 1) && !read.contains(Reader::keyString(key)) &&
-                       (read.insert(Reader::keyString(key), v), true);
-            });
-            if (!ok || !reader.atEnd())
-                return false;
-            *members = read;
-            return true;
-        }
+        if (p > begin && p[-1] == ']')
+            return readPlainMembers('{' + QByteArray(comma + 1, int(close - comma)), members);
     }
 }
+
 }  // namespace
 
 KeloPlayListItem::KeloPlayListItem(const KeloHash& h)
