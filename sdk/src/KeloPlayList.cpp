@@ -6,6 +6,7 @@
 
 #include "KeloHash_p.h"
 #include "KeloJsonReader_p.h"
+#include "KeloJson_p.h"
 
 namespace {
 const QString kItems = QStringLiteral("items");
@@ -109,25 +110,6 @@ bool scalarBefore(const char* begin, const char** p)
     return stepped;
 }
 
-// The members of a small object text whose values are all plain; false when it is not one.
-bool readPlainMembers(const QByteArray& object, QVariantHash* members)
-{
-    Reader reader(object);
-    QVariantHash read;
-    const bool ok = reader.object(1, [&](const Reader::Text& key) {
-        QVariant v;
-        const QString name = Reader::keyString(key);
-        if (read.contains(name) || !reader.value(&v, 1))
-            return false;
-        read.insert(name, v);
-        return true;
-    });
-    if (!ok || !reader.atEnd())
-        return false;
-    *members = read;
-    return true;
-}
-
 // The members of an object text that follow its last array, when all of them are plain (texts
 // without escapes, numbers, words), read from the text's end: {"items":[...],"mode":"append","plid":5}
 // gives mode and plid. The scan only finds where they begin; the reader reads them. False when the
@@ -150,6 +132,7 @@ bool plainMembersAfterLastArray(const QByteArray& utf8, QVariantHash* members)
     if (!byteBefore('}'))
         return false;
     const char* const close = p;
+    const char* comma = nullptr;
     for (;;) {
         skipSpace();
         if (!scalarBefore(begin, &p) || !byteBefore(':'))
@@ -157,11 +140,17 @@ bool plainMembersAfterLastArray(const QByteArray& utf8, QVariantHash* members)
         skipSpace();
         if (!textBefore(begin, &p) || !byteBefore(','))
             return false;
-        const char* const comma = p;
+        comma = p;
         skipSpace();
         if (p > begin && p[-1] == ']')
-            return readPlainMembers('{' + QByteArray(comma + 1, int(close - comma)), members);
+            break;
     }
+    QVariant tail;
+    if (!KeloJsonPrivate::readCommon('{' + QByteArray(comma + 1, int(close - comma)), &tail) ||
+        tail.userType() != QMetaType::QVariantHash)
+        return false;
+    *members = tail.toHash();
+    return true;
 }
 
 }  // namespace
